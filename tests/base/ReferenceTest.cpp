@@ -1,0 +1,115 @@
+#include "platform/base/Reference.h"
+
+#include <gtest/gtest.h>
+
+#include <utility>
+
+namespace {
+
+struct Counted : qs::ReferenceCount {
+    explicit Counted(int* deaths_) : deaths(deaths_) {}
+    Counted(const Counted&) = default;
+    Counted& operator=(const Counted&) = default;
+    ~Counted() override { ++*deaths; }
+    int* deaths;
+};
+
+struct Derived : Counted {
+    using Counted::Counted;
+};
+
+TEST(Reference, TheLastReferenceToGoDeletesTheObjectOnce)
+{
+    int deaths = 0;
+    auto first = qs::MakeReference<Counted>(&deaths);
+    {
+        qs::Reference<Counted> second = first;
+        EXPECT_EQ(first->GetRefCount(), 2);
+        const qs::Reference<Counted> moved = std::move(second);
+        EXPECT_EQ(first->GetRefCount(), 2);
+        EXPECT_FALSE(second);  // NOLINT(bugprone-use-after-move): it promises to be null
+    }
+    EXPECT_EQ(first->GetRefCount(), 1);
+    EXPECT_EQ(deaths, 0);
+    first = nullptr;
+    EXPECT_EQ(deaths, 1);
+}
+
+TEST(Reference, AnObjectThatNobodyCountedYetSurvivesUntilItsFirstReferenceGoes)
+{
+    int deaths = 0;
+    auto* object = new Counted(&deaths);
+    EXPECT_EQ(object->GetRefCount(), 0);
+    {
+        const qs::TempReference<Counted> only = object;
+    }
+    EXPECT_EQ(deaths, 1);
+}
+
+TEST(Reference, CopiedObjectsStartUncountedAndAssignedOnesKeepTheirCount)
+{
+    int deaths = 0;
+    const auto source = qs::MakeReference<Counted>(&deaths);
+    const Counted copy = *source;
+    EXPECT_EQ(copy.GetRefCount(), 0);
+    auto target = qs::MakeReference<Counted>(&deaths);
+    const qs::Reference<Counted> alsoTarget(target.get());
+    *target = *source;
+    EXPECT_EQ(target->GetRefCount(), 2);
+    EXPECT_EQ(source->GetRefCount(), 1);
+}
+
+TEST(Reference, SelfAssignmentAndResetToTheSameObjectKeepItAlive)
+{
+    int deaths = 0;
+    auto reference = qs::MakeReference<Counted>(&deaths);
+    const auto& alias = reference;
+    reference = alias;
+    reference.reset(reference.get());
+    EXPECT_EQ(deaths, 0);
+    EXPECT_EQ(reference->GetRefCount(), 1);
+}
+
+TEST(Reference, ConvertsToTheBaseAndComparesAcrossTypes)
+{
+    int deaths = 0;
+    qs::Reference<Derived> derived = qs::MakeReference<Derived>(&deaths);
+    qs::Reference<Counted> base = derived;
+    EXPECT_TRUE(base == derived);
+    EXPECT_TRUE(base == derived.get());
+    EXPECT_TRUE(base != nullptr);
+    EXPECT_EQ(qs::StaticCast<Derived>(base)->GetRefCount(), 3);
+    base = std::move(derived);
+    EXPECT_EQ(base->GetRefCount(), 1);
+    EXPECT_TRUE(derived == nullptr);  // NOLINT(bugprone-use-after-move): it promises to be null
+}
+
+struct Owner : qs::ReferenceCount {
+    ~Owner() override { const qs::Reference<Owner> self = this; }
+};
+
+struct Holder {
+    struct Watcher : qs::ReferenceCount {
+        explicit Watcher(Holder& holder_) : holder(holder_) {}
+        ~Watcher() override { holder.seenAtDeath = holder.reference.get(); }
+        Holder& holder;
+    };
+    qs::Reference<Watcher> reference;
+    Watcher* seenAtDeath = nullptr;
+};
+
+TEST(Reference, ADestructorMayReferToItsOwnObject)
+{
+    qs::MakeReference<Owner>().reset();  // a second deletion would be the sanitizer's to report
+}
+
+TEST(Reference, ADestructorSeesWhatReplacedItsObject)
+{
+    Holder holder;
+    holder.reference = new Holder::Watcher(holder);
+    const auto next = qs::MakeReference<Holder::Watcher>(holder);
+    holder.reference = next;
+    EXPECT_EQ(holder.seenAtDeath, next.get());
+}
+
+}  // namespace
