@@ -1,0 +1,45 @@
+#pragma once
+
+#include "platform/imaging/BlendFactor.h"
+#include "platform/imaging/LayerBlendMode.h"
+#include "platform/imaging/ilImage.h"
+#include "platform/imaging/kernels/Kernels.h"
+
+class ilMIOImage;
+
+/// How pixels of a source meet those of a target.
+struct ImageBlend {
+    int sourceFactor = kFactorOne;
+    int destinationFactor = kFactorOneMinusSourceAlpha;
+    LayerBlendMode mode = kBlendNormal;             // other modes need the factors (1, 7)
+    kernels::Weight colorWeight = kernels::kFullWeight;
+    kernels::Weight alphaWeight = kernels::kFullWeight;
+    const ilMIOImage* coverage = nullptr;           // one channel: scales what arrives; null for everywhere
+    int coverageX = 0;                              // target pixel on which the coverage's (0, 0) lies
+    int coverageY = 0;
+
+    bool IsPlainOver() const
+    {
+        return sourceFactor == kFactorOne && destinationFactor == kFactorOneMinusSourceAlpha &&
+               mode == kBlendNormal && colorWeight == kernels::kFullWeight && coverage == nullptr;
+    }
+    bool IsPlainCopy() const
+    {
+        return sourceFactor == kFactorOne && destinationFactor == kFactorZero && coverage == nullptr &&
+               colorWeight == kernels::kFullWeight && alphaWeight == kernels::kFullWeight;
+    }
+};
+
+/// Blends the pixels of `source` from (sourceX, sourceY) on into `tile` of `target`; both have equal channels. Missing
+/// and transparent pages cost nothing, pages that end up as the source's are shared.
+PAINTLAYER_EXPORT void BlendImage(ilImage& target, const ilTile& tile, const ilImage& source, int sourceX, int sourceY,
+                                  const ImageBlend& blend);
+
+/// Draws `color` (premultiplied, four channels) into `tile` of the four-channel `target` through the one-channel
+/// `coverage`, whose pixel (coverageX, coverageY) meets the tile's first one. Paints over.
+PAINTLAYER_EXPORT void BlendColorThrough(ilImage& target, const ilTile& tile, const ilImage& coverage, int coverageX,
+                                         int coverageY, const ilPixel& color, kernels::Weight weight);
+
+/// Multiplies the four-channel `target` within `tile` by 1 - weight·coverage: what the coverage covers is hidden.
+PAINTLAYER_EXPORT void HideThrough(ilMIOImage& target, const ilTile& tile, const ilMIOImage& coverage, int coverageX,
+                                   int coverageY, kernels::Weight weight);

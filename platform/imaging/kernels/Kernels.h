@@ -1,0 +1,123 @@
+#pragma once
+
+#include "platform/base/Export.h"
+#include "platform/imaging/LayerBlendMode.h"
+
+#include <cstddef>
+#include <cstdint>
+
+/// Span functions of the imaging core: one source, compiled once per instruction set, chosen once at load.
+///
+/// Contract of all: RGBA is premultiplied; `count` is in pixels and may be 0; source and destination do not overlap
+/// unless they are the same span; nothing is allocated, looked up or clipped here. Every variant gives the same bytes.
+/// Intermediate results have 8 fractional bits more than a byte, so each result rounds once: within 0.51 of a level of
+/// the formula. Full alpha stores the source unchanged, zero alpha changes no byte.
+namespace kernels {
+
+/// A weight of 0 to 1 as 0 to 65535 (65535 is exactly one).
+using Weight = uint16_t;
+inline constexpr Weight kFullWeight = 65535;
+
+/// A premultiplied colour times an opacity, with 8 fractional bits: what a stamp lays down at full coverage.
+struct StampColor {
+    uint16_t component[4];  // 0 to 65280 = 255 levels; one-channel kernels use component[3]
+    Weight alpha;  // 0 to 65535
+};
+
+/// One rectangle of a stamp within one page. Coverage rows are addressed so that the byte at coverage[x] belongs to
+/// pixel x of the page row (it may lie before the stamp's own first column: rows are padded with at least 64 zeros on
+/// both sides). Rows are walked in steps of up to 64 pixels from x0 rounded down to x1 rounded up, within the page:
+/// the coverage alone says which of these pixels change.
+struct StampBlock {
+    uint8_t* pixels;  // row y0 of the page, column 0; 64-byte aligned
+    uint8_t* lowBits;  // the same of the low-order-bit page; null in the 8-bit kernels
+    ptrdiff_t strideBytes;  // of both
+    const uint8_t* coverage;  // for the page's column 0, first row
+    ptrdiff_t coverageStride;
+    int x0, x1;  // columns of the page that the stamp can touch, 0 <= x0 < x1 <= 64
+    int rows;
+};
+
+/// The W3C blend functions work on one pair of spans with a weight on the source.
+using BlendModeSpan = void (*)(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+
+struct KernelTable {
+    const char* name;  // "baseline", "avx2", "avx512"
+
+    // --- stamps: colour through coverage, dst = s + (1 - sa)·dst ---
+    /// RGBA in 8 bits. A colour of zeros with an alpha erases.
+    void (*stampColor)(const StampBlock& block, const StampColor& color);
+    /// One channel in 8 bits.
+    void (*stampCoverage)(const StampBlock& block, const StampColor& color);
+    /// RGBA in 16 bits: the value is pixels·256 + lowBits - 128, in 1/256 of a level. A value below 0 does not occur:
+    /// low bits start as 128, and no kernel writes one. Repeated stamps come close to their colour from below.
+    void (*stampColor16)(const StampBlock& block, const StampColor& color);
+    void (*stampCoverage16)(const StampBlock& block, const StampColor& color);
+    /// A wet stroke on RGBA: where the stamp covers more than the stroke so far, it replaces it; `wetness` (0 to full)
+    /// of the way to painting over it instead.
+    void (*stampWet)(const StampBlock& block, const StampColor& color, Weight wetness);
+    void (*stampWetCoverage)(const StampBlock& block, const StampColor& color, Weight wetness);
+
+    // --- spans ---
+    /// dst = src + (1 - src alpha)·dst, RGBA; exactly rounded to nearest.
+    void (*paintOver)(uint8_t* dst, const uint8_t* src, int count);
+    /// The same of weight·src.
+    void (*paintOverWeighted)(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+    /// The same of weight·coverage·src.
+    void (*paintOverCoverage)(uint8_t* dst, const uint8_t* src, const uint8_t* coverage, Weight weight, int count);
+    /// One channel: dst = weight·src + (1 - weight·src)·dst.
+    void (*paintOverWeighted1)(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+    /// RGBA: dst moves to src by weight·coverage.
+    void (*copyCoverage)(uint8_t* dst, const uint8_t* src, const uint8_t* coverage, Weight weight, int count);
+    void (*copyCoverage1)(uint8_t* dst, const uint8_t* src, const uint8_t* coverage, Weight weight, int count);
+    /// dst = (1 - weight·src alpha)·dst: erases by an RGBA source.
+    void (*eraseWeighted)(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+    void (*eraseWeighted1)(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+    /// RGBA dst = (1 - weight·coverage)·dst: hides by a stencil.
+    void (*eraseCoverage)(uint8_t* dst, const uint8_t* coverage, Weight weight, int count);
+    /// RGBA dst = weight·coverage·dst.
+    void (*keepCoverage)(uint8_t* dst, const uint8_t* coverage, Weight weight, int count);
+    /// Any pair of factors (BlendFactor), any channel count (1 or 4), with a weight on the source; clamps to a byte.
+    void (*blendFactors)(uint8_t* dst, const uint8_t* src, Weight weight, int channels, int sourceFactor,
+                         int destinationFactor, int count);
+    /// RGB times colorWeight·alphaWeight, alpha times alphaWeight; dst may be src.
+    void (*scalePixels)(uint8_t* dst, const uint8_t* src, Weight colorWeight, Weight alphaWeight, int count);
+    /// Every byte becomes 255 - byte.
+    void (*invert)(uint8_t* dst, int bytes);
+    /// RGBA: each colour component becomes alpha - component; alpha stays.
+    void (*invertColor)(uint8_t* dst, int count);
+    /// dst = max(dst, src), bytes.
+    void (*maximum)(uint8_t* dst, const uint8_t* src, int bytes);
+
+    // --- looking at pixels ---
+    /// Ands and ors all 32-bit words together (bytes: a multiple of 64).
+    void (*foldWords)(const uint8_t* bytes, int byteCount, uint32_t* andOfAll, uint32_t* orOfAll);
+
+    /// Layer blend modes; [kBlendNormal] is paintOverWeighted.
+    BlendModeSpan blendMode[kLayerBlendModeCount];
+};
+
+/// The variant for this processor (the environment variable PAINTLAYER_KERNELS names another one for tests: baseline,
+/// avx2 or avx512; an unknown or unsupported name is ignored).
+PAINTLAYER_EXPORT const KernelTable& Get();
+
+/// All variants that this processor runs, baseline first; null-terminated.
+PAINTLAYER_EXPORT const KernelTable* const* GetAll();
+
+/// Uses another variant from now on (tests and benchmarks); null restores the choice made at load.
+PAINTLAYER_EXPORT void Use(const KernelTable* table);
+
+/// a·b/255 rounded to nearest, exact for all bytes.
+constexpr uint32_t MulDiv255(uint32_t a, uint32_t b)
+{
+    const uint32_t t = a * b + 128;
+    return (t + (t >> 8)) >> 8;
+}
+
+/// A weight of 0 to 1 from a real number; out of range is clamped, NaN is 0.
+constexpr Weight WeightFrom(double w)
+{
+    return w > 0 ? static_cast<Weight>(w >= 1 ? 65535 : w * 65535 + 0.5) : Weight{0};
+}
+
+}  // namespace kernels

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "platform/imaging/kernels/Kernels.h"
+
+/// The kernels of one variant, as KernelTable describes them.
+namespace kernels::PAINTLAYER_KERNEL_NAMESPACE {
+
+void StampColor8(const StampBlock& block, const StampColor& color);
+void StampCoverage8(const StampBlock& block, const StampColor& color);
+void StampColor16(const StampBlock& block, const StampColor& color);
+void StampCoverage16(const StampBlock& block, const StampColor& color);
+void StampWet(const StampBlock& block, const StampColor& color, Weight wetness);
+void StampWetCoverage(const StampBlock& block, const StampColor& color, Weight wetness);
+
+void PaintOver(uint8_t* dst, const uint8_t* src, int count);
+void PaintOverWeighted(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void PaintOverCoverage(uint8_t* dst, const uint8_t* src, const uint8_t* coverage, Weight weight, int count);
+void PaintOverWeighted1(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void CopyCoverage(uint8_t* dst, const uint8_t* src, const uint8_t* coverage, Weight weight, int count);
+void CopyCoverage1(uint8_t* dst, const uint8_t* src, const uint8_t* coverage, Weight weight, int count);
+
+void EraseWeighted(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void EraseWeighted1(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void EraseCoverage(uint8_t* dst, const uint8_t* coverage, Weight weight, int count);
+void KeepCoverage(uint8_t* dst, const uint8_t* coverage, Weight weight, int count);
+
+void BlendFactors(uint8_t* dst, const uint8_t* src, Weight weight, int channels, int sourceFactor,
+                  int destinationFactor, int count);
+
+void ScalePixels(uint8_t* dst, const uint8_t* src, Weight colorWeight, Weight alphaWeight, int count);
+void Invert(uint8_t* dst, int bytes);
+void InvertColor(uint8_t* dst, int count);
+void Maximum(uint8_t* dst, const uint8_t* src, int bytes);
+void FoldWords(const uint8_t* bytes, int byteCount, uint32_t* andOfAll, uint32_t* orOfAll);
+
+void BlendMultiply(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendScreen(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendOverlay(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendDarken(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendLighten(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendColorDodge(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendColorBurn(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendHardLight(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendSoftLight(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendDifference(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendExclusion(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendHue(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendSaturation(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendColor(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendLuminosity(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+void BlendPlus(uint8_t* dst, const uint8_t* src, Weight weight, int count);
+
+extern const KernelTable kTable;
+
+}  // namespace kernels::PAINTLAYER_KERNEL_NAMESPACE
