@@ -1,0 +1,122 @@
+#pragma once
+
+#include "layers/PntHandle.h"
+#include "platform/base/Containers.h"
+#include "platform/base/Reference.h"
+#include "platform/imaging/PageCompositor.h"
+#include "platform/imaging/ilSmartImage.h"
+#include "platform/imaging/ilTile.h"
+#include "platform/os/Clock.h"
+
+class LayerStack;
+
+/// How a node meets the others.
+enum class CompositeMode : int {
+    Plain,    // 'P': its picture stands for itself and is painted over what lies below
+    Effect,   // 'E': its blend mode needs what lies below, so it is never grouped above the reference
+    Dropped,  // 'D': its container has left the document; draws nothing
+};
+
+/// A node of the composite tree, and by itself the kind without a container: the root, or a group of siblings that are
+/// cached together.
+///
+/// A node shows one picture: its children's, bottom to top, over transparency. A live node (on the path to the
+/// reference) composes it for each asked tile; any other keeps it as its cache. A node with one child that has nothing
+/// to apply to it hands the child's image on and keeps none.
+class CompositeBase {
+public:
+    /// stack: borrowed, not null.
+    explicit CompositeBase(LayerStack* stack) : stack_(stack) {}
+    CompositeBase(const CompositeBase&) = delete;
+    CompositeBase& operator=(const CompositeBase&) = delete;
+    virtual ~CompositeBase();  // deletes the children
+
+    /// The picture of the whole canvas: four channels, premultiplied, at offset (0, 0). Null when the node shows
+    /// nothing by its kind (no children, an inactive folder); blank while composites are suspended.
+    /// useCached: a good cache is returned as it is; otherwise it and those of the subtree are made again.
+    /// keep: the result becomes the node's cache, which may reach beyond the canvas up to the next page edge.
+    virtual qs::TempReference<ilSmartImage> Compose(bool useCached, bool keep);
+
+    /// Replaces `tile` of the four-channel `target` by this node's picture.
+    virtual void ComposeInto(ilMIOImage& target, const ilTile& tile);
+
+    /// Writes the node and its subtree to the debug output.
+    virtual void DebugPrint() const;
+
+    /// The container of this node; the null handle for the root and for groups.
+    virtual const PntHandle& GetHandle() const { return kNullHandle; }
+
+    /// Appends what the node shows within `tile` to a composite's sources; borrowed images, good until the node or a
+    /// layer changes.
+    virtual void AppendSources(const ilTile& tile, qs::vector<CompositeSource>& sources);
+
+    /// Appends the layers' images below this node one by one, as they are stored, whatever is cached; `isFolded` says
+    /// that they reach the parent as one picture.
+    struct StoredSource {
+        CompositeSource source;
+        bool isFolded = false;
+    };
+    virtual void AppendStored(qs::vector<StoredSource>& sources) const;
+
+    /// Looks at the container again for the mode; nothing for a node without one.
+    virtual void RefreshMode() {}
+
+    /// A copy for another document: the tree with its caches, which share pages. Owned by the caller.
+    virtual CompositeBase* Copy(LayerStack* stack) const;
+
+    /// Makes the cache of a node that needs one. useCached: as for Compose.
+    void MakeCache(bool useCached);
+
+    /// False when the container hides all that is in the node.
+    virtual bool IsShown() const { return true; }
+
+    // --- state ---
+
+    LayerStack* GetStack() const { return stack_; }
+    CompositeMode GetMode() const { return mode_; }
+    const PntHandle& GetEffectHandle() const { return effect_; }
+    const qsOS::FILETIME& GetTimeStamp() const { return timeStamp_; }
+    const qs::TempReference<ilSmartImage>& GetCache() const { return cache_; }
+    bool IsPlain() const { return mode_ == CompositeMode::Plain && effect_ == kNullHandle; }
+
+    /// On the path to the reference: composes anew for each tile. Drops the images of the other state.
+    void SetLive(bool live);
+    bool IsLive() const { return isLive_; }
+
+    /// A group is made and dissolved by grouping; its children count as its parent's members.
+    void SetGroup() { isGroup_ = true; }
+    bool IsGroup() const { return isGroup_; }
+
+    /// Drops this node's cache, or those of the whole subtree.
+    void DropCache();
+    void DropCaches();
+
+    // --- tree ---
+
+    qs::vector<CompositeBase*>& GetChildren() { return children_; }  // bottom first, owned
+    const qs::vector<CompositeBase*>& GetChildren() const { return children_; }
+
+    /// Fills `path` with the nodes from this one down to the one of `handle`; false, with an empty path, when there is
+    /// none.
+    bool FindPath(const PntHandle& handle, qs::vector<CompositeBase*>& path);
+
+    /// Appends the children with groups opened: the containers' nodes, bottom first.
+    void AppendMembers(qs::vector<CompositeBase*>& members) const;
+
+protected:
+    /// Replaces `sources_` by what makes up this node's picture within `tile`.
+    virtual void CollectSources(const ilTile& tile);
+    void CopyStateTo(CompositeBase& copy) const;
+    ilTile GetCanvas() const;
+
+    LayerStack* stack_;
+    qs::vector<CompositeBase*> children_;
+    qs::TempReference<ilSmartImage> cache_;        // the whole canvas; null when it must be made
+    qs::TempReference<ilSmartImage> livePicture_;  // good for the tile asked for last
+    qs::vector<CompositeSource> sources_;          // kept for its memory
+    PntHandle effect_ = kNullHandle;
+    qsOS::FILETIME timeStamp_;
+    CompositeMode mode_ = CompositeMode::Plain;
+    bool isLive_ = false;
+    bool isGroup_ = false;
+};

@@ -1,0 +1,181 @@
+#include "composite/CompositeBase.h"
+#include "composite/CompositeGrouping.h"
+#include "composite/CompositePort.h"
+#include "platform/imaging/PageWalk.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+/// A stored image of one member, and how it takes part.
+struct StoredLayer {
+    size_t member;
+    CompositeSource source;
+    bool isExact;     // cached apart, it would give its own bytes
+    bool isAlwaysSequential;  // never part of a group above
+};
+
+/// A page of the canvas; ordered by rows.
+struct CanvasPage {
+    int y;
+    int x;
+    auto operator<=>(const CanvasPage&) const = default;
+};
+
+bool IsAligned(const CompositeSource& source)
+{
+    return (PageOffsetOf(source.x) | PageOffsetOf(source.y)) == 0;
+}
+
+PageContent ContentOf(const ilMIOImage& image, int px, int py)
+{
+    const PageReader page = image.ReadPage(px, py);
+    return page.IsMissing() ? PageContent::Transparent : page.GetPage()->GetContent();
+}
+
+/// What the source has on a canvas page; opaque is only known where the pages line up.
+PageContent ContentOn(const CompositeSource& source, const CanvasPage& page)
+{
+    const ilTile tile = ilTileMoved(PageTile(page.x, page.y), -int64_t{source.x}, -int64_t{source.y});
+    if (IsAligned(source))
+        return ContentOf(*source.image, PageIndexOf(tile.x), PageIndexOf(tile.y));
+    bool isTransparent = true;
+    ForEachPage(tile, [&](int px, int py, const ilTile&) {
+        isTransparent = isTransparent && ContentOf(*source.image, px, py) == PageContent::Transparent;
+    });
+    return isTransparent ? PageContent::Transparent : PageContent::Mixed;
+}
+
+/// The stored images of members [begin, end), bottom to top.
+qs::vector<StoredLayer> ListLayers(const qs::vector<CompositeBase*>& members, size_t begin, size_t end)
+{
+    qs::vector<StoredLayer> layers;
+    qs::vector<CompositeBase::StoredSource> sources;
+    for (size_t i = begin; i < end; ++i) {
+        sources.clear();
+        members[i]->AppendStored(sources);
+        for (const auto& [source, isFolded] : sources) {
+            const bool isPlain = source.mode == kBlendNormal && source.weight == kernels::kFullWeight &&
+                                 source.stencil == nullptr;
+            layers.push_back({i, source, isPlain || isFolded, members[i]->GetMode() == CompositeMode::Effect});
+        }
+    }
+    return layers;
+}
+
+/// The canvas pages on which those of the layers that can be grouped have something stored; sorted.
+qs::vector<CanvasPage> ListPages(const qs::vector<StoredLayer>& layers, const ilTile& canvas)
+{
+    qs::vector<CanvasPage> pages;
+    for (const StoredLayer& layer : layers) {
+        if (layer.isAlwaysSequential)
+            continue;
+        const CompositeSource& source = layer.source;
+        const ilTile area = ilTileMoved(canvas, -int64_t{source.x}, -int64_t{source.y});
+        source.image->VisitPages(area, [&](int px, int py, const Page&) {
+            const ilTile stored = ilTileMoved(PageTile(px, py), source.x, source.y);
+            ForEachPage(ilTileIntersection(stored, canvas),
+                        [&](int x, int y, const ilTile&) { pages.push_back({y, x}); });
+        });
+    }
+    std::sort(pages.begin(), pages.end());
+    pages.erase(std::unique(pages.begin(), pages.end()), pages.end());
+    return pages;
+}
+
+/// Whether grouping the members above `low` in one way or another can round differently on the page. A group changes
+/// nothing when it holds one image that a cache would repeat exactly, or when nothing lies beneath it; what an opaque
+/// page hides does not count.
+bool CanDiffer(const qs::vector<StoredLayer>& layers, const CanvasPage& page, size_t low, size_t high)
+{
+    int total = 0;
+    int groupable = 0;
+    bool hasChanged = false;
+    size_t counted = SIZE_MAX;  // a folder counts once
+    for (size_t i = layers.size(); i-- > 0;) {
+        const StoredLayer& layer = layers[i];
+        const PageContent content = ContentOn(layer.source, page);
+        if (content == PageContent::Transparent)
+            continue;
+        if (layer.member != counted) {
+            const int roundings = layer.isExact ? 1 : 2;
+            counted = layer.member;
+            total += roundings;
+            if (layer.member > low && !layer.isAlwaysSequential) {
+                groupable += roundings;
+                hasChanged = hasChanged || layer.member <= high;
+            }
+        }
+        if (hasChanged && groupable >= 2 && total >= 3)
+            return true;
+        const CompositeSource& source = layer.source;
+        if (content == PageContent::Opaque && source.mode == kBlendNormal && source.weight == kernels::kFullWeight &&
+            source.stencil == nullptr)
+            return false;
+    }
+    return false;
+}
+
+/// Collects pages in their order into few tiles: neighbours in a row, then equal stretches of rows.
+class PageTiles {
+public:
+    void Add(const CanvasPage& page)
+    {
+        if (!tiles_.empty() && tiles_.back().y == page.y && tiles_.back().x + tiles_.back().nx == page.x) {
+            ++tiles_.back().nx;
+            return;
+        }
+        FoldLast();
+        tiles_.push_back({page.x, page.y, 1, 1});
+    }
+
+    void Damage(LayerStack* stack, const ilTile& canvas)
+    {
+        FoldLast();
+        for (const ilTile& pages : tiles_) {
+            const ilTile tile = ilTileFromEdges(int64_t{pages.x} * kPageSize, int64_t{pages.y} * kPageSize,
+                                                pages.Right() * kPageSize, pages.Bottom() * kPageSize);
+            GetCompositePort().DamageTile(stack, ilTileIntersection(tile, canvas));
+        }
+    }
+
+private:
+    /// The last stretch is complete: joins the tile that ends right above it, when it is of the same width.
+    void FoldLast()
+    {
+        if (tiles_.empty())
+            return;
+        const ilTile last = tiles_.back();
+        for (size_t i = tiles_.size() - 1; i-- > 0 && tiles_[i].Bottom() >= last.y - 1;)
+            if (tiles_[i].x == last.x && tiles_[i].nx == last.nx && tiles_[i].Bottom() == last.y) {
+                tiles_[i].ny += last.ny;
+                tiles_.pop_back();
+                return;
+            }
+    }
+
+    qs::vector<ilTile> tiles_;  // in pages
+};
+
+}  // namespace
+
+void CompositeGrouping::DamageDifference(LayerStack* stack, const qs::vector<CompositeBase*>& members, size_t oldPath,
+                                         size_t newPath)
+{
+    const size_t low = std::min(oldPath, newPath);
+    const size_t high = std::max(oldPath, newPath);
+    if (low == high || low + 1 >= members.size())
+        return;  // the same grouping, or no member above in either
+    const ilTile canvas = GetCompositePort().GetSize(stack);
+    const size_t end = std::min(high + 1, members.size());
+    const qs::vector<CanvasPage> pages = ListPages(ListLayers(members, low + 1, end), canvas);
+    if (pages.empty())
+        return;
+    const qs::vector<StoredLayer> layers = ListLayers(members, 0, members.size());
+    PageTiles stale;
+    for (const CanvasPage& page : pages)
+        if (CanDiffer(layers, page, low, high))
+            stale.Add(page);
+    stale.Damage(stack, canvas);
+}

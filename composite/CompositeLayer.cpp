@@ -1,0 +1,117 @@
+#include "composite/CompositeLayer.h"
+
+#include "composite/CompositePort.h"
+#include "layers/Layer.h"
+#include "platform/imaging/MaskingPaintOps.h"
+#include "platform/os/DebugOutput.h"
+
+#include <memory>
+
+namespace {
+
+/// Layers at or below this opacity are left out, not drawn faintly.
+constexpr float kLeastOpacity = 0.002f;
+
+CompositeSource SourceOf(Layer& layer, const ilMIOImage& image)
+{
+    CompositeSource source;
+    source.image = &image;
+    layer.GetOffset(source.x, source.y);
+    source.mode = layer.GetLayerBlend();
+    source.weight = kernels::WeightFrom(double{layer.GetOpacity()});
+    source.stencil = layer.GetUpToDateStencil();
+    source.stencilX = source.x;
+    source.stencilY = source.y;
+    return source;
+}
+
+}  // namespace
+
+CompositeLayer::CompositeLayer(LayerStack* stack, const Layer& layer)
+    : CompositeBase(stack), handle_(layer.GetLayerContainerHandle())
+{
+    TakeMode(&layer);
+}
+
+void CompositeLayer::RefreshMode()
+{
+    TakeMode(GetCompositePort().GetLayer(stack_, handle_));
+}
+
+void CompositeLayer::TakeMode(const Layer* layer)
+{
+    const bool hasEffect = layer != nullptr && layer->GetLayerBlend() != kBlendNormal;
+    mode_ = layer == nullptr ? CompositeMode::Dropped : hasEffect ? CompositeMode::Effect : CompositeMode::Plain;
+    effect_ = hasEffect ? handle_ : kNullHandle;
+}
+
+Layer* CompositeLayer::FindVisibleLayer() const
+{
+    Layer* layer = GetCompositePort().GetLayer(stack_, handle_);
+    const bool shows = layer != nullptr && layer->isVisible() && layer->GetOpacity() > kLeastOpacity;
+    return shows ? layer : nullptr;
+}
+
+qs::TempReference<ilSmartImage> CompositeLayer::Compose(bool useCached, bool keep)
+{
+    if (useCached && cache_)
+        return cache_;
+    const qs::TempReference<ilSmartImage> image(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
+    ComposeInto(*image, GetCanvas());
+    timeStamp_ = qsOS::CurrentFileTime();
+    if (keep)
+        cache_ = image;
+    return image;
+}
+
+void CompositeLayer::CollectSources(const ilTile& tile)
+{
+    sources_.clear();
+    AppendSources(tile, sources_);
+}
+
+void CompositeLayer::AppendSources(const ilTile& tile, qs::vector<CompositeSource>& sources)
+{
+    Layer* layer = FindVisibleLayer();
+    if (layer == nullptr)
+        return;
+    const CompositePort& port = GetCompositePort();
+    const MaskingPaintOps* painter = isLive_ && layer == port.GetCurrentLayer(stack_) ? port.GetMaskingPainter(stack_)
+                                                                                      : nullptr;
+    if (painter != nullptr) {
+        if (livePicture_)
+            livePicture_->Clear();  // the pages of other tiles are of no use
+        else
+            livePicture_.reset(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
+        const CompositeSource source = SourceOf(*layer, *livePicture_);
+        painter->ComposeOperation(*livePicture_, ilTileMoved(tile, -int64_t{source.x}, -int64_t{source.y}));
+        sources.push_back(source);
+        return;
+    }
+    const qs::TempReference<ilMIOImage> image = layer->GetImage();
+    if (image && !image->IsEmpty() && image->GetNumChannels() == 4)
+        sources.push_back(SourceOf(*layer, *image));
+}
+
+void CompositeLayer::AppendStored(qs::vector<StoredSource>& sources) const
+{
+    Layer* layer = FindVisibleLayer();
+    const qs::TempReference<ilMIOImage> image = layer != nullptr ? layer->GetImage() : nullptr;
+    if (image && !image->IsEmpty() && image->GetNumChannels() == 4)
+        sources.push_back({SourceOf(*layer, *image), false});
+}
+
+CompositeBase* CompositeLayer::Copy(LayerStack* stack) const
+{
+    std::unique_ptr<CompositeLayer> copy(new CompositeLayer(stack, handle_));
+    CopyStateTo(*copy);
+    return copy.release();
+}
+
+void CompositeLayer::DebugPrint() const
+{
+    const LayerContainer* layer = GetCompositePort().GetContainer(stack_, handle_);
+    qsOS::OutputDebugFormat("CLayer[%p,%s] ", static_cast<const void*>(this),
+                            layer != nullptr ? layer->GetLayerContainerName() : "None");
+    CompositeBase::DebugPrint();
+}

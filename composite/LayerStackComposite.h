@@ -1,0 +1,131 @@
+#pragma once
+
+#include "layers/PntHandle.h"
+#include "platform/base/Containers.h"
+#include "platform/base/Export.h"
+#include "platform/base/Reference.h"
+#include "platform/imaging/ilSmartImage.h"
+#include "platform/imaging/ilTile.h"
+
+class CompositeBase;
+class LayerFolder;
+class LayerStack;
+
+/// The composite of one document's image folder, as a tree of nodes that caches all but the reference container (adjust
+/// LCH): what lies below it, and above it each run of normal-mode siblings.
+///
+/// Always holds: how the tree is grouped depends on the order of the containers, their blend modes and the reference
+/// only, never on the history; so a cached tree and one made anew give the same bytes. Where a new reference makes a
+/// difference in rounding, the split damages those pages through the port.
+///
+/// A pixel or property of a container that changes, the reference excepted, must be told with CompositeBaseDirty (and
+/// its canvas area damaged; all of the canvas for a blend mode); structure changes with MakeCompositeTree.
+class PAINTLAYER_EXPORT LayerStackComposite {
+public:
+    LayerStackComposite();
+    LayerStackComposite(const LayerStackComposite&) = delete;
+    LayerStackComposite& operator=(const LayerStackComposite&) = delete;
+    virtual ~LayerStackComposite();
+
+    /// Drops the composite, the mask and every cached image; the tree stays and caches again on demand.
+    virtual void FreeData();
+
+    /// The document whose tree this is; set by every rebuild as well. Null before.
+    void SetOwner(LayerStack* stack) { owner_ = stack; }
+    LayerStack* GetOwner() const { return owner_; }
+
+    // --- tree ---
+
+    /// Makes the tree of the image folder anew, with nothing cached, split at the current layer (a hard-linked stencil
+    /// stands for its owner). `build`: composite mask and caches as well. Returns the root.
+    CompositeBase* MakeCompositeTree(LayerStack* stack, bool build);
+
+    /// A separate tree over the given containers, bottom first, or over a folder's children; handles that name nothing
+    /// are left out. Owned by the caller (delete it); CompositeBase::Compose makes its picture.
+    CompositeBase* MakeCompositeTree(LayerStack* stack, const qs::vector<PntHandle>& containers);
+    CompositeBase* MakeCompositeTree(LayerStack* stack, LayerFolder* folder);
+
+    /// Makes `ref` the reference container; a mask or a stencil without an owner leaves none, a stencil with owners
+    /// stands for its first. The 21st split since the last rebuild rebuilds the tree first. `notify` announces an edit,
+    /// `build` makes the composite mask and the missing caches.
+    void SplitCompositeTreeByRefLCH(LayerStack* stack, const PntHandle& ref, bool build, bool notify);
+
+    /// The container changed: caches that hold it are made again on the next build or composite.
+    void CompositeBaseDirty(const PntHandle& handle);
+
+    /// The container left or entered the document: makes the tree anew, with mask and caches.
+    void DeleteCompositeBase(LayerStack* stack, const PntHandle& handle);
+
+    /// Forgets the document: tree, images and owner go when `stack` is the owner.
+    void DeleteLayerStack(LayerStack* stack);
+
+    /// Takes over tree, reference and caches of `source` as copies that share pages; the owner stays this one's own
+    /// when it has one.
+    void CopyFrom(LayerStackComposite* source);
+
+    // --- caches ---
+
+    /// Makes the caches beside the path to the reference; nothing while composites are suspended or without a tree.
+    /// useCached: those that are still good stay; otherwise all are made again.
+    void BuildCache(LayerStack* stack, bool useCached);
+    void MakeBelow(LayerStack* stack, const ilTile* tile, bool flag);
+    void MakeAbove(LayerStack* stack, bool flag, bool update);
+
+    // --- pictures ---
+
+    /// Composes `tile` (canvas pixels) of the current composite and touches nothing else of it; null: all of it, in a
+    /// new image. While composites are suspended the area becomes transparent.
+    void MakeComposite(LayerStack* stack, const ilTile* tile);
+    const qs::TempReference<ilSmartImage>& GetCurrentComposite() const { return currentComposite_; }
+
+    /// Makes the overlay that is shown over the composite: the selection mask while it is used, and the visible masks
+    /// of the current layer while masks are shown. What a mask covers (what is selected) is tinted in its colour at its
+    /// display opacity. remake: false keeps the one there is.
+    void MakeCompositeMask(LayerStack* stack, bool remake);
+
+    /// The same of the given masks, bottom first.
+    void MakeCompositeMask(LayerStack* stack, const qs::vector<PntHandle>& masks, bool withSelection);
+
+    /// Four channels, premultiplied, canvas coordinates; null when there is nothing to show.
+    const qs::TempReference<ilSmartImage>& GetCompositeMask() const { return compositeMask_; }
+
+    // --- reference container ---
+
+    const PntHandle& GetAdjustLCH() const { return adjustLCH_; }
+    void SetAdjustLCH(const PntHandle& handle) { adjustLCH_ = handle; }
+
+    /// The nodes from the root to the one of the adjust LCH; empty when no node holds it.
+    qs::vector<CompositeBase*>* GetAdjustLCHPath() { return &adjustPath_; }
+    void GenerateAdjustLCHPath();
+
+    /// Whether `other` lies below or above `ref` in the image folder (LayerFolder::IsBelow, IsAbove); neither when one
+    /// of them is not there.
+    void DetermineBelowAndAbove(const PntHandle& ref, const PntHandle& other, bool& below, bool& above) const;
+
+    CompositeBase* GetRoot() const { return root_; }
+    int GetSplitCount() const { return splitCount_; }
+
+    /// Writes the tree to the debug output.
+    void Debug() const;
+
+private:
+    void RebuildTree(LayerStack* stack);
+    void DeleteTree();
+    void DropReference(LayerStack* stack, bool notify);
+    qs::vector<CompositeBase*> FindNodes(const PntHandle& handle) const;
+    void ChangeLive(const PntHandle& ref);
+    void GroupAroundLive();
+    void BuildCacheOnPlain(LayerStack* stack, CompositeBase* node, bool useCached);
+    void ShowCurrentOnly(const ilTile& tile);
+
+    qs::TempReference<ilSmartImage> currentComposite_;
+    qs::TempReference<ilSmartImage> compositeMask_;
+    LayerStack* owner_ = nullptr;     // borrowed
+    CompositeBase* root_ = nullptr;   // owned
+    int splitCount_ = 0;
+    PntHandle adjustLCH_ = kNullHandle;
+    qs::vector<CompositeBase*> adjustPath_;
+    PntHandle liveRef_ = kNullHandle;     // what the current layer makes the reference: the tree is grouped around it
+    PntHandle groupedRef_ = kNullHandle;  // around which it was grouped last
+    bool isGroupingStale_ = false;        // liveRef_, a blend mode or the tree changed since
+};

@@ -1,0 +1,184 @@
+#include "layers/DocumentPort.h"
+#include "layers/Layer.h"
+#include "platform/imaging/ImageBlend.h"
+#include "platform/imaging/PageCompositor.h"
+#include "platform/imaging/PageWalk.h"
+#include "platform/imaging/PaintOps.h"
+
+namespace {
+
+constexpr ilTile kEverywhere(-(1 << 30), -(1 << 30), INT32_MAX, INT32_MAX);
+
+/// The tile grown to whole pages, so that pages can be shared instead of copied in part.
+ilTile GrownToPages(const ilTile& tile)
+{
+    if (tile.IsEmpty())
+        return tile;
+    constexpr int64_t kMask = kPageSize - 1;
+    return ilTileFromEdges(tile.x & ~kMask, tile.y & ~kMask, (tile.Right() + kMask) & ~kMask,
+                           (tile.Bottom() + kMask) & ~kMask);
+}
+
+/// into = the union of both coverages over `tile`; the source's (0, 0) lies on pixel (dx, dy).
+void UniteWithin(ilSmartImage& into, const ilTile& tile, const ilMIOImage& source, int64_t dx, int64_t dy)
+{
+    BlendImage(into, tile, source, static_cast<int>(tile.x - dx), static_cast<int>(tile.y - dy), ImageBlend());
+}
+
+/// The same everywhere, at the cost of the pages that can change: where neither stores one the fill values unite, and a
+/// missing page of full coverage stays what it is.
+void UniteEverywhere(ilSmartImage& into, const ilMIOImage& source, int64_t dx, int64_t dy)
+{
+    const uint32_t fill = into.GetFillValue().GetPacked();
+    const uint32_t sourceFill = source.GetFillValue().GetPacked();
+    qs::set<std::pair<int, int>> pages;
+    const auto collect = [&](int px, int py, const ilTile&) { pages.emplace(px, py); };
+    if (sourceFill != 0 || fill == 255)
+        into.VisitPages(kEverywhere, [&](int px, int py, const Page&) { pages.emplace(px, py); });
+    if (fill != 255)
+        source.VisitPages(kEverywhere, [&](int px, int py, const Page&) {
+            ForEachPage(ilTileMoved(PageTile(px, py), dx, dy), collect);
+        });
+    for (const auto& [px, py] : pages)
+        UniteWithin(into, PageTile(px, py), source, dx, dy);
+    into.SetFillValue(ilPixel::Coverage(static_cast<uint8_t>(fill + kernels::MulDiv255(sourceFill, 255 - fill))));
+}
+
+bool IsCoverage(const qs::TempReference<ilMIOImage>& image)
+{
+    return image && image->GetNumChannels() == 1;
+}
+
+}  // namespace
+
+qs::vector<Layer*> Layer::FindActiveStencils() const
+{
+    qs::vector<Layer*> found;
+    const DocumentPort& port = GetDocumentPort();
+    for (const PntHandle& handle : port.GetStencilLayers(GetLayerContainerHandle())) {
+        Layer* stencil = port.FindLayer(handle);
+        if (stencil != nullptr && stencil->isActive() && IsCoverage(stencil->image_))
+            found.push_back(stencil);
+    }
+    return found;
+}
+
+void Layer::MakeStencilComposite()
+{
+    if (isStencil() || isMask() || !stencilCompositeDirty_)
+        return;
+    stencilComposite_ = nullptr;
+    for (const Layer* stencil : FindActiveStencils()) {
+        const int64_t dx = int64_t{stencil->getXOffset()} - getXOffset();
+        const int64_t dy = int64_t{stencil->getYOffset()} - getYOffset();
+        if (!stencilComposite_)
+            stencilComposite_ = new ilSmartImage(*stencil->image_, static_cast<int>(dx), static_cast<int>(dy));
+        else
+            UniteEverywhere(*stencilComposite_, *stencil->image_, dx, dy);
+    }
+    if (stencilComposite_)
+        stencilComposite_->ShrinkBounds();
+    stencilCompositeDirty_ = false;
+}
+
+const ilMIOImage* Layer::GetUpToDateStencil()
+{
+    if (isStencil() || isMask())
+        return nullptr;
+    MakeStencilComposite();
+    const ilSmartImage* made = stencilComposite_.get();
+    return made == nullptr || (made->IsEmpty() && made->GetFillValue().GetPacked() == 0) ? nullptr : made;
+}
+
+void Layer::RefreshStencilComposite(const ilTile& tile)
+{
+    if (stencilCompositeDirty_ || !stencilComposite_ || isStencil() || isMask())
+        return;
+    const ilTile pages = GrownToPages(tile);
+    stencilComposite_->fillTile(pages, ilPixel::Coverage(0));
+    for (const Layer* stencil : FindActiveStencils())
+        UniteWithin(*stencilComposite_, pages, *stencil->image_, int64_t{stencil->getXOffset()} - getXOffset(),
+                    int64_t{stencil->getYOffset()} - getYOffset());
+}
+
+qs::TempReference<ilSmartImage> Layer::GetStencilledImage(const ilTile* tile, bool fullOpacity)
+{
+    return MakeStencilledImage(tile, fullOpacity);
+}
+
+qs::TempReference<ilSmartImage> Layer::MakeStencilledImage(const ilTile* tile, bool fullOpacity)
+{
+    if (!image_)
+        return {};
+    const ilTile area = tile != nullptr ? *tile : getLayerBounds(true);
+    const ilPixel transparent(kUnsignedByte, 4);
+    const qs::TempReference<ilSmartImage> made(new ilSmartImage(transparent));
+    if (area.IsEmpty())
+        return made;
+    if (isMask() || isStencil()) {
+        ShowCoverage(*made, area);
+        return made;
+    }
+    CompositeSource source;
+    source.image = image_.get();
+    source.weight = kernels::WeightFrom(fullOpacity ? 1.0f : opacity_);
+    source.stencil = GetUpToDateStencil();
+    if (tile == nullptr && source.weight == kernels::kFullWeight && source.stencil == nullptr)
+        made->ShareAllFrom(*image_);
+    else
+        ComposePages(*made, GrownToPages(area), {source});
+    return made;
+}
+
+void Layer::ShowCoverage(ilSmartImage& into, const ilTile& tile) const
+{
+    BlendColorThrough(into, tile, *image_, tile.x, tile.y, maskColor_.Premultiplied(),
+                      kernels::WeightFrom(maskDisplayOpacity_));
+}
+
+void Layer::DoStencil(const ilTile* tile, PaintOps* painter)
+{
+    const ilMIOImage* stencil = GetUpToDateStencil();
+    ilMIOImage* target =
+        painter != nullptr && painter->target_img() != nullptr ? painter->target_img()->AsPaged() : nullptr;
+    const ilTile area = tile != nullptr ? *tile : getLayerBounds(true);
+    if (stencil == nullptr || target == nullptr || area.IsEmpty())
+        return;
+    HideThrough(*target, area, *stencil, area.x, area.y, kernels::kFullWeight);
+    painter->DamageTile(area);
+}
+
+void Layer::CollapseStencilComposite()
+{
+    const ilMIOImage* stencil = GetUpToDateStencil();
+    if (stencil == nullptr || !image_)
+        return;
+    const ilTile bounds = getLayerBounds(true);
+    HideThrough(*image_, bounds, *stencil, bounds.x, bounds.y, kernels::kFullWeight);
+    ShrinkBounds(false, false);
+    TellImageChanged();
+}
+
+void Layer::CollapseOpacity()
+{
+    if (image_ && !isMask() && !isStencil())
+        SetImage(GetStencilledImage());
+    SetOpacity(1.0f);
+}
+
+qs::TempReference<ilSmartImage> Layer::MakeMaskImage(const qs::vector<LayerContainer*>& masks, const ilTile& tile)
+{
+    const qs::TempReference<ilSmartImage> made(new ilSmartImage(ilPixel::Coverage(0)));
+    if (tile.IsEmpty())
+        return made;
+    for (const LayerContainer* container : masks)
+        if (const Layer* mask = dynamic_cast<const Layer*>(container))
+            MakeMaskImageOne(*made, tile, *mask);
+    return made;
+}
+
+void Layer::MakeMaskImageOne(ilSmartImage& into, const ilTile& tile, const Layer& mask)
+{
+    if (IsCoverage(mask.image_))
+        UniteWithin(into, tile, *mask.image_, mask.getXOffset(), mask.getYOffset());
+}

@@ -1,0 +1,37 @@
+#include "stack/LayerStack.h"
+
+bool LayerStack::BeginProxy(ProxyParameters::ScopeHint scope, ProxyParameters::Images images)
+{
+    if (inProxy_)
+        return true;
+    DrainPainterDamage();
+    if (currentLayer_ == nullptr || !currentLayer_->BeginProxy(scope, images))
+        return false;
+    proxyLayers_ = {currentLayer_->GetLayerContainerHandle()};
+    proxyDamage_.Clear();
+    inProxy_ = true;
+    GetCurrentLayerPainter();
+    return true;
+}
+
+void LayerStack::EndProxy()
+{
+    if (!inProxy_)
+        return;
+    DrainPainterDamage();
+    inProxy_ = false;
+    for (const PntHandle& handle : std::exchange(proxyLayers_, {})) {
+        Layer* layer = GetLayerFromHandle(handle);
+        if (layer == nullptr)
+            continue;
+        DamageLayer(*layer);
+        layer->EndProxy();
+        TellChanged(*layer);
+        DamageLayer(*layer);
+    }
+    // What the proxy touched may reach beyond both pictures of its layers.
+    ilTile tile;
+    while (proxyDamage_.nextDamaged(tile))
+        DamageTile(tile);
+    GetCurrentLayerPainter();
+}

@@ -1,0 +1,114 @@
+#include "stack/LayerStack.h"
+#include "stack/StackPort.h"
+
+#include <algorithm>
+#include <cmath>
+
+void LayerStack::SetSelectionMask(Layer* mask)
+{
+    const bool isUsable =
+        mask == nullptr || (HoldingFolder(mask, nullptr) == nullptr && mask->GetImage() &&
+                            mask->GetImage()->GetNumChannels() == 1);
+    if (mask == selectionMask_ || !isUsable)
+        return;
+    const bool wasCurrent = isSelectionMaskCurrent();
+    const qs::Reference<Layer> old = selectionMask_;
+    if (isSelectionMaskActive())
+        DamageLayer(*old);
+    selectionMask_.reset(mask);
+    if (mask != nullptr)
+        mask->VerifyAllLsHandle(instance_);
+    if (isSelectionMaskActive())
+        DamageLayer(*mask);
+    maskIsStale_ = true;
+    if (wasCurrent) {
+        MarkTreeStale();
+        BecomeCurrent(mask != nullptr ? mask : GetBottomLayer(kLayerModeImage));
+    }
+    UpdatePainterClip();
+}
+
+void LayerStack::ClearSelectionMask(bool rebuild)
+{
+    const qs::Reference<ilSmartImage> image(new ilSmartImage(ilPixel(kUnsignedByte, 1)));
+    const qs::Reference<Layer> mask(new Layer(image, {}, kLayerModeMask, kLayerTypeRaster, 0, 0));
+    mask->SetLayerContainerName("Marquee");
+    mask->SetMaskColor(selectionDisplayColor_);
+    mask->SetMaskDisplayOpacity(selectionDisplayOpacity_);
+    mask->SetVisible(false);
+    SetSelectionMask(mask.get());
+    SetSelectionMaskActive(false);
+    if (rebuild)
+        RebuildCompositeMask();
+}
+
+void LayerStack::SetSelectionMaskActive(bool active)
+{
+    if (!selectionMask_)
+        return;
+    if (active) {
+        selectionMask_->SetMaskColor(selectionDisplayColor_);
+        selectionMask_->SetMaskDisplayOpacity(selectionDisplayOpacity_);
+    }
+    SetLayerVisible(GetSelectionMaskHandle(), active, false);
+}
+
+bool LayerStack::isSelectionMaskActive() const
+{
+    return selectionMask_ && selectionMask_->isVisible();
+}
+
+void LayerStack::SetSelectionMaskCurrent()
+{
+    if (!selectionMask_ || isSelectionMaskCurrent())
+        return;
+    EndProxy();
+    BecomeCurrent(selectionMask_.get());
+    MarkTreeStale();
+    Notify(true);
+    UpdateBrushClippingRect();
+    ShowChange();
+}
+
+bool LayerStack::isSelectionMaskCurrent() const
+{
+    return currentLayer_ != nullptr && currentLayer_ == selectionMask_.get();
+}
+
+bool LayerStack::isSelectionMaskUsed() const
+{
+    return isSelectionMaskActive() && !isSelectionMaskCurrent() && selectionMask_->GetImage() &&
+           !GetSelMaskBounds().IsEmpty();
+}
+
+ilTile LayerStack::GetSelMaskBounds() const
+{
+    return selectionMask_ ? selectionMask_->getLayerBounds(true) : ilTile();
+}
+
+void LayerStack::GetSelMaskOffset(int& x, int& y) const
+{
+    if (selectionMask_)
+        selectionMask_->GetOffset(x, y);
+}
+
+void LayerStack::SetSelectionDefaultDisplayOpacity(float opacity)
+{
+    if (std::isnan(opacity))
+        return;
+    selectionDisplayOpacity_ = std::clamp(opacity, 0.0f, 1.0f);
+    if (!isSelectionMaskActive())
+        return;
+    selectionMask_->SetMaskDisplayOpacity(selectionDisplayOpacity_);
+    RebuildMaskAndRedrawEntireCanvas();
+}
+
+void LayerStack::SetSelectionDefaultDisplayColor(const PaintColor& color)
+{
+    selectionDisplayColor_ = color;
+    selectionDisplayColor_.Clamp();
+    if (!isSelectionMaskActive())
+        return;
+    selectionMask_->SetMaskColor(selectionDisplayColor_);
+    RebuildMaskAndRedrawEntireCanvas();
+}

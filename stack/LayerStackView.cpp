@@ -1,0 +1,3 @@
+#include "stack/LayerStackView.h"
+
+LayerStackView::~LayerStackView() = default;

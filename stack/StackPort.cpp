@@ -1,0 +1,16 @@
+#include "stack/StackPort.h"
+
+StackPort& GetStackPort()
+{
+    static StackPort port = {
+        .DefaultBackgroundColor = [] { return PaintColor(1, 1, 1, 1); },
+        .CanvasUpdated = [] {},
+        .StackEdited = [](bool) {},
+        .StackChanged = [](bool) {},
+        .ContainerAdded = [](int, const PntHandle&) {},
+        .ContainerState = [](const PntHandle&) {},
+        .LayerRenamed = [](const PntHandle&) {},
+        .GetStackHandle = [](const LayerStack*) { return -1; },
+    };
+    return port;
+}

@@ -1,0 +1,189 @@
+#include "host/Png.h"
+#include "host/Replay.h"
+#include "core/PaintManager.h"
+
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+const std::filesystem::path kOutput = PAINTLAYER_TEST_OUTPUT;
+
+struct RunResult {
+    int status;
+    std::string out;
+    std::string errors;
+};
+
+RunResult Run(std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), "paint-replay");
+    std::vector<const char*> argv;
+    for (const std::string& argument : arguments)
+        argv.push_back(argument.c_str());
+    std::ostringstream out;
+    std::ostringstream errors;
+    const int status = RunReplay(static_cast<int>(argv.size()), argv.data(), out, errors);
+    return {status, out.str(), errors.str()};
+}
+
+std::string WriteFile(const std::string& name, const std::string& text)
+{
+    const std::string path = (kOutput / name).string();
+    std::ofstream(path) << text;
+    return path;
+}
+
+/// The value behind a name that --stats prints.
+std::string StatOf(const RunResult& run, const std::string& name)
+{
+    std::istringstream lines(run.out);
+    for (std::string line; std::getline(lines, line);)
+        if (line.rfind(name, 0) == 0)
+            return line.substr(line.find_last_of(' ') + 1);
+    return {};
+}
+
+/// The whole picture as RGBA rows.
+std::vector<uint8_t> ReadPng(const std::string& path, int& width, int& height)
+{
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    EXPECT_NE(png_image_begin_read_from_file(&image, path.c_str()), 0) << path;
+    image.format = PNG_FORMAT_RGBA;
+    std::vector<uint8_t> pixels(PNG_IMAGE_SIZE(image));
+    EXPECT_NE(png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr), 0);
+    width = static_cast<int>(image.width);
+    height = static_cast<int>(image.height);
+    return pixels;
+}
+
+std::string Arc(double perSecond)
+{
+    std::ostringstream text;
+    for (int i = 0; i <= 2 * perSecond; ++i) {
+        const double t = i / perSecond;
+        text << t << ' ' << 100 + 60 * std::cos(2 * t) << ' ' << 100 + 60 * std::sin(2 * t) << " 0.7\n";
+    }
+    return text.str();
+}
+
+}  // namespace
+
+TEST(Replay, RefusesBadRecordingsWithStatus2AndLeavesNoPicture)
+{
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"empty.dat", "", "empty"},
+        {"comments.dat", "# nothing\n\n", "no samples"},
+        {"words.dat", "0 1 2 0.5\n0.1 1 two 0.5\n", ":2: \"two\""},
+        {"short.dat", "0 1 2 0.5\n\n# note\n0.1 1 2\n", ":4: four numbers"},
+        {"long.dat", "0 1 2 0.5 9\n", ":1: more than"},
+        {"nan.dat", "0 1 2 0.5\n0.1 nan 2 0.5\n", ":2: \"nan\" is not a finite"},
+        {"inf.dat", "0 1 -inf 0.5\n", ":1: \"-inf\""},
+        {"pressure.dat", "0 1 2 1.5\n", ":1: the pressure"},
+        {"time.dat", "1 1 2 1\n0.5 1 2 1\n", ":2: time runs backwards"},
+    };
+    const std::string picture = (kOutput / "refused.png").string();
+    std::filesystem::remove(picture);
+    for (const auto& [name, text, message] : cases) {
+        const RunResult run = Run({WriteFile(name, text), "-o", picture});
+        EXPECT_EQ(run.status, 2) << name;
+        EXPECT_NE(run.errors.find(message), std::string::npos) << name << ": " << run.errors;
+        EXPECT_NE(run.errors.find(name), std::string::npos) << run.errors;
+        EXPECT_FALSE(std::filesystem::exists(picture)) << name;
+    }
+    EXPECT_EQ(Run({"no-such-file.dat", "-o", picture}).status, 2);
+    EXPECT_EQ(Run({kOutput.string(), "-o", picture}).status, 2) << "a directory";
+    EXPECT_FALSE(std::filesystem::exists(picture));
+}
+
+TEST(Replay, RefusesBadOptionsAndUnwritablePictures)
+{
+    const std::string samples = WriteFile("good.dat", Arc(60));
+    const std::string picture = (kOutput / "options.png").string();
+    std::filesystem::remove(picture);
+    const std::vector<std::string> cases[] = {
+        {"--size", "0x5"}, {"--size", "axb"}, {"--size", "1000001x5"}, {"--radius", "0"}, {"--radius", "nan"},
+        {"--color", "blue"}, {"--symmetry", "twice"}, {"--opacity", "2"}, {"--layers", "-1"}, {"--unknown"}};
+    for (const std::vector<std::string>& options : cases) {
+        std::vector<std::string> arguments{samples, "-o", picture};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const RunResult run = Run(arguments);
+        EXPECT_EQ(run.status, 2) << options.front() << ' ' << options.back();
+        EXPECT_FALSE(run.errors.empty());
+        EXPECT_FALSE(std::filesystem::exists(picture));
+    }
+    const std::string nowhere = (kOutput / "no-such-folder" / "x.png").string();
+    const RunResult run = Run({samples, "-o", nowhere});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_NE(run.errors.find("no-such-folder"), std::string::npos);
+    EXPECT_EQ(Run({"--help"}).status, 0);
+    EXPECT_EQ(PaintCore.GetLayerStackCount(), 0) << "every run closes its document";
+}
+
+TEST(Replay, PaintsWhereTheSamplesRunAndNowhereElse)
+{
+    const std::string samples = WriteFile("arc.dat", Arc(120));
+    const std::string picture = (kOutput / "arc.png").string();
+    const RunResult run = Run({samples, "-o", picture, "--size", "200x190", "--radius", "5", "--color", "#ff0000",
+                               "--background", "none", "--pressure", "none", "--hardness", "1", "--stats"});
+    ASSERT_EQ(run.status, 0) << run.errors;
+    int width = 0;
+    int height = 0;
+    const std::vector<uint8_t> pixels = ReadPng(picture, width, height);
+    ASSERT_EQ(width, 200);
+    ASSERT_EQ(height, 190);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const uint8_t* pixel = &pixels[static_cast<size_t>(4 * (y * width + x))];
+            const double dx = x + 0.5 - 100;
+            const double dy = y + 0.5 - 100;
+            const double angle = std::atan2(dy, dx) < -1 ? std::atan2(dy, dx) + 2 * 3.14159265 : std::atan2(dy, dx);
+            const double offRing = std::abs(std::hypot(dx, dy) - 60);
+            if (angle > 0.05 && angle < 3.95 && offRing < 4) {
+                ASSERT_EQ(pixel[3], 255) << x << ", " << y;
+                ASSERT_EQ(pixel[0], 255);
+                ASSERT_EQ(pixel[1], 0);
+            }
+            if (offRing > 6.5)
+                ASSERT_EQ(pixel[3], 0) << x << ", " << y;
+        }
+    EXPECT_EQ(StatOf(run, "strokes"), "1");
+    EXPECT_EQ(StatOf(run, "samples"), "241");
+    EXPECT_GT(std::stoi(StatOf(run, "tiles updated")), 0);
+}
+
+TEST(Replay, TheSameRecordingGivesTheSameBytesWithAndWithoutLayersBelow)
+{
+    const std::string samples = WriteFile("same.dat", Arc(120));
+    const std::string picture = (kOutput / "same.png").string();
+    const RunResult first = Run({samples, "-o", picture, "--stats", "--size", "256x256"});
+    const RunResult again = Run({samples, "-o", picture, "--stats", "--size", "256x256"});
+    const RunResult twice = Run({samples, "-o", picture, "--stats", "--size", "256x256", "--repeat", "2"});
+    const RunResult layered = Run({samples, "-o", picture, "--stats", "--size", "256x256", "--layers", "4"});
+    EXPECT_EQ(StatOf(first, "plane hash").size(), 16u);
+    EXPECT_EQ(StatOf(first, "plane hash"), StatOf(again, "plane hash"));
+    EXPECT_NE(StatOf(first, "plane hash"), StatOf(layered, "plane hash"));
+    EXPECT_EQ(std::stoi(StatOf(twice, "stamps")), 2 * std::stoi(StatOf(first, "stamps")));
+}
+
+TEST(Png, KeepsStraightColoursAndBlendsOverTheBackground)
+{
+    ilMemoryImg image(3, 1, 4);
+    image.SetPixel(0, 0, ilPixel::Rgba(100, 50, 0, 200));
+    image.SetPixel(1, 0, ilPixel::Rgba(10, 20, 30, 255));
+    const std::string path = (kOutput / "colours.png").string();
+    int width = 0;
+    int height = 0;
+    ASSERT_EQ(WritePng(path, image, std::nullopt), "");
+    const std::vector<uint8_t> straight = ReadPng(path, width, height);
+    EXPECT_EQ(straight, (std::vector<uint8_t>{128, 64, 0, 200, 10, 20, 30, 255, 0, 0, 0, 0}));
+    ASSERT_EQ(WritePng(path, image, PaintColor(1, 1, 1, 1)), "");
+    const std::vector<uint8_t> over = ReadPng(path, width, height);
+    EXPECT_EQ(over, (std::vector<uint8_t>{155, 105, 55, 255, 10, 20, 30, 255, 255, 255, 255, 255}));
+}

@@ -1,0 +1,404 @@
+#include "layers/LayerFolder.h"
+
+#include "tests/layers/FakeDocument.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+
+namespace {
+
+/// Builds trees from dumps, such as "a G[b c] d", and finds their members by name.
+class Tree {
+public:
+    explicit Tree(const std::string& text = "") : root(new LayerFolder)
+    {
+        size_t position = 0;
+        Parse(*root, text, position);
+    }
+
+    LayerContainer* Make(const std::string& name)
+    {
+        qs::Reference<LayerContainer> made;
+        if (std::isupper(static_cast<unsigned char>(name[0])))
+            made = new LayerFolder;
+        else
+            made = MakeLayer();
+        made->SetLayerContainerName(name.c_str());
+        members[name] = made;
+        return made.get();
+    }
+    LayerContainer* operator[](const std::string& name) { return members.count(name) ? members[name].get() : nullptr; }
+    LayerFolder* Folder(const std::string& name) { return dynamic_cast<LayerFolder*>((*this)[name]); }
+    Layer* AsLayer(const std::string& name) { return dynamic_cast<Layer*>((*this)[name]); }
+    PntHandle Handle(const std::string& name) { return (*this)[name]->GetLayerContainerHandle(); }
+    std::string Text() const { return Dump(*root); }
+
+    qs::Reference<LayerFolder> root;
+    std::map<std::string, qs::Reference<LayerContainer>> members;
+
+private:
+    void Parse(LayerFolder& into, const std::string& text, size_t& position)
+    {
+        while (position < text.size() && text[position] != ']') {
+            if (text[position] == ' ') {
+                ++position;
+                continue;
+            }
+            const size_t end = std::min(text.find_first_of(" []", position), text.size());
+            LayerContainer* made = Make(text.substr(position, end - position));
+            into.AddLayerContainer(made, nullptr, true);
+            position = end;
+            if (position < text.size() && text[position] == '[') {
+                ++position;
+                Parse(dynamic_cast<LayerFolder&>(*made), text, position);
+                ++position;
+            }
+        }
+    }
+};
+
+std::string NameOf(const LayerContainer* container)
+{
+    return container != nullptr ? container->GetLayerContainerName() : "-";
+}
+
+std::string NamesOf(const qs::vector<Layer*>& layers)
+{
+    std::string text;
+    for (const Layer* layer : layers)
+        text += (text.empty() ? "" : " ") + NameOf(layer);
+    return text;
+}
+
+}  // namespace
+
+TEST(LayerFolder, AddingPutsTheContainerNextToItsReference)
+{
+    struct Case {
+        const char* ref;
+        bool above;
+        const char* expected;
+    };
+    for (const Case& c :
+         {Case{"", false, "x a G[b c] d"}, Case{"", true, "a G[b c] d x"}, Case{"a", true, "a x G[b c] d"},
+          Case{"a", false, "x a G[b c] d"}, Case{"G", true, "a G[b c] x d"}, Case{"G", false, "a G[b c x] d"},
+          Case{"d", true, "a G[b c] d x"}, Case{"b", true, "a G[b x c] d"}, Case{"b", false, "a G[x b c] d"},
+          Case{"c", true, "a G[b c x] d"}}) {
+        Tree tree("a G[b c] d");
+        EXPECT_TRUE(tree.root->AddLayerContainer(tree.Make("x"), tree[c.ref], c.above));
+        EXPECT_EQ(tree.Text(), c.expected) << c.ref << ' ' << c.above;
+    }
+}
+
+TEST(LayerFolder, AnUnknownReferenceRefusesAndAnUnknownHandleActsAsNone)
+{
+    Tree tree("a G[b]");
+    Tree elsewhere("z");
+    EXPECT_FALSE(tree.root->AddLayerContainer(tree.Make("x"), elsewhere["z"], true));
+    EXPECT_EQ(tree.Text(), "a G[b]");
+    EXPECT_TRUE(tree.root->AddLayerContainer(tree["x"], elsewhere.Handle("z"), true));
+    EXPECT_TRUE(tree.root->AddLayerContainer(tree.Make("y"), tree.Handle("b"), true));
+    EXPECT_EQ(tree.Text(), "a G[b y] x");
+}
+
+TEST(LayerFolder, NothingIsAddedToItselfOrItsOwnContents)
+{
+    Tree tree("G[H[a]]");
+    EXPECT_FALSE(tree.root->AddLayerContainer(nullptr, nullptr, true));
+    EXPECT_FALSE(tree.root->AddLayerContainer(tree.root.get(), nullptr, true));
+    EXPECT_FALSE(tree.root->AddLayerContainer(tree["G"], tree["a"], true));
+    EXPECT_EQ(tree.Text(), "G[H[a]]");
+}
+
+TEST(LayerFolder, EachChildCarriesOneReference)
+{
+    Tree tree("a G[b]");
+    EXPECT_EQ(tree["b"]->GetRefCount(), 2);  // the tree's own map holds the other
+    tree.root->RemoveLayerContainer(tree["b"]);
+    EXPECT_EQ(tree["b"]->GetRefCount(), 1);
+    EXPECT_EQ(tree["G"]->GetRefCount(), 1);
+    tree.root->Clear();
+    EXPECT_EQ(tree["a"]->GetRefCount(), 1);
+    EXPECT_EQ(tree.root->GetSize(), 0);
+}
+
+TEST(LayerFolder, RemovingTellsTheHostOnceAndEmptiedFoldersVanish)
+{
+    FakeDocument document;
+    Tree tree("a G[H[b] c] I[d]");
+    EXPECT_TRUE(tree.root->RemoveLayerContainer(tree["b"]));
+    EXPECT_EQ(tree.Text(), "a G[c] I[d]");
+    EXPECT_EQ(document.removals, qs::vector<PntHandle>{tree.Handle("b")});
+    EXPECT_FALSE(tree.root->RemoveLayerContainer(tree["b"]));
+    EXPECT_TRUE(tree.root->RemoveLayerContainer(tree["d"]));
+    EXPECT_TRUE(tree.root->RemoveLayerContainer(tree["G"]));
+    EXPECT_EQ(tree.Text(), "a");
+    EXPECT_FALSE(tree.root->RemoveLayerContainer(nullptr));
+    EXPECT_EQ(document.removals.size(), 3u);
+}
+
+TEST(LayerFolder, NeighboursAndEndsFollowTheFlattenedOrder)
+{
+    Tree tree("a G[b c] H[]");
+    const auto next = [&](const char* name) { return NameOf(tree.root->GetNextLayerContainer(tree[name])); };
+    const auto previous = [&](const char* name) { return NameOf(tree.root->GetPreviousLayerContainer(tree[name])); };
+    EXPECT_EQ(next("a") + next("G") + next("b") + next("c") + next("H"), "GbcH-");
+    EXPECT_EQ(previous("a") + previous("G") + previous("b") + previous("c") + previous("H"), "-aGbc");
+    EXPECT_EQ(NameOf(tree.root->GetNextLayer(tree.AsLayer("a"))), "b");
+    EXPECT_EQ(NameOf(tree.root->GetPreviousLayer(tree.AsLayer("b"))), "a");
+    EXPECT_EQ(NameOf(tree.root->GetNextLayer(tree.AsLayer("c"))), "-");
+    const qs::Reference<Layer> stranger = MakeLayer();
+    EXPECT_EQ(tree.root->GetNextLayerContainer(stranger.get()), nullptr);
+    EXPECT_EQ(NameOf(tree.root->GetTopLayerContainer(false)), "H");
+    EXPECT_EQ(NameOf(tree.root->GetTopLayer()), "-");
+    EXPECT_EQ(NameOf(tree.root->GetBottomLayer()), "a");
+    tree.root->RemoveLayerContainer(tree["H"]);
+    EXPECT_EQ(NameOf(tree.root->GetTopLayerContainer(true)), "G");
+    EXPECT_EQ(NameOf(tree.root->GetTopLayerContainer(false)), "c");
+    EXPECT_EQ(tree.root->GetLayerContainerSize(), 4);
+    EXPECT_EQ(tree.root->GetLCHArray(true).size(), 2u);
+    EXPECT_EQ(tree.root->GetLCHArray(false),
+              (qs::vector{tree.Handle("a"), tree.Handle("G"), tree.Handle("b"), tree.Handle("c")}));
+}
+
+TEST(LayerFolder, IsBelowAnswersWhetherTheSecondLiesBelowTheFirst)
+{
+    Tree tree("a G[b c] d");
+    const auto below = [&](const char* a, const char* b) { return tree.root->IsBelow(tree.Handle(a), tree.Handle(b)); };
+    const auto above = [&](const char* a, const char* b) { return tree.root->IsAbove(tree.Handle(a), tree.Handle(b)); };
+    const char* const order[] = {"a", "b", "c", "d"};
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < 4; ++j) {
+            EXPECT_EQ(below(order[i], order[j]), j < i) << order[i] << order[j];
+            EXPECT_EQ(above(order[i], order[j]), j > i) << order[i] << order[j];
+        }
+    EXPECT_FALSE(below("G", "b") || above("G", "b"));  // a folder and its first member stand level
+    EXPECT_TRUE(tree.root->IsBelow(tree.Handle("a"), kNullHandle));
+    EXPECT_FALSE(tree.root->IsBelow(kNullHandle, PntHandle()));
+}
+
+TEST(LayerFolder, HandlesResolveAtAnyDepthAndToTheFolderItself)
+{
+    Tree tree("a G[H[b]]");
+    EXPECT_EQ(tree.root->GetLayerContainerFromHandle(tree.Handle("b")), tree["b"]);
+    EXPECT_EQ(tree.root->GetLayerContainerFromHandle(tree.root->GetLayerContainerHandle()), tree.root.get());
+    EXPECT_EQ(tree.root->GetLayerContainerFromHandle(kNullHandle), nullptr);
+    LayerFolder* where = nullptr;
+    EXPECT_TRUE(tree.root->FindLayerContainer(tree["b"], &where));
+    EXPECT_EQ(where, tree["H"]);
+    EXPECT_FALSE(tree.Folder("H")->FindLayerContainer(tree["a"], &where));
+    EXPECT_EQ(where, nullptr);
+    EXPECT_TRUE(tree.root->FindLayerContainer(tree.Folder("G")));
+    EXPECT_FALSE(tree.root->FindLayerContainer(tree.Folder("H")));
+}
+
+TEST(LayerFolder, ACloneIsDeepAndKeepsHandles)
+{
+    Tree tree("a G[b]");
+    tree.Folder("G")->SetActive(false);
+    const qs::Reference<LayerContainer> clone(tree.root->Clone());
+    LayerFolder& copy = dynamic_cast<LayerFolder&>(*clone);
+    EXPECT_EQ(Dump(copy), "a G[b]");
+    EXPECT_EQ(copy.GetLCHArray(false), tree.root->GetLCHArray(false));
+    LayerContainer* cloned = copy.GetLayerContainerFromHandle(tree.Handle("G"));
+    EXPECT_NE(cloned, tree["G"]);
+    EXPECT_FALSE(dynamic_cast<LayerFolder*>(cloned)->isActive());
+    copy.RemoveLayerContainer(copy.GetLayerContainerFromHandle(tree.Handle("b")));
+    EXPECT_EQ(tree.Text(), "a G[b]");
+}
+
+TEST(LayerFolder, StencilsInSubFoldersAreNotReportedButMasksAre)
+{
+    FakeDocument document;
+    Layer* owner = document.Add(kLayerModeImage);
+    const PntHandle handle = owner->GetLayerContainerHandle();
+    const qs::Reference<LayerFolder> root(new LayerFolder), inner(new LayerFolder);
+    root->AddLayerContainer(inner.get(), nullptr, true);
+    Layer* const nestedStencil = document.AddStencil(owner);
+    Layer* const stencil = document.AddStencil(owner);
+    Layer* const nestedMask = document.Add(kLayerModeMask);
+    Layer* const mask = document.Add(kLayerModeMask);
+    nestedMask->AddOwnerLayer(owner, false);
+    mask->AddOwnerLayer(owner, false);
+    for (Layer* layer : {nestedStencil, nestedMask})
+        inner->AddLayerContainer(layer, nullptr, true);
+    for (Layer* layer : {stencil, mask, document.Add(kLayerModeMask)})
+        root->AddLayerContainer(layer, nullptr, true);
+
+    qs::vector<PntHandle> masks, stencils;
+    root->GetMaskLayers(masks, handle);
+    root->GetStencilLayers(stencils, handle);
+    EXPECT_EQ(masks, (qs::vector{nestedMask->GetLayerContainerHandle(), mask->GetLayerContainerHandle()}));
+    EXPECT_EQ(stencils, (qs::vector{nestedMask->GetLayerContainerHandle(), stencil->GetLayerContainerHandle()}));
+    EXPECT_EQ(root->GetOwnerArray(nestedStencil->GetLayerContainerHandle()), qs::vector{handle});
+    EXPECT_TRUE(root->GetOwnerArray(kNullHandle).empty());
+
+    EXPECT_TRUE(root->RemoveLayerFromOwnerLayer(owner));
+    EXPECT_FALSE(root->RemoveLayerFromOwnerLayer(owner));
+    EXPECT_FALSE(nestedStencil->HasOwner(handle));
+}
+
+TEST(LayerFolder, MovingToAnotherDocumentRewritesTheFirstPartEverywhere)
+{
+    Tree tree("a G[b]");
+    tree.AsLayer("b")->AddOwnerLayer(tree.AsLayer("a"), false);
+    tree.root->SetCacheCurrentLC(tree.Handle("b"));
+    EXPECT_TRUE(tree.root->HasCacheCurrentLC());
+    const PntHandle before = tree.Handle("b");
+    const qsOS::Uuid document = qsOS::Uuid::generate();
+    tree.root->VerifyAllLsHandle(document);
+    EXPECT_EQ(tree.Handle("b"), PntHandle(document, before.own));
+    EXPECT_EQ(tree.root->GetLayerContainerHandle().layerStack, document);
+    EXPECT_TRUE(tree.AsLayer("b")->HasOwner(tree.Handle("a")));
+    EXPECT_EQ(tree.root->GetCacheCurrentLC(), tree["b"]);
+    tree.root->SetCacheCurrentLC(tree.Handle("G"));
+    EXPECT_TRUE(tree.root->HasCacheCurrentLC());
+    EXPECT_EQ(tree.root->GetCacheCurrentLC(), nullptr);
+    tree.root->RemoveLayerContainer(tree["G"]);
+    EXPECT_FALSE(tree.root->HasCacheCurrentLC());
+}
+
+TEST(LayerFolder, HitsComeTopDownWithinTheToleranceAndPassOverWhatIsHidden)
+{
+    Tree tree("a G[b] c");
+    for (const char* name : {"a", "b", "c"})
+        tree.AsLayer(name)->GetImage()->SetPixel(0, 0, ilPixel::Rgba(1, 1, 1, 1));
+    tree.root->Translate(100, 50);
+    tree.AsLayer("c")->SetOffset(103, 54, LayerStackTransform(), true);  // 5 pixels away
+    const auto hits = [&](float tolerance, bool includeHidden = false, bool includeLocked = false) {
+        return NamesOf(tree.root->FindLayer(100, 50, includeHidden, includeLocked, tolerance));
+    };
+    EXPECT_EQ(hits(0), "b a");
+    EXPECT_EQ(hits(4.9f), "b a");
+    EXPECT_EQ(hits(5), "c b a");
+    EXPECT_EQ(hits(-3), "b a");
+    EXPECT_EQ(hits(1e30f), "c b a");
+    tree.AsLayer("a")->SetVisible(false);
+    tree["c"]->SetLocked(true);
+    EXPECT_EQ(hits(5), "b");
+    EXPECT_EQ(hits(5, true), "b a");
+    EXPECT_EQ(hits(5, false, true), "c b");
+    tree.Folder("G")->SetActive(false);
+    EXPECT_EQ(hits(5), "");
+    EXPECT_EQ(hits(5, true, true), "c b a");
+    // Unstored coverage of 255 is a hit anywhere.
+    tree.AsLayer("a")->SetImage(new ilSmartImage(ilPixel::Coverage(255)));
+    EXPECT_EQ(NamesOf(tree.root->FindLayer(-5000, 0, true, true, 0)), "a");
+}
+
+// The tree does what nested lists of names do, after every step of a long random edit.
+TEST(LayerFolder, RandomEditsAgreeWithASimpleModel)
+{
+    struct Node {
+        std::string name;
+        bool isFolder = false;
+        std::vector<Node> children;
+
+        std::string Text() const
+        {
+            std::string text;
+            for (const Node& child : children)
+                text += (text.empty() ? "" : " ") + child.name + (child.isFolder ? "[" + child.Text() + "]" : "");
+            return text;
+        }
+        bool Add(const Node& added, const std::string& ref, bool above)
+        {
+            for (size_t i = 0; i < children.size(); ++i)
+                if (children[i].name == ref) {
+                    if (children[i].isFolder && !above)
+                        children[i].children.push_back(added);
+                    else
+                        children.insert(children.begin() + static_cast<ptrdiff_t>(i + above), added);
+                    return true;
+                }
+            return std::any_of(children.begin(), children.end(),
+                               [&](Node& child) { return child.isFolder && child.Add(added, ref, above); });
+        }
+        bool Remove(const std::string& gone)
+        {
+            for (size_t i = 0; i < children.size(); ++i) {
+                const bool isIt = children[i].name == gone;
+                if (isIt || children[i].Remove(gone)) {
+                    if (isIt || children[i].children.empty())
+                        children.erase(children.begin() + static_cast<ptrdiff_t>(i));
+                    return true;
+                }
+            }
+            return false;
+        }
+        void Flatten(std::vector<std::string>& out) const
+        {
+            for (const Node& child : children) {
+                out.push_back(child.name);
+                child.Flatten(out);
+            }
+        }
+    };
+    for (unsigned seed = 0; seed < 20; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        std::mt19937 random(seed);
+        Tree tree("a");
+        Node model{"root", true, {{"a", false, {}}}};
+        for (int step = 0; step < 120; ++step) {
+            std::vector<std::string> names;
+            model.Flatten(names);
+            const std::string picked = names.empty() ? "none" : names[random() % names.size()];
+            if (random() % 3 != 0) {
+                const bool isFolder = random() % 3 == 0, above = random() % 2 == 0;
+                const std::string name = (isFolder ? "F" : "l") + std::to_string(step);
+                ASSERT_EQ(tree.root->AddLayerContainer(tree.Make(name), tree[picked], above) && !names.empty(),
+                          model.Add({name, isFolder, {}}, picked, above));
+                if (names.empty())
+                    model.children.push_back({name, isFolder, {}});
+            } else {
+                ASSERT_EQ(tree.root->RemoveLayerContainer(tree[picked]), model.Remove(picked));
+            }
+            ASSERT_EQ(tree.Text(), model.Text()) << "step " << step;
+            names.clear();
+            model.Flatten(names);
+            ASSERT_EQ(tree.root->GetLayerContainerSize(), static_cast<int>(names.size()));
+            for (size_t i = 0; i + 1 < names.size(); ++i) {
+                ASSERT_EQ(NameOf(tree.root->GetNextLayerContainer(tree[names[i]])), names[i + 1]);
+                ASSERT_EQ(NameOf(tree.root->GetPreviousLayerContainer(tree[names[i + 1]])), names[i]);
+            }
+        }
+    }
+}
+
+TEST(LayerFolder, TheDumpListsMembersAndIsSilentByDefault)
+{
+    FakeDocument document;
+    Tree tree("a G[]");
+    tree.root->SetLayerContainerName("root");
+    testing::internal::CaptureStdout();
+    tree.root->Debug();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+
+    document.debugLevel = 8214;
+    testing::internal::CaptureStdout();
+    tree.root->Debug();
+    const auto id = [&](const char* name) {
+        const PntHandle handle = tree.Handle(name);
+        return "[" + std::string(handle.layerStack.asString().view()) + "][" +
+               std::string(handle.own.asString().view()) + "]";
+    };
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "\t==== LayerFolder(begin) [root] (refcount:1) ====\n"
+                                                      "\t\t[0][L,a]" +
+                                                          id("a") +
+                                                          " (refcount:2)\n"
+                                                          "vvvvvvvv\n"
+                                                          "Layer[a] \tlh" +
+                                                          id("a") +
+                                                          " active[1]\n"
+                                                          "\t Connected Mask\n"
+                                                          "\t Connected Owner\n"
+                                                          "^^^^^^^^\n"
+                                                          "\t\t[1][LF,G]" +
+                                                          id("G") +
+                                                          " (refcount:2)\n"
+                                                          "\t==== LayerFolder(end) [root] ==== \n"
+                                                          "\t==== LayerFolder(begin) [G] (refcount:2) ====\n"
+                                                          "\t==== LayerFolder(end) [G] ==== \n");
+}

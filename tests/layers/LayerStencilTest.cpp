@@ -1,0 +1,238 @@
+#include "layers/Layer.h"
+
+#include "platform/imaging/PaintOps.h"
+#include "tests/layers/FakeDocument.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace {
+
+const ilPixel kBlue = ilPixel::Rgba(0, 0, 200, 255);
+
+uint32_t Union(uint32_t a, uint32_t b)
+{
+    return a + (b * (255 - a) * 2 + 255) / 510;
+}
+
+/// Coverage of the layer's stencil composite at a canvas pixel.
+int StencilAt(Layer& layer, int canvasX, int canvasY)
+{
+    const ilMIOImage* stencil = layer.GetUpToDateStencil();
+    return stencil == nullptr
+               ? 0
+               : stencil->GetPixel(canvasX - layer.getXOffset(), canvasY - layer.getYOffset()).GetComponent(0);
+}
+
+}  // namespace
+
+TEST(LayerStencil, FullCoverageHidesCompletelyAndTheRestStaysAsItIs)
+{
+    FakeDocument document;
+    Layer* layer = document.Add(kLayerModeImage, 10, 20);
+    layer->GetImage()->fillTile({0, 0, 300, 300}, kBlue);
+    Layer* stencil = document.AddStencil(layer, -7, 33);
+    stencil->GetImage()->fillTile({50, 40, 100, 90}, ilPixel::Coverage(255));
+    stencil->SetStencilCompositeDirty(true);
+    const qs::TempReference<ilSmartImage> shown = layer->GetStencilledImage();
+    const ilTile hidden(50 - 7 - 10, 40 + 33 - 20, 100, 90);  // in layer coordinates
+    for (int y = 0; y < 300; y += 3)
+        for (int x = 0; x < 300; x += 3)
+            ASSERT_EQ(shown->GetPixel(x, y), hidden.Contains(x, y) ? ilPixel() : kBlue) << x << ", " << y;
+    EXPECT_EQ(layer->GetImage()->GetPixel(hidden.x, hidden.y), kBlue);
+}
+
+TEST(LayerStencil, TheCompositeIsTheUnionOfTheActiveStencils)
+{
+    for (unsigned seed = 0; seed < 12; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        std::mt19937 random(seed);
+        const auto number = [&](int low, int high) {
+            return low + static_cast<int>(random() % static_cast<unsigned>(high - low));
+        };
+        FakeDocument document;
+        Layer* layer = document.Add(kLayerModeImage, number(-70, 70), number(-70, 70));
+        qs::vector<Layer*> stencils;
+        for (int i = 0; i < 4; ++i) {
+            const int step = seed % 2 == 0 ? 64 : 1;  // aligned stencils share pages
+            Layer* stencil = document.AddStencil(layer, layer->getXOffset() + step * number(-2, 3),
+                                                 layer->getYOffset() + step * number(-2, 3));
+            for (int j = 0; j < 5; ++j)
+                stencil->GetImage()->fillTile({number(-150, 100), number(-150, 100), number(1, 150), number(1, 150)},
+                                              ilPixel::Coverage(static_cast<uint8_t>(number(0, 256))));
+            if (number(0, 4) == 0)
+                stencil->InvertStencil();
+            if (number(0, 4) == 0)
+                stencil->SetActive(false);
+            else
+                stencils.push_back(stencil);
+        }
+        document.AddStencil(document.Add(kLayerModeImage))->InvertStencil();  // not this layer's
+        const auto expectAll = [&] {
+            for (int y = -300; y < 300; y += 7)
+                for (int x = -300; x < 300; x += 7) {
+                    uint32_t expected = 0;
+                    for (const Layer* stencil : stencils)
+                        expected = Union(expected, stencil->GetImage()
+                                                       ->GetPixel(x - stencil->getXOffset(), y - stencil->getYOffset())
+                                                       .GetComponent(0));
+                    // Each stencil after the first may round once.
+                    ASSERT_NEAR(StencilAt(*layer, x, y), static_cast<int>(expected), expected == 255 ? 0 : 2)
+                        << x << ", " << y;
+                }
+        };
+        expectAll();
+
+        // Painting on a stencil, refreshed where it was painted, gives what a new composite would.
+        if (!stencils.empty()) {
+            const ilTile painted(number(-100, 100), number(-100, 100), 50, 30);
+            stencils[0]->GetImage()->fillTile(painted, ilPixel::Coverage(static_cast<uint8_t>(number(0, 256))));
+            layer->RefreshStencilComposite(ilTileMoved(painted, stencils[0]->getXOffset() - layer->getXOffset(),
+                                                       stencils[0]->getYOffset() - layer->getYOffset()));
+            EXPECT_FALSE(layer->IsStencilCompositeDirty());
+            expectAll();
+        }
+    }
+}
+
+TEST(LayerStencil, AnInvertedStencilCostsOnlyThePagesThatItStores)
+{
+    FakeDocument document;
+    Layer* layer = document.Add(kLayerModeImage);
+    layer->GetImage()->SetPixel(60'000, 60'000, kBlue);
+    layer->GetImage()->SetPixel(10, 10, kBlue);
+    Layer* stencil = document.AddStencil(layer);
+    stencil->GetImage()->fillTile({0, 0, 20, 20}, ilPixel::Coverage(255));
+    stencil->InvertStencil();
+    document.AddStencil(layer, 1, 1)->GetImage()->fillTile({30'000, 0, 20, 20}, ilPixel::Coverage(255));
+    stencil->SetStencilCompositeDirty(true);
+    const ilMIOImage* composite = layer->GetUpToDateStencil();
+    ASSERT_NE(composite, nullptr);
+    EXPECT_EQ(composite->GetFillValue(), ilPixel::Coverage(255));
+    EXPECT_EQ(composite->GetPageCount(), 1u);
+    const ilTile area(59'968, 59'968, 64, 64);
+    EXPECT_EQ(layer->GetStencilledImage(&area)->GetPixel(60'000, 60'000), ilPixel());
+    EXPECT_EQ(layer->GetStencilledImage()->GetPixel(10, 10), kBlue);
+}
+
+TEST(LayerStencil, ThereIsNoCompositeWithoutActiveStencilsNorForMasksAndStencils)
+{
+    FakeDocument document;
+    Layer* layer = document.Add(kLayerModeImage);
+    EXPECT_EQ(layer->GetUpToDateStencil(), nullptr);
+    EXPECT_FALSE(layer->IsStencilCompositeDirty());
+    Layer* stencil = document.AddStencil(layer);
+    stencil->GetImage()->SetPixel(0, 0, ilPixel::Coverage(255));
+    EXPECT_NE(layer->GetUpToDateStencil(), nullptr);
+    stencil->SetActive(false);
+    EXPECT_EQ(layer->GetUpToDateStencil(), nullptr);
+    Layer* mask = document.Add(kLayerModeMask);
+    document.AddStencil(mask)->InvertStencil();
+    EXPECT_EQ(mask->GetUpToDateStencil(), nullptr);
+    EXPECT_EQ(stencil->GetUpToDateStencil(), nullptr);
+}
+
+TEST(LayerStencil, AHardLinkedStencilComesAndGoesWithItsOwner)
+{
+    FakeDocument document;
+    Layer* layer = document.Add(kLayerModeImage);
+    document.AddStencil(layer, 0, 0, true)->InvertStencil();
+    layer->SetVisible(false);
+    EXPECT_EQ(layer->GetUpToDateStencil(), nullptr);
+    layer->SetVisible(true);
+    EXPECT_NE(layer->GetUpToDateStencil(), nullptr);
+}
+
+TEST(LayerStencil, AnOpaqueUnstencilledLayerSharesItsPages)
+{
+    FakeDocument document;
+    Layer* layer = document.Add(kLayerModeImage);
+    layer->GetImage()->fillTile({0, 0, 200, 200}, kBlue);
+    layer->GetImage()->SetPixel(70, 70, ilPixel::Rgba(1, 1, 1, 1));
+    const ilTile area(64, 64, 64, 64);
+    EXPECT_TRUE(layer->GetStencilledImage()->SharesPageWith(*layer->GetImage(), 1, 1));
+    EXPECT_TRUE(layer->GetStencilledImage(&area)->SharesPageWith(*layer->GetImage(), 1, 1));
+    layer->SetOpacity(0.5f);
+    EXPECT_TRUE(layer->GetStencilledImage(&area, true)->SharesPageWith(*layer->GetImage(), 1, 1));
+    EXPECT_EQ(layer->GetStencilledImage(&area)->GetPixel(64, 64), ilPixel::Rgba(0, 0, 100, 128));
+}
+
+TEST(LayerStencil, MasksAreShownInTheirColourAtTheirDisplayOpacity)
+{
+    FakeDocument document;
+    Layer* mask = document.Add(kLayerModeMask);
+    mask->GetImage()->fillTile({0, 0, 10, 10}, ilPixel::Coverage(255));
+    mask->SetMaskColor(PaintColor(0, 1, 0));
+    mask->SetOpacity(0.1f);  // not what a mask is shown with
+    EXPECT_EQ(mask->GetStencilledImage()->GetPixel(5, 5), ilPixel::Rgba(0, 128, 0, 128));
+    EXPECT_EQ(mask->GetStencilledImage()->GetPixel(15, 5), ilPixel());
+    mask->InvertMask();
+    const ilTile area(0, 0, 1000, 10);
+    EXPECT_EQ(mask->GetStencilledImage(&area)->GetPixel(5, 5), ilPixel());
+    EXPECT_EQ(mask->GetStencilledImage(&area)->GetPixel(900, 5), ilPixel::Rgba(0, 128, 0, 128));
+}
+
+TEST(LayerStencil, CollapsingKeepsWhatIsShown)
+{
+    FakeDocument document;
+    Layer* layer = document.Add(kLayerModeImage);
+    layer->GetImage()->fillTile({0, 0, 100, 100}, kBlue);
+    layer->SetOpacity(0.5f);
+    Layer* stencil = document.AddStencil(layer);
+    stencil->GetImage()->fillTile({0, 0, 50, 100}, ilPixel::Coverage(255));
+    stencil->SetStencilCompositeDirty(true);
+    const qs::TempReference<ilSmartImage> shown = layer->GetStencilledImage();
+    layer->CollapseStencilComposite();
+    EXPECT_EQ(layer->GetImage()->GetPixel(49, 0), ilPixel());
+    EXPECT_EQ(layer->GetImage()->GetPixel(50, 0), kBlue);
+    EXPECT_EQ(layer->getLayerBounds(false), ilTile(50, 0, 50, 100));
+    layer->CollapseOpacity();
+    EXPECT_EQ(layer->GetOpacity(), 1.0f);
+    const qs::TempReference<ilSmartImage> collapsed = layer->GetStencilledImage();
+    for (int x = 0; x < 110; ++x)
+        ASSERT_EQ(collapsed->GetPixel(x, 50), shown->GetPixel(x, 50)) << x;
+    EXPECT_EQ(document.imageChanges.size(), 2u);
+
+    stencil->SetOpacity(0.5f);
+    const qs::TempReference<ilMIOImage> coverage = stencil->GetImage();
+    stencil->CollapseOpacity();
+    EXPECT_EQ(stencil->GetImage(), coverage);
+    EXPECT_EQ(stencil->GetOpacity(), 1.0f);
+}
+
+TEST(LayerStencil, DoStencilHidesWhatAPainterDrew)
+{
+    FakeDocument document;
+    Layer* layer = document.Add(kLayerModeImage);
+    Layer* stencil = document.AddStencil(layer, 30, 30);
+    stencil->GetImage()->fillTile({0, 0, 10, 10}, ilPixel::Coverage(255));
+    const qs::Reference<PaintOps> painter(new PaintOps(new ilSmartImage(ilPixel())));
+    painter->rect_fill(0, 0, 100, 100, kBlue);
+    const ilTile area(0, 0, 35, 100);
+    layer->DoStencil(&area, painter.get());
+    EXPECT_EQ(painter->target_img()->GetPixel(34, 34), ilPixel());
+    EXPECT_EQ(painter->target_img()->GetPixel(35, 34), kBlue);  // outside the tile
+    EXPECT_EQ(painter->target_img()->GetPixel(29, 34), kBlue);
+    layer->DoStencil(&area, nullptr);
+}
+
+TEST(LayerStencil, TheMaskImageIsTheUnionOfMasksWithinTheTile)
+{
+    FakeDocument document;
+    Layer* first = document.Add(kLayerModeMask, 5, 5);
+    first->GetImage()->fillTile({0, 0, 10, 10}, ilPixel::Coverage(100));
+    Layer* second = document.Add(kLayerModeMask, -3, 0);
+    second->GetImage()->fillTile({10, 10, 50, 50}, ilPixel::Coverage(255));
+    second->InvertMask();
+    const qs::Reference<LayerFolder> folder(new LayerFolder);
+    const ilTile tile(0, 0, 40, 40);
+    const qs::TempReference<ilSmartImage> made =
+        Layer::MakeMaskImage({first, document.Add(kLayerModeImage), folder.get(), second}, tile);
+    EXPECT_EQ(made->GetNumChannels(), 1);
+    EXPECT_EQ(made->GetPixel(5, 5), ilPixel::Coverage(255));
+    EXPECT_EQ(made->GetPixel(12, 12), ilPixel::Coverage(100));
+    EXPECT_EQ(made->GetPixel(30, 30), ilPixel::Coverage(0));
+    EXPECT_EQ(made->GetPixel(0, 39), ilPixel::Coverage(255));
+    EXPECT_EQ(made->GetPixel(40, 0), ilPixel::Coverage(0));
+}

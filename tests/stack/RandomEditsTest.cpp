@@ -1,0 +1,313 @@
+#include "OpenStack.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <random>
+
+namespace {
+
+/// Random edits of one document. The seed is printed with every failure and can be set with PAINTLAYER_TEST_SEED.
+class RandomEditor {
+public:
+    explicit RandomEditor(unsigned seed) : random_(seed) {}
+
+    int Below(int limit) { return static_cast<int>(random_() % static_cast<unsigned>(limit)); }
+    bool Flip() { return Below(2) == 0; }
+    LayerMode Mode() { return static_cast<LayerMode>(std::max(0, Below(5) - 2)); }
+    ilTile Tile() { return {Below(220) - 10, Below(170) - 10, 1 + Below(80), 1 + Below(80)}; }
+
+    PntHandle Container()
+    {
+        qs::vector<PntHandle> all = {kCurrentLayerHandle, kNullHandle};
+        for (const LayerMode mode : {kLayerModeImage, kLayerModeMask, kLayerModeStencil}) {
+            const auto some = document->GetLayerContainerHandleArray(mode, false);
+            all.insert(all.end(), some.begin(), some.end());
+        }
+        return all[static_cast<size_t>(Below(static_cast<int>(all.size())))];
+    }
+
+    void Structure()
+    {
+        switch (Below(9)) {
+        case 0:
+        case 1:
+        case 2: document.Add("layer", Mode(), Container(), Flip()); break;
+        case 3: document->AddLayerFolder(Mode(), Container()); break;
+        case 4: document->DeleteCurrentLayer(Container(), Flip()); break;
+        case 5: document->MoveLayer(Container(), Container(), Flip()); break;
+        case 6: document->SetCurrentLayer(Container(), Flip(), Flip(), false); break;
+        case 7: document->AddOwnerToLayer(Container(), Container(), Below(4) == 0); break;
+        default: Rarely(); break;
+        }
+    }
+
+    void Rarely()
+    {
+        switch (Below(7)) {
+        case 0: document->DeleteLayerFolder(document->GetLayerFolderFromHandle(Container())); break;
+        case 1: document->DeleteAllMasks(Flip()); break;
+        case 2: document->DeleteAllStencils(Flip(), Flip()); break;
+        case 3: document->DeleteInvisibleLayers(Flip()); break;
+        case 4: document->SetSelectionMaskCurrent(); break;
+        case 5: document->RemoveOwnerFromLayer(Container(), Container()); break;
+        default: document->ClearSelectionMask(Flip()); break;
+        }
+    }
+
+    void Pixels()
+    {
+        switch (Below(10)) {
+        case 0: document->SetLayerVisible(Container(), Flip(), Flip()); break;
+        case 1: document->SetLayerOpacity(Container(), static_cast<float>(Below(11)) / 10); break;
+        case 2: document->SetLayerBlend(Container(), static_cast<LayerBlendMode>(Below(kLayerBlendModeCount))); break;
+        case 3: document->SetLayerOffset(Container(), Below(41) - 20, Below(41) - 20, Flip()); break;
+        case 4: document->SetLayerFolderActive(Container(), Below(4) != 0, Flip()); break;
+        case 5: Properties(); break;
+        default: PaintSomething(); break;
+        }
+    }
+
+    void Properties()
+    {
+        switch (Below(10)) {
+        case 0: document->SetLayerActive(Container(), Flip()); break;
+        case 1: document->SetSelectionMaskActive(Flip()); break;
+        case 2: document->SetShowCurrentLayerOnly(Below(4) == 0); break;
+        case 3: document->SetMaskVisible(Below(4) != 0); break;
+        case 4: document->ReuseLSCAndRedrawCanvas(Container(), Flip()); break;
+        case 5: document->SetAllLayerVisible(Below(3) != 0, Flip()); break;
+        case 6: document->SetSymmetry(Flip() ? new Symmetry(50, 50) : nullptr); break;
+        case 7: EditSuspended(); break;
+        case 8: EditInProxy(); break;
+        default: document->ReleaseCachedImages(); break;
+        }
+    }
+
+    void EditSuspended()
+    {
+        document->SuspendComposites();
+        for (int i = Below(4); i > 0; --i)
+            Flip() ? Structure() : PaintSomething();
+        document->ForceUpdate();
+        document->ResumeComposites();
+    }
+
+    void EditInProxy()
+    {
+        document->BeginProxy(ProxyParameters::kScopeWholeLayer, ProxyParameters::kImagesContent);
+        PaintSomething();
+        if (Flip())
+            document->ForceUpdate();
+        document->EndProxy();
+    }
+
+    void PaintSomething()
+    {
+        PaintOps* const painter = document->GetCurrentLayerPainter();
+        if (painter == nullptr)
+            return;
+        painter->blend_func(kFactorOne, Flip() ? kFactorZero : kFactorOneMinusSourceAlpha);
+        const int alpha = Below(256);
+        const auto component = [&] { return static_cast<uint8_t>(Below(alpha + 1)); };
+        const bool isColor = painter->target_img()->GetNumChannels() == 4;
+        document.Paint(Tile(), isColor ? ilPixel::Rgba(component(), component(), component(),
+                                                       static_cast<uint8_t>(alpha))
+                                       : ilPixel::Coverage(Flip() ? 255 : component()));
+    }
+
+    OpenStack document;
+
+private:
+    std::mt19937 random_;
+};
+
+unsigned FirstSeed()
+{
+    const char* const set = std::getenv("PAINTLAYER_TEST_SEED");
+    return set != nullptr ? static_cast<unsigned>(std::strtoul(set, nullptr, 10)) : 1;
+}
+
+void ExpectInvariants(LayerStack& stack)
+{
+    bool isCurrentHere = stack.GetCurrentLayerPtr() == stack.GetSelectionMask();
+    for (const LayerMode mode : {kLayerModeImage, kLayerModeMask, kLayerModeStencil}) {
+        LayerFolder& top = *stack.GetLayerFolder(mode);
+        for (LayerContainer* child : top.GetLCArray()) {
+            const auto* folder = dynamic_cast<LayerFolder*>(child);
+            EXPECT_FALSE(folder != nullptr && folder->GetSize() == 0) << "an empty folder stays";
+            for (const LayerContainer* inner : folder != nullptr ? folder->GetLCArray() : qs::vector<LayerContainer*>())
+                EXPECT_EQ(dynamic_cast<const LayerFolder*>(inner), nullptr) << "folders nest";
+        }
+        qs::vector<LayerContainer*> all;
+        top.GetLCArray_FLATTEN(&all);
+        for (LayerContainer* container : all) {
+            EXPECT_EQ(container->GetLayerContainerHandle().layerStack, stack.GetLsInstanceHandle());
+            EXPECT_EQ(stack.GetLayerContainerFromHandle(container->GetLayerContainerHandle()), container);
+            EXPECT_EQ(container->GetRefCount(), 1);
+            const auto* layer = dynamic_cast<Layer*>(container);
+            EXPECT_TRUE(layer == nullptr || layer->GetLayerMode() == mode);
+            isCurrentHere = isCurrentHere || container == stack.GetCurrentLayerPtr();
+        }
+    }
+    EXPECT_TRUE(isCurrentHere);
+    EXPECT_EQ(stack.GetCLP(), stack.GetCurrentLayerPtr()->GetPainter());
+}
+
+TEST(RandomEdits, TheStructureKeepsItsInvariants)
+{
+    for (unsigned seed = FirstSeed(); seed < FirstSeed() + 20 && !testing::Test::HasFailure(); ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        RandomEditor editor(seed);
+        LayerFolder& images = *editor.document->GetLayerFolder(kLayerModeImage);
+        editor.document.Add("first");
+        for (int i = 0; i < 150 && !testing::Test::HasFailure(); ++i) {
+            editor.Structure();
+            ExpectInvariants(*editor.document.stack);
+            EXPECT_GT(images.GetSize(), 0);
+        }
+    }
+}
+
+TEST(RandomEdits, TheImagePlaneShowsWhatIsComposedFromScratch)
+{
+    for (unsigned seed = FirstSeed(); seed < FirstSeed() + 30 && !testing::Test::HasFailure(); ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        RandomEditor editor(seed);
+        LayerStack& stack = *editor.document.stack;
+        editor.document.Add("first");
+        for (int i = 0; i < 60 && !testing::Test::HasFailure(); ++i) {
+            if (editor.Below(3) == 0)
+                editor.Structure();
+            else
+                editor.Pixels();
+            if (editor.Below(3) != 0)
+                continue;
+            stack.ForceUpdate();
+            const auto shown = BytesOf(*stack.GetImagePlane(), stack.GetSize());
+            const auto fresh = BytesOf(*stack.GetUpdateImagePlaneBits(true), stack.GetSize());
+            EXPECT_EQ(Difference(shown, fresh, stack.GetSize().nx), "") << "after edit " << i << ": " << Dump(stack);
+        }
+    }
+}
+
+/// A document as lists of names, to check where things go.
+struct Model {
+    struct Place {
+        qs::vector<PntHandle>* list = nullptr;
+        size_t index = 0;
+    };
+    struct Group {
+        PntHandle handle = kNullHandle;
+        qs::vector<PntHandle> contents;
+    };
+
+    Place Find(const PntHandle& handle)
+    {
+        Place place = FindIn(top, handle);
+        for (Group& group : groups)
+            if (place.list == nullptr)
+                place = FindIn(group.contents, handle);
+        return place;
+    }
+    Group* FindGroup(const PntHandle& handle)
+    {
+        for (Group& group : groups)
+            if (group.handle == handle)
+                return &group;
+        return nullptr;
+    }
+    void Insert(const PntHandle& added, const PntHandle& where, bool above)
+    {
+        Group* const group = FindGroup(where);
+        const Place place = Find(where);
+        if (group != nullptr && !above)
+            group->contents.push_back(added);
+        else if (place.list != nullptr)
+            place.list->insert(place.list->begin() + static_cast<ptrdiff_t>(place.index + (above ? 1 : 0)), added);
+        else
+            top.insert(above ? top.end() : top.begin(), added);
+    }
+    void Remove(const PntHandle& handle)
+    {
+        const Place place = Find(handle);
+        place.list->erase(place.list->begin() + static_cast<ptrdiff_t>(place.index));
+    }
+    void DropEmptyGroups()
+    {
+        for (size_t i = groups.size(); i-- > 0;)
+            if (groups[i].contents.empty()) {
+                std::erase(top, groups[i].handle);
+                groups.erase(groups.begin() + static_cast<ptrdiff_t>(i));
+            }
+    }
+    qs::vector<PntHandle> Flattened()
+    {
+        qs::vector<PntHandle> all;
+        for (const PntHandle& handle : top) {
+            all.push_back(handle);
+            if (const Group* group = FindGroup(handle))
+                all.insert(all.end(), group->contents.begin(), group->contents.end());
+        }
+        return all;
+    }
+
+    qs::vector<PntHandle> top;
+    qs::vector<Group> groups;
+
+private:
+    static Place FindIn(qs::vector<PntHandle>& list, const PntHandle& handle)
+    {
+        const auto at = std::find(list.begin(), list.end(), handle);
+        return at == list.end() ? Place() : Place{&list, static_cast<size_t>(at - list.begin())};
+    }
+};
+
+TEST(RandomEdits, ImageLayersGoWhereAListOfNamesSays)
+{
+    RandomEditor editor(FirstSeed());
+    LayerStack& stack = *editor.document.stack;
+    Model model;
+    model.top.push_back(editor.document.Add("first"));
+    for (int i = 0; i < 400; ++i) {
+        const PntHandle one = editor.Container();
+        const PntHandle other = editor.Container();
+        if (one == kCurrentLayerHandle || other == kCurrentLayerHandle)
+            continue;
+        const bool above = editor.Flip();
+        const bool isNested = model.Find(one).list != &model.top;
+        switch (editor.Below(5)) {
+        case 0:
+        case 1: model.Insert(editor.document.Add("layer", kLayerModeImage, one, above), one, above); break;
+        case 2:
+            if (const PntHandle added = stack.AddLayerFolder(kLayerModeImage, one); added != kNullHandle) {
+                EXPECT_FALSE(isNested);
+                model.Insert(added, one, true);
+                model.groups.push_back({added, {stack.GetCurrentLayerContainerHandle()}});
+            } else {
+                EXPECT_TRUE(isNested);
+            }
+            break;
+        case 3:
+            if (stack.GetLayerFromHandle(one) != nullptr && model.Flattened().size() > 3) {
+                stack.DeleteCurrentLayer(one, editor.Flip());
+                model.Remove(one);
+            }
+            break;
+        default:
+            if (stack.MoveLayer(one, other, above)) {
+                // Placed first under another name: it may stand in the folder that is the target.
+                const PntHandle mark;
+                model.Insert(mark, other, above);
+                model.Remove(one);
+                const Model::Place place = model.Find(mark);
+                (*place.list)[place.index] = one;
+            }
+            break;
+        }
+        model.DropEmptyGroups();
+        ASSERT_EQ(stack.GetLayerContainerHandleArray(kLayerModeImage, false), model.Flattened()) << "after edit " << i;
+    }
+}
+
+}  // namespace
