@@ -76,13 +76,12 @@ void Run(benchmark::State& state, const Work& work, int pixels)
 
 void Add(const std::string& name, const Work& work, int pixels = kSpanPixels)
 {
-    benchmark::RegisterBenchmark(("kernels/" + name).c_str(),
-                                 [=](benchmark::State& state) { Run(state, work, pixels); });
+    benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) { Run(state, work, pixels); });
 }
 
 void AddStamps(const KernelTable& k, const std::string& suffix)
 {
-    static constexpr kernels::StampColor kColor{{8160, 16320, 32640, 48960}, 49151};
+    static constexpr kernels::StampColor kColor{{8160, 16320, 32640, 48960}, 49151, {10880, 21760, 43520, 65280}};
     Add("stampColor" + suffix, [&k](Operands& o) { k.stampColor(BlockOf(o, 4), kColor); });
     Add("stampCoverage" + suffix, [&k](Operands& o) { k.stampCoverage(BlockOf(o, 1), kColor); });
     Add("stampColor16" + suffix, [&k](Operands& o) { k.stampColor16(BlockOf(o, 4), kColor); });
@@ -136,7 +135,7 @@ void AddBlendModes(const KernelTable& k, const std::string& suffix)
 /// Layers larger than every cache, page by page and row by row: what prefetching is for.
 void AddMemoryBound(const KernelTable& k, const std::string& suffix, int spanPixels)
 {
-    const std::string name = "kernels/paintOver64MiB.span" + std::to_string(spanPixels) + suffix;
+    const std::string name = "paintOver64MiB.span" + std::to_string(spanPixels) + suffix;
     benchmark::RegisterBenchmark(name.c_str(), [&k, spanPixels](benchmark::State& state) {
         constexpr size_t kBytes = size_t{64} << 20;
         static std::vector<uint8_t> dst(kBytes + 4096, 128);

@@ -53,8 +53,10 @@ qs::TempReference<ilSmartImage> CompositeBase::Compose(bool useCached, bool keep
         return {};
     if (!useCached)
         DropCaches();
-    else if (cache_)
+    if (cache_) {
+        MendCache();
         return cache_;
+    }
     const qs::TempReference<ilSmartImage> image(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
     if (GetCompositePort().CompositesSuspended(stack_))
         return image;
@@ -62,9 +64,22 @@ qs::TempReference<ilSmartImage> CompositeBase::Compose(bool useCached, bool keep
     CollectSources(area);
     ComposePages(*image, area, sources_);
     timeStamp_ = qsOS::CurrentFileTime();
-    if (keep)
+    if (keep) {
         cache_ = image;
+        staleArea_ = ilTile();
+    }
     return image;
+}
+
+void CompositeBase::MendCache()
+{
+    if (staleArea_.IsEmpty() || GetCompositePort().CompositesSuspended(stack_))
+        return;
+    const ilTile area = ilTileIntersection(staleArea_, GrownToPages(GetCanvas()));
+    CollectSources(area);
+    ComposePages(*cache_, area, sources_);
+    timeStamp_ = qsOS::CurrentFileTime();
+    staleArea_ = ilTile();
 }
 
 void CompositeBase::ComposeInto(ilMIOImage& target, const ilTile& tile)
@@ -140,6 +155,7 @@ void CompositeBase::CopyStateTo(CompositeBase& copy) const
     copy.mode_ = mode_;
     copy.isLive_ = isLive_;
     copy.isGroup_ = isGroup_;
+    copy.staleArea_ = staleArea_;
     if (cache_)
         copy.cache_.reset(new ilSmartImage(*cache_, 0, 0));
     copy.children_.reserve(children_.size());
@@ -202,8 +218,7 @@ ilTile CompositeBase::GetCanvas() const
 
 void CompositeBase::DebugPrint() const
 {
-    const LayerContainer* effect =
-        effect_ == kNullHandle ? nullptr : GetCompositePort().GetContainer(stack_, effect_);
+    const LayerContainer* effect = effect_ == kNullHandle ? nullptr : GetCompositePort().GetContainer(stack_, effect_);
     qsOS::OutputDebugFormat("CompositeBase[%p] mode[%c] effect[%s] cache[%p,%p]", static_cast<const void*>(this),
                             LetterOf(mode_), effect != nullptr ? effect->GetLayerContainerName() : "None",
                             static_cast<const void*>(cache_.get()), static_cast<const void*>(livePicture_.get()));

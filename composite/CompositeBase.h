@@ -12,8 +12,8 @@ class LayerStack;
 
 /// How a node meets the others.
 enum class CompositeMode : int {
-    Plain,    // 'P': its picture stands for itself and is painted over what lies below
-    Effect,   // 'E': its blend mode needs what lies below, so it is never grouped above the reference
+    Plain,  // 'P': its picture stands for itself and is painted over what lies below
+    Effect,  // 'E': its blend mode needs what lies below, so it is never grouped above the reference
     Dropped,  // 'D': its container has left the document; draws nothing
 };
 
@@ -87,6 +87,9 @@ public:
     void SetGroup() { isGroup_ = true; }
     bool IsGroup() const { return isGroup_; }
 
+    /// The cache, if there is one, no longer holds within `tile`; it is mended there when it is next asked for.
+    void MarkStale(const ilTile& tile) { staleArea_ = ilTileUnion(staleArea_, tile); }
+
     /// Drops this node's cache, or those of the whole subtree.
     void DropCache();
     void DropCaches();
@@ -106,14 +109,16 @@ public:
 protected:
     /// Replaces `sources_` by what makes up this node's picture within `tile`.
     virtual void CollectSources(const ilTile& tile);
+    void MendCache();
     void CopyStateTo(CompositeBase& copy) const;
     ilTile GetCanvas() const;
 
     LayerStack* stack_;
     qs::vector<CompositeBase*> children_;
-    qs::TempReference<ilSmartImage> cache_;        // the whole canvas; null when it must be made
+    qs::TempReference<ilSmartImage> cache_;  // the whole canvas; null when it must be made
+    ilTile staleArea_;  // where the cache must be mended
     qs::TempReference<ilSmartImage> livePicture_;  // good for the tile asked for last
-    qs::vector<CompositeSource> sources_;          // kept for its memory
+    qs::vector<CompositeSource> sources_;  // kept for its memory
     PntHandle effect_ = kNullHandle;
     qsOS::FILETIME timeStamp_;
     CompositeMode mode_ = CompositeMode::Plain;

@@ -13,7 +13,8 @@ class LayerStack;
 ///               reference that moves leaves most of them as they are. Composing them in turn is composing the members
 ///               in turn, byte for byte.
 ///     path      the child that holds the reference, live.
-///     above     each run of normal members is one group, of groups of 16 counted from its top, so again few change when
+///     above     each run of normal members is one group, of groups of 16 counted from its top, so again few change
+///     when
 ///               the reference moves. A member with another blend mode stands alone, live.
 ///
 /// A group above is painted as one picture, which rounds otherwise than member after member; so the grouping is a

@@ -12,7 +12,7 @@ namespace {
 struct StoredLayer {
     size_t member;
     CompositeSource source;
-    bool isExact;     // cached apart, it would give its own bytes
+    bool isExact;  // cached apart, it would give its own bytes
     bool isAlwaysSequential;  // never part of a group above
 };
 
@@ -56,8 +56,8 @@ qs::vector<StoredLayer> ListLayers(const qs::vector<CompositeBase*>& members, si
         sources.clear();
         members[i]->AppendStored(sources);
         for (const auto& [source, isFolded] : sources) {
-            const bool isPlain = source.mode == kBlendNormal && source.weight == kernels::kFullWeight &&
-                                 source.stencil == nullptr;
+            const bool isPlain =
+                source.mode == kBlendNormal && source.weight == kernels::kFullWeight && source.stencil == nullptr;
             layers.push_back({i, source, isPlain || isFolded, members[i]->GetMode() == CompositeMode::Effect});
         }
     }
@@ -75,8 +75,9 @@ qs::vector<CanvasPage> ListPages(const qs::vector<StoredLayer>& layers, const il
         const ilTile area = ilTileMoved(canvas, -int64_t{source.x}, -int64_t{source.y});
         source.image->VisitPages(area, [&](int px, int py, const Page&) {
             const ilTile stored = ilTileMoved(PageTile(px, py), source.x, source.y);
-            ForEachPage(ilTileIntersection(stored, canvas),
-                        [&](int x, int y, const ilTile&) { pages.push_back({y, x}); });
+            ForEachPage(ilTileIntersection(stored, canvas), [&](int x, int y, const ilTile&) {
+                pages.push_back({y, x});
+            });
         });
     }
     std::sort(pages.begin(), pages.end());

@@ -76,8 +76,8 @@ void CompositeLayer::AppendSources(const ilTile& tile, qs::vector<CompositeSourc
     if (layer == nullptr)
         return;
     const CompositePort& port = GetCompositePort();
-    const MaskingPaintOps* painter = isLive_ && layer == port.GetCurrentLayer(stack_) ? port.GetMaskingPainter(stack_)
-                                                                                      : nullptr;
+    const MaskingPaintOps* painter =
+        isLive_ && layer == port.GetCurrentLayer(stack_) ? port.GetMaskingPainter(stack_) : nullptr;
     if (painter != nullptr) {
         if (livePicture_)
             livePicture_->Clear();  // the pages of other tiles are of no use

@@ -260,6 +260,15 @@ void LayerStackComposite::CompositeBaseDirty(const PntHandle& handle)
     isGroupingStale_ = isGroupingStale_ || node.GetMode() != before;
 }
 
+void LayerStackComposite::CompositeBaseDirty(const PntHandle& handle, const ilTile& tile)
+{
+    qs::vector<CompositeBase*> path;
+    if (root_ == nullptr || !root_->FindPath(handle, path))
+        return;
+    for (CompositeBase* node : path)
+        node->MarkStale(tile);
+}
+
 void LayerStackComposite::DeleteCompositeBase(LayerStack* stack, const PntHandle&)
 {
     MakeCompositeTree(stack, true);
@@ -360,7 +369,8 @@ void LayerStackComposite::ShowCurrentOnly(const ilTile& tile)
 {
     const qs::vector<CompositeBase*> path = FindNodes(liveRef_);
     qs::vector<CompositeSource> sources;
-    const bool isShown = std::all_of(path.begin(), path.end(), [](const CompositeBase* node) { return node->IsShown(); });
+    const bool isShown =
+        std::all_of(path.begin(), path.end(), [](const CompositeBase* node) { return node->IsShown(); });
     if (path.size() > 1 && isShown)
         path.back()->AppendSources(tile, sources);
     ComposePages(*currentComposite_, tile, sources);

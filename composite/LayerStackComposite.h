@@ -50,8 +50,10 @@ public:
     /// `build` makes the composite mask and the missing caches.
     void SplitCompositeTreeByRefLCH(LayerStack* stack, const PntHandle& ref, bool build, bool notify);
 
-    /// The container changed: caches that hold it are made again on the next build or composite.
+    /// The container changed, everywhere or within a canvas tile: caches that hold it are made again, or mended there,
+    /// on the next build or composite.
     void CompositeBaseDirty(const PntHandle& handle);
+    void CompositeBaseDirty(const PntHandle& handle, const ilTile& tile);
 
     /// The container left or entered the document: makes the tree anew, with mask and caches.
     void DeleteCompositeBase(LayerStack* stack, const PntHandle& handle);
@@ -120,12 +122,12 @@ private:
 
     qs::TempReference<ilSmartImage> currentComposite_;
     qs::TempReference<ilSmartImage> compositeMask_;
-    LayerStack* owner_ = nullptr;     // borrowed
-    CompositeBase* root_ = nullptr;   // owned
+    LayerStack* owner_ = nullptr;  // borrowed
+    CompositeBase* root_ = nullptr;  // owned
     int splitCount_ = 0;
     PntHandle adjustLCH_ = kNullHandle;
     qs::vector<CompositeBase*> adjustPath_;
-    PntHandle liveRef_ = kNullHandle;     // what the current layer makes the reference: the tree is grouped around it
+    PntHandle liveRef_ = kNullHandle;  // what the current layer makes the reference: the tree is grouped around it
     PntHandle groupedRef_ = kNullHandle;  // around which it was grouped last
-    bool isGroupingStale_ = false;        // liveRef_, a blend mode or the tree changed since
+    bool isGroupingStale_ = false;  // liveRef_, a blend mode or the tree changed since
 };

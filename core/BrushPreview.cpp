@@ -4,6 +4,8 @@
 #include "core/FlagScope.h"
 #include "core/PaintManager.h"
 
+#include <utility>
+
 BrushPreview::BrushPreview(PaintManager& manager, const BrushState& brush) : manager_(manager), brush_(brush) {}
 
 void BrushPreview::Show(const StampPlacement& placement)

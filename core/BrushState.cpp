@@ -59,13 +59,14 @@ void BrushState::SetBrushParameters(const BrushParameters& brush, bool force)
     ApplyProfile(brush, force);
     ApplyShape(brush, force);
     brush_ = brush;
+    takesPixels_ = isSmearStamp(brush.referenceStamp) || isCloneStamp(brush.referenceStamp);
     UpdateUse16Bit();
 }
 
 void BrushState::ApplyProfile(const BrushParameters& brush, bool force)
 {
-    const bool isUnchanged = brush.profile == brush_.profile && brush.firstSize == brush_.firstSize &&
-                             brush.secondSize == brush_.secondSize;
+    const bool isUnchanged =
+        brush.profile == brush_.profile && brush.firstSize == brush_.firstSize && brush.secondSize == brush_.secondSize;
     if (force || overridingProfile_ || !isUnchanged)
         stamp_->set_profile(MakeBrushProfile(brush, 1));
 }
@@ -126,10 +127,8 @@ PaintColor BrushState::StampColorOf(PaintColor color) const
 
 void BrushState::UpdateUse16Bit()
 {
-    const BrushStampReferenceStamp* reference = brush_.referenceStamp;
     uses16Bit_ = brush_.secondSize > kSmallest16BitRadius && brush_.threshold < kLeast8BitThreshold &&
-                 !brush_.GetBrushTexture() && !stroke_.markerBlend && !isSmearStamp(reference) &&
-                 !isCloneStamp(reference) && !effectBrush_;
+                 !brush_.GetBrushTexture() && !stroke_.markerBlend && !takesPixels_ && !effectBrush_;
 }
 
 double BrushState::GetSpacingBias(float sizePx) const

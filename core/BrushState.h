@@ -81,6 +81,7 @@ private:
     std::unique_ptr<EffectBrush> effectBrush_;
     qs::TempReference<ilMIOImage> processedImage_;  // of the effect brush
     PntHandle processedLayer_ = kNullHandle;  // that it was made from
+    bool takesPixels_ = false;  // clone or smear; the host's stamp itself is asked only when a stroke begins
     bool uses16Bit_ = false;
     bool isSwizzled_ = false;
 };

@@ -34,8 +34,7 @@ std::unique_ptr<Stroke> singleNewBrushStroke(const BrushStrokeParts& parts, cons
 
     std::unique_ptr<Interpolate2D> interpolator = MakeInterpolator(stroke.interpolation, spline);
     if (stroke.timerStroke) {
-        auto made =
-            std::make_unique<TimerStampStroke>(parts.painter, parts.stamp, parms, std::move(interpolator));
+        auto made = std::make_unique<TimerStampStroke>(parts.painter, parts.stamp, parms, std::move(interpolator));
         made->setBleedInterval(stroke.bleedInterval);
         return made;
     }

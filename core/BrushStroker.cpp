@@ -1,7 +1,7 @@
 #include "core/BrushStroker.h"
 
-#include "core/BrushState.h"
 #include "core/BrushStampKinds.h"
+#include "core/BrushState.h"
 #include "core/BrushStrokeMaker.h"
 #include "core/FlagScope.h"
 #include "core/Guarded.h"
@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -49,13 +50,21 @@ struct BrushStroker::OpenStroke : qs::ReferenceCount {
     qs::Reference<UndoStep> undo;
     uint64_t stampsBefore = 0;
     uint64_t pixelsBefore = 0;
-    bool dirtiesStencils = false;
+    bool paintsStencil = false;  // what is painted hides parts of other layers
     bool isFeeding = false;  // inside the path, which must neither be fed nor ended then
     bool isEnding = false;
     bool endWanted = false;  // asked for while feeding
+    bool wasSettling = false;  // the host was still to hear of the stroke before
+    bool hasTimedUpdates = false;  // the views' timers were started and not stopped yet
     bool isGone = false;  // the document was closed meanwhile: its views are not to be called any more
 
     bool IsLayerCurrent() const { return stack->GetCurrentLayerPtr() == layer.get(); }
+
+    void EndTimedUpdates()
+    {
+        if (std::exchange(hasTimedUpdates, false))
+            Attempt([&] { stack->EndTimerBasedUpdate(); });
+    }
 };
 
 BrushStroker::BrushStroker(PaintManager& manager, BrushState& brush) : manager_(manager), brush_(brush) {}
@@ -82,16 +91,16 @@ void BrushStroker::Begin(bool noTimerUpdate)
     manager_.ClearBrushPreview();
     if (manager_.isBrushFeedbackEnabled())
         CallHost(manager_.CB()->BrushFeedbackBeginCB);
-    SettledTimer::Stop();
+    stroke->wasSettling = SettledTimer::Stop();
     lastTrace_.reset();
     untilCheck_ = PaintManager::CheckInterval;
-    const bool isReady = IsStillThere(*stroke) && Guarded(false, [&] {
-        if (!SetUpPainter(*stroke))
+    const auto setUp = [&] {
+        if (!IsStillThere(*stroke) || !SetUpPainter(*stroke))
             return false;
         StartUpdates(*stroke, noTimerUpdate);
         return true;
-    });
-    if (!isReady || !IsStillThere(*stroke)) {
+    };
+    if (!Guarded(false, setUp) || !IsStillThere(*stroke)) {
         Cancel(*stroke);
         return;
     }
@@ -122,11 +131,7 @@ bool BrushStroker::SetUpPainter(OpenStroke& stroke)
     stroke.path = newBrushStroke(stroke);
     stroke.stampsBefore = painter.GetStampCount();
     stroke.pixelsBefore = painter.GetStampedPixels();
-
-    Layer& layer = *stroke.layer;
-    stroke.dirtiesStencils =
-        layer.isStencil() ? layer.isActive()
-                          : !layer.isMask() && !stroke.stack->getStencilLayers(stroke.layerHandle).empty();
+    stroke.paintsStencil = stroke.layer->isStencil() && stroke.layer->isActive();
     return true;
 }
 
@@ -162,8 +167,7 @@ std::unique_ptr<Stroke> BrushStroker::newBrushStroke(const OpenStroke& stroke)
         return singleNewBrushStroke(parts, spline);
     Symmetry onLayer = *symmetry;
     onLayer.Translate(-stroke.layer->getXOffset(), -stroke.layer->getYOffset());
-    std::unique_ptr<Stroke> made =
-        NewSymmetricBrushStroke(parts, onLayer, spline, manager_.CB()->CopySplineCB);
+    std::unique_ptr<Stroke> made = NewSymmetricBrushStroke(parts, onLayer, spline, manager_.CB()->CopySplineCB);
     if (spline != nullptr && ImageCoreCB()->ReleaseSplineCB != nullptr) {
         brush_.ForgetGuideSpline();
         ImageCoreCB()->ReleaseSplineCB(spline);
@@ -174,17 +178,19 @@ std::unique_ptr<Stroke> BrushStroker::newBrushStroke(const OpenStroke& stroke)
 int BrushStroker::UpdateIntervalMs() const
 {
     constexpr double kPerPixel = 0.010989011;  // 1 / (96 - 5)
-    const double radius = std::clamp(brush_.GetBrush().secondSize, PaintManager::MinUpdateIntRadius,
-                                     PaintManager::MaxUpdateIntRadius);
+    const double radius =
+        std::clamp(brush_.GetBrush().secondSize, PaintManager::MinUpdateIntRadius, PaintManager::MaxUpdateIntRadius);
     const double range = PaintManager::MaxUpdateInterval - PaintManager::MinUpdateInterval;
-    const double interval = std::round((radius - static_cast<double>(PaintManager::MinUpdateIntRadius)) * kPerPixel * range +
-                                       PaintManager::MinUpdateInterval);
+    const double interval =
+        std::round((radius - static_cast<double>(PaintManager::MinUpdateIntRadius)) * kPerPixel * range +
+                   PaintManager::MinUpdateInterval);
     constexpr double kLongest = 1e9;
     return static_cast<int>(std::clamp(interval * static_cast<double>(brush_.GetStroke().timerScale), 0.0, kLongest));
 }
 
-void BrushStroker::StartUpdates(const OpenStroke& stroke, bool noTimerUpdate)
+void BrushStroker::StartUpdates(OpenStroke& stroke, bool noTimerUpdate)
 {
+    stroke.hasTimedUpdates = true;
     stroke.stack->BeginTimerBasedUpdate(UpdateIntervalMs());
     stroke.stack->SetTimerBasedUpdate(!noTimerUpdate);
     stroke.stack->CheckTimerBasedUpdate();
@@ -202,10 +208,12 @@ void BrushStroker::Cancel(OpenStroke& stroke)
     if (stroke.painter) {
         Attempt([&] { stroke.painter->EndOperation(); });
         stroke.painter->blend_func(kFactorOne, kFactorZero);
-        Attempt([&] { stroke.stack->EndTimerBasedUpdate(); });
     }
+    stroke.EndTimedUpdates();
     if (manager_.isBrushFeedbackEnabled())
         CallHost(manager_.CB()->BrushFeedbackEndCB);
+    if (stroke.wasSettling)
+        SettledTimer::Start();
 }
 
 // --- samples ---
@@ -318,7 +326,7 @@ void BrushStroker::FinishPainting(OpenStroke& stroke)
         target->AsPaged()->ShareAllFrom(*original);
         masking->set_target_img(target);
     }
-    if (!isComposed || (stroke.dirtiesStencils && stroke.layer->isStencil())) {
+    if (!isComposed || stroke.paintsStencil) {
         stroke.stack->SetStencilCompositeDirty(stroke.layerHandle);
         stroke.stack->DamageTile(OnCanvas(wet, *stroke.layer));
     }
@@ -332,7 +340,7 @@ void BrushStroker::FinishUpdates(OpenStroke& stroke)
     };
     onLivingStack([](LayerStack& stack) { stack.CheckTimerBasedUpdate(); });
     stroke.painter->blend_func(kFactorOne, kFactorZero);
-    onLivingStack([](LayerStack& stack) { stack.EndTimerBasedUpdate(); });
+    stroke.EndTimedUpdates();
     onLivingStack([&](LayerStack& stack) {
         // A layer that is current no more is cached, by a picture of it that may be older than the last stamps.
         if (stroke.IsLayerCurrent())
@@ -368,7 +376,7 @@ void BrushStroker::StackIsLeaving(const LayerStack* stack)
         return;
     // It is under way further down the call stack. The views' timers stop now, while the views are sure to live.
     stroke->isGone = true;
-    Attempt([&] { stroke->stack->EndTimerBasedUpdate(); });
+    stroke->EndTimedUpdates();
 }
 
 // --- statistics ---

@@ -43,7 +43,7 @@ private:
     bool SetUpPainter(OpenStroke& stroke);  // false for a layer without an image
     void CaptureForUndo(OpenStroke& stroke);
     std::unique_ptr<Stroke> newBrushStroke(const OpenStroke& stroke);
-    void StartUpdates(const OpenStroke& stroke, bool noTimerUpdate);
+    void StartUpdates(OpenStroke& stroke, bool noTimerUpdate);
     void Cancel(OpenStroke& stroke);
     bool IsStillThere(const OpenStroke& stroke) const;
     int UpdateIntervalMs() const;

@@ -19,6 +19,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 TpressureFilter* PaintManager::PressFilter = nullptr;
 unsigned short PaintManager::minPressure = 0;
@@ -150,7 +151,7 @@ void PaintManager::SetWarpDefaultDisplayColor(const PaintColor& color)
 
 void PaintManager::SetWarpDefaultDisplayOpacity(float opacity)
 {
-    if (!std::isnan(opacity))
+    if (std::isfinite(opacity))
         warpOpacity_ = std::clamp(opacity, 0.0F, 1.0F);
 }
 

@@ -45,13 +45,13 @@ public:
 
     // --- signals, in the order by which hosts may connect ---
 
-    qsRTB::Signal<> StackNotifySignal;                     // never emitted by the library
-    qsRTB::Signal<bool> StackChangedSignal;                // a structural edit
-    qsRTB::Signal<int> StackAddedSignal;                   // layer-stack handle
-    qsRTB::Signal<int> StackDeletedSignal;                 // layer-stack handle
-    qsRTB::Signal<int, PntHandle> ContainerAddedSignal;    // layer-stack handle, container
+    qsRTB::Signal<> StackNotifySignal;  // never emitted by the library
+    qsRTB::Signal<bool> StackChangedSignal;  // a structural edit
+    qsRTB::Signal<int> StackAddedSignal;  // layer-stack handle
+    qsRTB::Signal<int> StackDeletedSignal;  // layer-stack handle
+    qsRTB::Signal<int, PntHandle> ContainerAddedSignal;  // layer-stack handle, container
     qsRTB::Signal<int, PntHandle> ContainerRemovedSignal;  // current layer-stack handle, container
-    qsRTB::Signal<PntHandle> ContainerStateSignal;         // current, visible or active changed
+    qsRTB::Signal<PntHandle> ContainerStateSignal;  // current, visible or active changed
     qsRTB::Signal<PntHandle> TransformGroupSignal;
     qsRTB::Signal<PntHandle, float> OpacitySignal;
     qsRTB::Signal<PntHandle, PntHandle, bool> LayerMovedSignal;  // moved, beside, above
@@ -145,7 +145,8 @@ public:
 
     // --- brush ---
 
-    /// Ignored during a stroke, and with numbers that no brush can have. `force` sets even what has not changed.
+    /// Ignored during a stroke, and with numbers that no brush can have. `force` sets even what has not changed. The
+    /// reference stamp stays the host's and is asked again when a stroke begins.
     void SetBrushParameters(const BrushParameters& brush, bool force);
     const BrushParameters& GetBrushParameters() const;
     void SetStrokeParameters(const StrokeParameters& stroke);
@@ -228,9 +229,9 @@ public:
     static TpressureFilter* PressFilter;
     static unsigned short minPressure;
     static unsigned short maxPressure;
-    static const int CheckInterval;        // 5 samples
-    static const int MinUpdateInterval;    // 10 ms
-    static const int MaxUpdateInterval;    // 100 ms
+    static const int CheckInterval;  // 5 samples
+    static const int MinUpdateInterval;  // 10 ms
+    static const int MaxUpdateInterval;  // 100 ms
     static const float MinUpdateIntRadius;  // 5 pixels
     static const float MaxUpdateIntRadius;  // 96 pixels
 
@@ -259,8 +260,8 @@ public:
     void SetLayerContainerName(const char* name, const PntHandle& layer = kCurrentLayerHandle);
     void SetLayerFolderActive(bool active, const PntHandle& folder);
 
-    /// Stores a colour (on a mask or stencil its alpha, as coverage) in nx × ny canvas pixels of a layer, as far as they
-    /// lie on the canvas. Undone like a stroke.
+    /// Stores a colour (on a mask or stencil its alpha, as coverage) in nx × ny canvas pixels of a layer, as far as
+    /// they lie on the canvas. Undone like a stroke.
     void FillLayer(const ilTile& area, const PaintColor& color, const PntHandle& layer = kCurrentLayerHandle);
 
     // --- canvas ---

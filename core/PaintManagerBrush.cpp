@@ -8,6 +8,8 @@
 #include "core/StrokeSampleRules.h"
 #include "platform/imaging/StampCache.h"
 
+#include <cmath>
+
 namespace {
 
 constexpr float kMaxSampleScale = 8;

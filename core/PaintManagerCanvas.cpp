@@ -2,8 +2,6 @@
 #include "core/Guarded.h"
 #include "core/PaintManager.h"
 
-#include <cmath>
-
 // --- damage and update ---
 
 void PaintManager::DamageRegion(const ilTile& tile, int layerStack)
@@ -100,8 +98,7 @@ void PaintManager::SetBackgroundColor(const PaintColor& color, int layerStack)
 
 PaintColor PaintManager::GetBackgroundColor(int layerStack) const
 {
-    return AskStack(*this, layerStack, PaintColor(),
-                    [](LayerStack& stack) { return stack.GetBackgroundColor(); });
+    return AskStack(*this, layerStack, PaintColor(), [](LayerStack& stack) { return stack.GetBackgroundColor(); });
 }
 
 void PaintManager::SetSymmetry(Symmetry* symmetry, int layerStack)

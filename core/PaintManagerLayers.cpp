@@ -4,7 +4,6 @@
 #include "core/PaintManager.h"
 #include "undo/UndoRecorder.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -96,8 +95,8 @@ bool PaintManager::MoveLayer(const PntHandle& moved, const PntHandle& target, bo
     if (!before)
         return false;
     stroker_->EndOn(before.get());
-    const bool isMoved = ChangeStructure(
-        *this, handle, [&](LayerStack& stack) { return stack.MoveLayer(moved, target, above); });
+    const bool isMoved =
+        ChangeStructure(*this, handle, [&](LayerStack& stack) { return stack.MoveLayer(moved, target, above); });
     if (!isMoved)
         return false;
     TellStack(*this, handle, [](LayerStack& stack) { stack.RebuildAllAndRedrawEntireCanvas(); });
@@ -140,7 +139,7 @@ bool PaintManager::isLayerVisible(const PntHandle& layer) const
 
 void PaintManager::SetLayerOpacity(float opacity, const PntHandle& layer)
 {
-    if (std::isnan(opacity))
+    if (!std::isfinite(opacity))
         return;
     TellStack(*this, layer, [&](LayerStack& stack) {
         const qs::Reference<Layer> changed = stack.GetLayerFromHandle(layer);
@@ -191,8 +190,12 @@ void PaintManager::FillLayer(const ilTile& area, const PaintColor& color, const 
         qs::Reference<UndoStep> step;
         if (recorder != nullptr)
             step = recorder->BeginStroke(GetCurrentLayerStack(handle), handle, stack, *filled, image);
-        image->fillTile(ilTileMoved(onCanvas, -int64_t{filled->getXOffset()}, -int64_t{filled->getYOffset()}),
-                        FillPixelOf(color, image->GetNumChannels()));
+        const ilTile onLayer = ilTileMoved(onCanvas, -int64_t{filled->getXOffset()}, -int64_t{filled->getYOffset()});
+        const qs::TempReference<ilMIOImage> before = image->Snapshot();
+        if (!Attempt([&] { image->fillTile(onLayer, FillPixelOf(color, image->GetNumChannels())); })) {
+            image->ShareAllFrom(*before);  // no part of a fill stays when memory runs out on the way
+            return;
+        }
         if (step)
             recorder->Append(step);
 

@@ -49,14 +49,13 @@ PaintColor PaintManager::GetMaskDefaultDisplayColor(int layerStack) const
 
 void PaintManager::SetMaskDefaultDisplayOpacity(float opacity, int layerStack)
 {
-    if (!std::isnan(opacity))
+    if (std::isfinite(opacity))
         TellStack(*this, layerStack, [&](LayerStack& stack) { stack.SetMaskDefaultDisplayOpacity(opacity); });
 }
 
 float PaintManager::GetMaskDefaultDisplayOpacity(int layerStack) const
 {
-    return AskStack(*this, layerStack, 0.0F,
-                    [](LayerStack& stack) { return stack.GetMaskDefaultDisplayOpacity(); });
+    return AskStack(*this, layerStack, 0.0F, [](LayerStack& stack) { return stack.GetMaskDefaultDisplayOpacity(); });
 }
 
 // --- selection ---
@@ -120,7 +119,7 @@ PaintColor PaintManager::GetSelectionDefaultDisplayColor(int layerStack) const
 
 void PaintManager::SetSelectionDefaultDisplayOpacity(float opacity, int layerStack)
 {
-    if (!std::isnan(opacity))
+    if (std::isfinite(opacity))
         TellStack(*this, layerStack, [&](LayerStack& stack) { stack.SetSelectionDefaultDisplayOpacity(opacity); });
 }
 

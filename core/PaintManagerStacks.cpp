@@ -7,7 +7,8 @@
 #include "platform/imaging/ImageCoreCB.h"
 #include "undo/UndoRecorder.h"
 
-#include <algorithm>
+#include <new>
+#include <utility>
 
 static_assert(PaintManager::kMaxLayerStacks == LayerStackRegistry::kSize);
 

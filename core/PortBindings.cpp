@@ -94,8 +94,7 @@ void BindPorts()
         .GetContainerHandles = GetContainerHandles,
         .GetLayerStackCount = [] { return PaintCore.GetLayerStackCount(); },
         .GetUsedSlotFrom = GetUsedSlotFrom,
-        .LayerImageChanged =
-            [](const PntHandle& handle) { CallHost(PaintCore.CB()->LayerImageChangedCB, handle); },
+        .LayerImageChanged = [](const PntHandle& handle) { CallHost(PaintCore.CB()->LayerImageChangedCB, handle); },
         .ContainerRemoved =
             [](const PntHandle& handle) {
                 PaintCore.ContainerRemovedSignal.Emit(PaintCore.GetCurrentLayerStack(), handle);

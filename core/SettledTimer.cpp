@@ -4,6 +4,8 @@
 #include "core/PaintManager.h"
 #include "platform/imaging/ImageCoreCB.h"
 
+#include <utility>
+
 namespace {
 
 constexpr int kSettledMs = 3030;
@@ -29,11 +31,10 @@ void SettledTimer::Start()
         runningTimer = ImageCoreCB()->StartTimerCB(kSettledMs, OnSettled, 0);
 }
 
-void SettledTimer::Stop()
+bool SettledTimer::Stop()
 {
     if (runningTimer == kNoTimer)
-        return;
-    const int timer = runningTimer;
-    runningTimer = kNoTimer;
-    CallHost(ImageCoreCB()->StopTimerCB, timer);
+        return false;
+    CallHost(ImageCoreCB()->StopTimerCB, std::exchange(runningTimer, kNoTimer));
+    return true;
 }

@@ -6,6 +6,8 @@ namespace SettledTimer {
 
 /// Starts anew.
 void Start();
-void Stop();
+
+/// Whether it was running.
+bool Stop();
 
 }  // namespace SettledTimer

@@ -81,6 +81,9 @@ void LayerStack::CopyPropertiesFrom(const LayerStack& source)
     selectionDisplayColor_ = source.selectionDisplayColor_;
     maskDisplayOpacity_ = source.maskDisplayOpacity_;
     maskDisplayColor_ = source.maskDisplayColor_;
+    showCurrentLayerOnly_ = source.showCurrentLayerOnly_;
+    maskDisable_ = source.maskDisable_;
+    maskVisible_ = source.maskVisible_;
     if (source.symmetry_)
         symmetry_ = std::make_unique<Symmetry>(*source.symmetry_);
 }

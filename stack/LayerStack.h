@@ -13,6 +13,7 @@
 #include "platform/imaging/ilSmartImage.h"
 
 #include <array>
+#include <cstdint>
 #include <memory>
 
 class LayerStackView;
@@ -204,9 +205,10 @@ public:
     void setMarkerBlend(bool on);
     void setMarkerWetness(float wetness);
 
-    // --- layer properties (LayerStackProperties.cpp); what changes the picture damages and, with `redraw`, shows it ---
+    // --- layer properties (LayerStackProperties.cpp); what changes the picture damages and, with `redraw`, shows it
+    // ---
 
-    LayerMode GetLayerMode(const PntHandle& handle) const;    // 0 when no layer
+    LayerMode GetLayerMode(const PntHandle& handle) const;  // 0 when no layer
     LayerBlendMode GetLayerBlend(const PntHandle& handle) const;  // normal when no layer
     void SetLayerBlend(const PntHandle& handle, LayerBlendMode mode);
 
@@ -393,7 +395,7 @@ private:
     // Structure. A deletion does not redraw.
     bool InsertContainer(LayerContainer* container, LayerFolder* top, const PntHandle& where, bool above);
     void DeleteLayer(Layer* layer, bool keepOne);
-    bool RemoveLayerFromStack(Layer* layer);
+    void RemoveLayerFromStack(Layer* layer);
     Layer* ChooseCurrentAfter(Layer* layer) const;
     void EnsureImageLayer();
     void DeleteLayersOf(LayerFolder* folder, bool keepHardLinked);
@@ -425,7 +427,8 @@ private:
     void ComposeTile(const ilTile& tile, bool overlay, PaintOps& target);
     void DrawOverlay(const ilTile& tile, PaintOps& target);
     bool IsViewer(const LayerStackView* view) const;
-    template <class Call> void CallViews(Call&& call);
+    template <class Call>
+    void CallViews(Call&& call);
 
     qsOS::Uuid instance_;
     int compositesSuspended_ = 0;

@@ -32,6 +32,7 @@ void LayerStack::SetCurrentLayer(const PntHandle& handle, bool redraw, bool spli
     const bool hadCompositeMask = HasCompositeMask();
     const bool wasCoverage = isCoverage(currentLayer_);
 
+    const qs::Reference<Layer> kept(layer);  // the host hears of the change, and may delete what it hears of
     EndProxy();
     BecomeCurrent(layer);
     const PntHandle current = GetCurrentLayerContainerHandle();
@@ -46,8 +47,8 @@ void LayerStack::SetCurrentLayer(const PntHandle& handle, bool redraw, bool spli
     if (layer != nullptr)
         layer->SetStencilCompositeDirty(true);
 
-    const bool overlayChanges = wasCoverage || isCoverage(layer) || hadCompositeMask || HasCompositeMask() ||
-                                showCurrentLayerOnly_;
+    const bool overlayChanges =
+        wasCoverage || isCoverage(layer) || hadCompositeMask || HasCompositeMask() || showCurrentLayerOnly_;
     if (overlayChanges)
         DamageCanvas();
     if (redraw && (overlayChanges || damageSerial_ != damageBefore))
@@ -72,8 +73,8 @@ PaintOps* LayerStack::GetCurrentLayerPainter()
 
 PaintOps* LayerStack::GetCLP()
 {
-    const bool isBound = currentPainter_ && currentLayer_ != nullptr &&
-                         currentPainter_->target_img() == currentLayer_->GetImage().get();
+    const bool isBound =
+        currentPainter_ && currentLayer_ != nullptr && currentPainter_->target_img() == currentLayer_->GetImage().get();
     return isBound ? currentPainter_.get() : GetCurrentLayerPainter();
 }
 

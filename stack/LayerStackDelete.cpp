@@ -13,7 +13,7 @@ Layer* LayerStack::ChooseCurrentAfter(Layer* layer) const
     return bottom != layer ? bottom : nullptr;
 }
 
-bool LayerStack::RemoveLayerFromStack(Layer* layer)
+void LayerStack::RemoveLayerFromStack(Layer* layer)
 {
     const qs::Reference<Layer> kept(layer);
     // While it is still found: what it hid or was hidden by has to be composed again.
@@ -21,11 +21,9 @@ bool LayerStack::RemoveLayerFromStack(Layer* layer)
         SetStencilCompositeDirty(layer->GetLayerContainerHandle());
     MarkTreeStale();
     maskIsStale_ = true;
-    if (!GetLayerFolder(layer->GetLayerMode())->RemoveLayerContainer(layer))
-        return false;
+    GetLayerFolder(layer->GetLayerMode())->RemoveLayerContainer(layer);
     maskFolder_->RemoveLayerFromOwnerLayer(layer);
     stencilFolder_->RemoveLayerFromOwnerLayer(layer);
-    return true;
 }
 
 void LayerStack::EnsureImageLayer()

@@ -23,8 +23,7 @@ bool LayerStack::MoveLayer(const PntHandle& moved, const PntHandle& target, bool
     if (!IsTopFolder(from) && from->GetSize() == 0)
         fromTop->RemoveLayerContainer(from);
     RememberCurrentInFolder();
-    composite_.MakeCompositeTree(this, false);
-    treeIsStale_ = false;
-    DamageCanvas();
+    MarkTreeStale();
+    BringCompositeUpToDate();
     return isRemoved;
 }

@@ -44,7 +44,6 @@ void LayerStack::AllocateCacheData()
 
 void LayerStack::FreeCacheData()
 {
-    DrainPainterDamage();
     imagePlanePainter_ = nullptr;
     imagePlane_ = nullptr;
     currentPainter_ = nullptr;

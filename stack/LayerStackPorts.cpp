@@ -16,8 +16,8 @@ bool FillCompositePort()
     GetCompositePort() = {
         .GetImageFolder = [](LayerStack* stack) { return stack->GetLayerFolder(kLayerModeImage); },
         .GetCurrentLayer = [](LayerStack* stack) { return stack->GetCurrentLayerPtr(); },
-        .GetContainer =
-            [](LayerStack* stack, const PntHandle& handle) { return stack->GetLayerContainerFromHandle(handle); },
+        .GetContainer = [](LayerStack* stack,
+                           const PntHandle& handle) { return stack->GetLayerContainerFromHandle(handle); },
         .GetLayer = [](LayerStack* stack, const PntHandle& handle) { return stack->GetLayerFromHandle(handle); },
         .GetOwnerArray = [](LayerStack* stack, const PntHandle& handle) { return stack->getOwnerArray(handle); },
         .GetMaskLayers = [](LayerStack* stack, const PntHandle& owner) { return stack->getMaskLayers(owner); },

@@ -1,5 +1,7 @@
 #include "stack/LayerStack.h"
 
+#include <utility>
+
 bool LayerStack::BeginProxy(ProxyParameters::ScopeHint scope, ProxyParameters::Images images)
 {
     if (inProxy_)
@@ -20,16 +22,11 @@ void LayerStack::EndProxy()
         return;
     DrainPainterDamage();
     inProxy_ = false;
-    for (const PntHandle& handle : std::exchange(proxyLayers_, {})) {
-        Layer* layer = GetLayerFromHandle(handle);
-        if (layer == nullptr)
-            continue;
-        DamageLayer(*layer);
-        layer->EndProxy();
-        TellChanged(*layer);
-        DamageLayer(*layer);
-    }
-    // What the proxy touched may reach beyond both pictures of its layers.
+    for (const PntHandle& handle : std::exchange(proxyLayers_, {}))
+        if (Layer* layer = GetLayerFromHandle(handle)) {
+            layer->EndProxy();
+            TellChanged(*layer);
+        }
     ilTile tile;
     while (proxyDamage_.nextDamaged(tile))
         DamageTile(tile);

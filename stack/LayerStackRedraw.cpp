@@ -16,8 +16,9 @@ void LayerStack::RebuildCompositeMask()
 void LayerStack::BringCompositeUpToDate()
 {
     if (treeIsStale_) {
-        composite_.MakeCompositeTree(this, false);
+        composite_.MakeCompositeTree(this, false);  // which drops the mask as well
         treeIsStale_ = false;
+        maskIsStale_ = true;
     }
     if (maskIsStale_)
         RebuildCompositeMask();

@@ -6,9 +6,8 @@
 
 void LayerStack::SetSelectionMask(Layer* mask)
 {
-    const bool isUsable =
-        mask == nullptr || (HoldingFolder(mask, nullptr) == nullptr && mask->GetImage() &&
-                            mask->GetImage()->GetNumChannels() == 1);
+    const bool isUsable = mask == nullptr || (HoldingFolder(mask, nullptr) == nullptr && mask->GetImage() &&
+                                              mask->GetImage()->GetNumChannels() == 1);
     if (mask == selectionMask_ || !isUsable)
         return;
     const bool wasCurrent = isSelectionMaskCurrent();

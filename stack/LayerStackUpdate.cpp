@@ -3,6 +3,7 @@
 #include "stack/LayerStackView.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -66,7 +67,7 @@ void LayerStack::RefreshOwnersOfStencil(const ilTile& onCanvas)
             continue;
         owner->RefreshStencilComposite(
             ilTileMoved(onCanvas, -int64_t{owner->getXOffset()}, -int64_t{owner->getYOffset()}));
-        composite_.CompositeBaseDirty(handle);
+        composite_.CompositeBaseDirty(handle, onCanvas);
     }
 }
 
@@ -187,7 +188,8 @@ void LayerStack::ResumeComposites()
 
 // --- views ---
 
-template <class Call> void LayerStack::CallViews(Call&& call)
+template <class Call>
+void LayerStack::CallViews(Call&& call)
 {
     // A view may end the last reference to this stack; one that is not shared yet has none to keep.
     const qs::Reference<LayerStack> kept(GetRefCount() > 0 ? this : nullptr);

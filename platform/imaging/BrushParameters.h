@@ -11,10 +11,10 @@ public:
     PaintColor color{0, 0, 0, 1};
     BrushProfile profile;
     BrushStampReferenceStamp* referenceStamp = nullptr;  // clone or smear source, the host's; null for neither
-    float firstSize = 10;                                // radius at the lightest pressure
-    float secondSize = 10;                               // radius at the fullest: spacing, update timer, 16-bit choice
-    float threshold = 0;                                 // 0 to 1; from 0.2 on, painting stays in 8 bits
-    float markerWetness = 0;                             // 0 to 1: how much a marker builds up where it crosses itself
+    float firstSize = 10;  // radius at the lightest pressure
+    float secondSize = 10;  // radius at the fullest: spacing, update timer, 16-bit choice
+    float threshold = 0;  // 0 to 1; from 0.2 on, painting stays in 8 bits
+    float markerWetness = 0;  // 0 to 1: how much a marker builds up where it crosses itself
 
     const qs::TempReference<ilImage>& GetBrushShape() const { return shape_; }
     void SetBrushShape(qs::TempReference<ilImage> shape) { shape_ = std::move(shape); }
@@ -25,6 +25,6 @@ public:
     bool IsValid() const;
 
 private:
-    qs::TempReference<ilImage> shape_;   // one channel
+    qs::TempReference<ilImage> shape_;  // one channel
     qs::Reference<PaintObj> texture_;
 };

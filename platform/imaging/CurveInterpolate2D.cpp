@@ -20,11 +20,6 @@ double DistanceToLine(const ilXYdouble& point, const ilXYdouble& from, const ilX
     return std::abs(chord.x * offset.y - chord.y * offset.x) / length;
 }
 
-float Mix(float from, float to, double share)
-{
-    return static_cast<float>(from + (static_cast<double>(to) - from) * share);
-}
-
 }  // namespace
 
 /// The run from one sample's place to the next one's.
@@ -38,13 +33,10 @@ struct CurveInterpolate2D::Stretch {
     StrokeSample At(const Place& place) const
     {
         const double share = std::clamp((place.length - fromLength) / (toLength - fromLength), 0.0, 1.0);
-        const double turn = std::remainder(static_cast<double>(to.rotation) - from.rotation, 360.0);
-        return {place.point.x,
-                place.point.y,
-                Mix(from.size, to.size, share),
-                Mix(from.opacity, to.opacity, share),
-                Mix(from.aspect, to.aspect, share),
-                static_cast<float>(from.rotation + turn * share)};
+        StrokeSample sample = SampleBetween(from, to, share);
+        sample.x = place.point.x;
+        sample.y = place.point.y;
+        return sample;
     }
 };
 

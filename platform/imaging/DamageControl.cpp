@@ -39,9 +39,8 @@ void DamageControl::DamageTile(const ilTile& tile)
         return;
     }
     const auto growth = [&tile](const ilTile& old) { return AreaOf(ilTileUnion(old, tile)) - AreaOf(old); };
-    const auto least = std::min_element(tiles_.begin(), tiles_.end(), [&](const ilTile& a, const ilTile& b) {
-        return growth(a) < growth(b);
-    });
+    const auto least = std::min_element(tiles_.begin(), tiles_.end(),
+                                        [&](const ilTile& a, const ilTile& b) { return growth(a) < growth(b); });
     Grow(static_cast<size_t>(least - tiles_.begin()), tile);
 }
 

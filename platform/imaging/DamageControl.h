@@ -20,7 +20,8 @@ public:
 
     bool anyDamaged() const { return !tiles_.empty(); }
 
-    /// Removes the tile that has gone longest without growing and stores it in `tile`; false, with `tile` untouched, when there is none.
+    /// Removes the tile that has gone longest without growing and stores it in `tile`; false, with `tile` untouched,
+    /// when there is none.
     bool nextDamaged(ilTile& tile);
 
     /// The bounding tile of all damage, which stays; the empty tile without damage.

@@ -17,8 +17,7 @@ double UnitSliver(double halfChordSquared)
         const double oneMinusCosine = 1 - std::sqrt(1 - s2);
         return std::sqrt(s2) * oneMinusCosine + 2 * UnitSliver(oneMinusCosine / 2);
     }
-    const double series =
-        2.0 / 3 + s2 * (1.0 / 5 + s2 * (3.0 / 28 + s2 * (5.0 / 72 + s2 * (35.0 / 704))));
+    const double series = 2.0 / 3 + s2 * (1.0 / 5 + s2 * (3.0 / 28 + s2 * (5.0 / 72 + s2 * (35.0 / 704))));
     return s2 * std::sqrt(s2) * series;
 }
 
@@ -73,7 +72,8 @@ void HardStampRasterizer::Prepare(const StampForm& form)
     leftTurn_ = {-e.reachX, -rightTurn_.y};
 
     const auto size = static_cast<size_t>(columns_) + 1;
-    for (qs::vector<double>* values : {&upperY_, &lowerY_, &left_.areas, &left_.heights, &right_.areas, &right_.heights})
+    for (qs::vector<double>* values :
+         {&upperY_, &lowerY_, &left_.areas, &left_.heights, &right_.areas, &right_.heights})
         values->resize(std::max(values->size(), size));
     for (size_t i = 0; i < size; ++i) {
         const double x = firstX_ + static_cast<double>(i);

@@ -44,16 +44,16 @@ private:
     double ColumnX(int column) const { return firstX_ + column; }
 
     StampEllipse ellipse_{StampForm{}};
-    double ellipseScale_ = 1;   // area of the ellipse by that of the unit circle
+    double ellipseScale_ = 1;  // area of the ellipse by that of the unit circle
     int columns_ = 0;
     int rows_ = 0;
-    double firstX_ = 0;         // left edge of column 0 and top edge of row 0, from the centre
+    double firstX_ = 0;  // left edge of column 0 and top edge of row 0, from the centre
     double firstY_ = 0;
     Point leftTurn_;
     Point rightTurn_;
     Point top_;
     Point bottom_;
-    qs::vector<double> upperY_;   // where the outline crosses the left edge of each column
+    qs::vector<double> upperY_;  // where the outline crosses the left edge of each column
     qs::vector<double> lowerY_;
     Side left_;
     Side right_;

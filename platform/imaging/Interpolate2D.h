@@ -15,6 +15,12 @@ struct StrokeSample {
     float rotation = 0;
 };
 
+/// The way from one rotation to another, in degrees, -180 to 180.
+PAINTLAYER_EXPORT double ShorterTurn(float fromDeg, float toDeg);
+
+/// What lies between two samples; share: 0 at `from` to 1 at `to`. The rotation goes the shorter way round.
+PAINTLAYER_EXPORT StrokeSample SampleBetween(const StrokeSample& from, const StrokeSample& to, double share);
+
 /// Turns samples into the path of a stroke: a polyline fine enough that its corners do not show. All values are
 /// interpolated with the position; rotation goes the shorter way round.
 class PAINTLAYER_EXPORT Interpolate2D {

@@ -8,10 +8,10 @@ namespace {
 
 constexpr int kFractionBits = 32;
 constexpr int64_t kHalf = int64_t{1} << (kFractionBits - 1);
-constexpr int kMaxSamples = 8;   // per pixel and axis
+constexpr int kMaxSamples = 8;  // per pixel and axis
 
-/// Bilinear samples lie at most so many pixels of the mask apart, and a level with half the pixels is taken from so many
-/// on: both keep detail, at the price of a little aliasing.
+/// Bilinear samples lie at most so many pixels of the mask apart, and a level with half the pixels is taken from so
+/// many on: both keep detail, at the price of a little aliasing.
 constexpr double kWidestStep = 1.4;
 constexpr double kCoarserFrom = 1.5;
 
@@ -25,14 +25,14 @@ int64_t ToFixed(double value)
 /// The map from pixels of the stamp to pixels of one level of the mask, and how the level is sampled.
 struct Sampling {
     const StampMask::Level* level = nullptr;
-    int samples = 1;               // per pixel and axis
-    double uPerX = 0;              // pixels of the level by pixels of the stamp
+    int samples = 1;  // per pixel and axis
+    double uPerX = 0;  // pixels of the level by pixels of the stamp
     double vPerX = 0;
     double uPerY = 0;
     double vPerY = 0;
-    double width = 0;              // the image's size in pixels of the level
+    double width = 0;  // the image's size in pixels of the level
     double height = 0;
-    double samplesPerU = 0;        // samples by pixels of the level, along each of its axes
+    double samplesPerU = 0;  // samples by pixels of the level, along each of its axes
     double samplesPerV = 0;
 };
 
@@ -106,8 +106,7 @@ public:
     explicit LevelSampler(const Sampling& sampling)
         : level_(*sampling.level), width_(sampling.width), height_(sampling.height), perU_(sampling.samplesPerU),
           perV_(sampling.samplesPerV)
-    {
-    }
+    {}
 
     void Read(const SampleLine& line, uint16_t* out) const
     {
@@ -126,9 +125,8 @@ public:
 private:
     SampleRange Find(const SampleLine& line, double marginU, double marginV) const
     {
-        return Common(
-            FindSamples(line.u, line.uStep, ToFixed(marginU), ToFixed(width_ - marginU), line.count),
-            FindSamples(line.v, line.vStep, ToFixed(marginV), ToFixed(height_ - marginV), line.count));
+        return Common(FindSamples(line.u, line.uStep, ToFixed(marginU), ToFixed(width_ - marginU), line.count),
+                      FindSamples(line.v, line.vStep, ToFixed(marginV), ToFixed(height_ - marginV), line.count));
     }
 
     void ReadInside(const SampleLine& line, const SampleRange& range, uint16_t* out) const
@@ -196,18 +194,10 @@ void AddSamples(const uint16_t* sample, qs::vector<uint32_t>& sums)
 void AddSamples(const uint16_t* sample, int samples, qs::vector<uint32_t>& sums)
 {
     switch (samples) {
-    case 1:
-        AddSamples<1>(sample, sums);
-        break;
-    case 2:
-        AddSamples<2>(sample, sums);
-        break;
-    case 4:
-        AddSamples<4>(sample, sums);
-        break;
-    default:
-        AddSamples<kMaxSamples>(sample, sums);
-        break;
+    case 1: AddSamples<1>(sample, sums); break;
+    case 2: AddSamples<2>(sample, sums); break;
+    case 4: AddSamples<4>(sample, sums); break;
+    default: AddSamples<kMaxSamples>(sample, sums); break;
     }
 }
 

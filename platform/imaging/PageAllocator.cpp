@@ -1,6 +1,7 @@
 #include "platform/imaging/PageAllocator.h"
 
 #include <new>
+#include <utility>
 #include <vector>
 
 #if defined(__linux__)
@@ -10,6 +11,7 @@
 namespace {
 
 constexpr size_t kArenaBytes = size_t{2} << 20;  // one huge page
+constexpr size_t kReserveArenas = 16;            // kept when unused memory goes back: the next document's first pages
 constexpr size_t kSmallBlock = 4096;             // a one-channel page
 constexpr size_t kLargeBlock = 16384;            // a four-channel page
 
@@ -141,12 +143,18 @@ void ArenaMemory::ReleaseUnused()
         for (const FreeBlock* block = list; block != nullptr; block = block->next)
             --arenas_[IndexOf(block)].inUse;
     std::vector<uint8_t*> empty;
-    for (const Arena& arena : arenas_)
-        if (arena.inUse == 0)
-            empty.push_back(arena.memory);
+    size_t reserve = kReserveArenas;
+    for (Arena& arena : arenas_) {
+        if (arena.inUse != 0)
+            continue;
+        if (reserve > 0 && arena.blockBytes == kLargeBlock)
+            --reserve;
+        else
+            empty.push_back(std::exchange(arena.memory, nullptr));
+    }
     DropFreeBlocksOf(empty, freeSmall_);
     DropFreeBlocksOf(empty, freeLarge_);
-    std::erase_if(arenas_, [](const Arena& arena) { return arena.inUse == 0; });
+    std::erase_if(arenas_, [](const Arena& arena) { return arena.memory == nullptr; });
     for (uint8_t* memory : empty)
         UnmapArena(memory);
     openSmall_ = SIZE_MAX;

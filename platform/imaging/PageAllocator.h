@@ -29,7 +29,7 @@ PAINTLAYER_EXPORT PageMemoryPort* SetPort(PageMemoryPort* port);
 /// Bytes handed out now.
 PAINTLAYER_EXPORT size_t GetBytesInUse();
 
-/// Gives recycled memory back to the system.
+/// Gives recycled memory back to the system, but for a reserve of 32 MiB.
 PAINTLAYER_EXPORT void ReleaseUnused();
 
 }  // namespace PageAllocator

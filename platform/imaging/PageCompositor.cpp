@@ -4,7 +4,11 @@
 #include "platform/imaging/RowBlender.h"
 #include "platform/imaging/ilMemoryImg.h"
 
+#include <algorithm>
+#include <bitset>
 #include <cstring>
+#include <map>
+#include <utility>
 
 namespace {
 
@@ -193,58 +197,54 @@ private:
     qs::vector<PageSource> active_;
 };
 
-/// The pages of `tile` that any source stores, as a bitmap over their common box: what a sparse document costs is its
-/// pages, not its canvas.
+/// The pages of `tile` that any source stores, as one bitmap for each block of pages: what a sparse document costs is
+/// its pages, not its canvas and not the box around them.
 class StoredPages {
 public:
-    StoredPages(const ilTile& tile, const qs::vector<CompositeSource>& sources)
+    StoredPages(const ilTile& tile, const qs::vector<CompositeSource>& sources) : tile_(tile)
     {
         for (const CompositeSource& source : sources)
-            box_ = ilTileUnion(box_, ilTileMoved(source.image->GetBounds(), source.x, source.y));
-        box_ = ilTileIntersection(box_, tile);
-        if (box_.IsEmpty())
-            return;
-        left_ = PageIndexOf(box_.x);
-        top_ = PageIndexOf(box_.y);
-        across_ = PageIndexOf(static_cast<int>(box_.Right() - 1)) - left_ + 1;
-        down_ = PageIndexOf(static_cast<int>(box_.Bottom() - 1)) - top_ + 1;
-        stored_.assign(static_cast<size_t>(across_) * static_cast<size_t>(down_), false);
-        for (const CompositeSource& source : sources)
-            Mark(source);
+            source.image->VisitPages(ilTileMoved(tile, -int64_t{source.x}, -int64_t{source.y}),
+                                     [&](int px, int py, const Page&) { Mark(source, px, py); });
     }
 
     bool IsStored(int px, int py) const
     {
-        return px >= left_ && py >= top_ && px < left_ + across_ && py < top_ + down_ && stored_[IndexOf(px, py)];
+        const auto block = blocks_.find({py >> kBlockShift, px >> kBlockShift});
+        return block != blocks_.end() && block->second[static_cast<size_t>(PageBlock::SlotOf(px, py))];
     }
 
-    template <class Visitor> void ForEach(const ilTile& tile, Visitor&& visit) const
+    template <class Visitor> void ForEach(Visitor&& visit) const
     {
-        for (int py = top_; py < top_ + down_; ++py)
-            for (int px = left_; px < left_ + across_; ++px)
-                if (stored_[IndexOf(px, py)])
-                    visit(px, py, ilTileIntersection(tile, PageTile(px, py)));
+        for (const auto& [place, pages] : blocks_)
+            for (int i = 0; i < kBlockPages; ++i)
+                if (pages[static_cast<size_t>(i)]) {
+                    const int px = place.second * kBlockSize + i % kBlockSize;
+                    const int py = place.first * kBlockSize + i / kBlockSize;
+                    visit(px, py, ilTileIntersection(tile_, PageTile(px, py)));
+                }
     }
 
 private:
-    size_t IndexOf(int px, int py) const
-    {
-        return static_cast<size_t>(py - top_) * static_cast<size_t>(across_) + static_cast<size_t>(px - left_);
-    }
+    using Block = std::bitset<kBlockPages>;
 
-    void Mark(const CompositeSource& source)
+    void Mark(const CompositeSource& source, int px, int py)
     {
-        const ilTile area = ilTileMoved(box_, -int64_t{source.x}, -int64_t{source.y});
-        source.image->VisitPages(area, [&](int px, int py, const Page&) {
-            const ilTile onCanvas = ilTileMoved(PageTile(px, py), source.x, source.y);
-            ForEachPage(ilTileIntersection(onCanvas, box_),
-                        [&](int tx, int ty, const ilTile&) { stored_[IndexOf(tx, ty)] = true; });
+        const ilTile onCanvas = ilTileMoved(PageTile(px, py), source.x, source.y);
+        ForEachPage(ilTileIntersection(onCanvas, tile_), [&](int tx, int ty, const ilTile&) {
+            const std::pair<int, int> place{ty >> kBlockShift, tx >> kBlockShift};
+            if (last_ == nullptr || place != lastPlace_) {
+                last_ = &blocks_[place];
+                lastPlace_ = place;
+            }
+            last_->set(static_cast<size_t>(PageBlock::SlotOf(tx, ty)));
         });
     }
 
-    ilTile box_;
-    int left_ = 0, top_ = 0, across_ = 0, down_ = 0;
-    std::vector<bool> stored_;
+    ilTile tile_;
+    std::map<std::pair<int, int>, Block> blocks_;  // by row, then column
+    Block* last_ = nullptr;                        // neighbouring pages come one after the other
+    std::pair<int, int> lastPlace_;
 };
 
 }  // namespace
@@ -270,7 +270,7 @@ void ComposePages(ilMIOImage& target, const ilTile& tile, const qs::vector<Compo
     });
     for (const auto& [px, py] : stale)
         target.fillTile(ilTileIntersection(tile, PageTile(px, py)), ilPixel());
-    stored.ForEach(tile, [&](int px, int py, const ilTile& part) { composer.Compose(px, py, part); });
+    stored.ForEach([&](int px, int py, const ilTile& part) { composer.Compose(px, py, part); });
 }
 
 void CopyToMemory(ilMemoryImg& target, const ilTile& tile, const ilMIOImage& source)
@@ -278,12 +278,19 @@ void CopyToMemory(ilMemoryImg& target, const ilTile& tile, const ilMIOImage& sou
     if (target.GetNumChannels() != kChannels || source.GetNumChannels() != kChannels)
         return;
     const ilTile inside = ilTileIntersection(tile, target.GetBounds());
-    ForEachPage(inside, [&](int px, int py, const ilTile& part) {
-        const PageReader page = source.ReadPage(px, py);
-        if (page.IsMissing() || page.GetPage()->GetContent() == PageContent::Transparent) {
-            target.fillTile(part, ilPixel());
+    const auto shows = [](const Page* page) {
+        return page != nullptr && page->GetContent() != PageContent::Transparent;
+    };
+    // What was written and has nothing to show any more is cleared; then what is stored is copied. Both cost what is
+    // there, so that a large blank canvas costs nothing.
+    target.VisitWrittenCells(inside, [&](int px, int py) {
+        if (!shows(source.ReadPage(px, py).GetPage()))
+            target.fillTile(ilTileIntersection(inside, PageTile(px, py)), ilPixel());
+    });
+    source.VisitPages(inside, [&](int px, int py, const Page& page) {
+        if (!shows(&page))
             return;
-        }
+        const ilTile part = ilTileIntersection(inside, PageTile(px, py));
         const uint8_t* in = page.GetBytes() + PageOffset(part.x, part.y);
         uint8_t* out = target.WriteRows(part);
         for (int y = 0; y < part.ny; ++y, in += kStride, out += target.GetStrideBytes())

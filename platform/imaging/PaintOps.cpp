@@ -195,16 +195,16 @@ kernels::StampColor PaintOps::GetStampColor(float opacity, bool isWet) const
     const bool erases = !isWet && sourceFactor_ == kFactorZero && destinationFactor_ == kFactorOneMinusSourceAlpha;
     const bool replaces = !isWet && sourceFactor_ == kFactorOne && destinationFactor_ == kFactorZero;
     const PaintColor& color = stamp_->get_color();
-    const auto component = [&](float value) {
-        return static_cast<uint16_t>(std::min(value, color.a) * opacity * 65280.0F + 0.5F);
-    };
+    const float goalScale = replaces ? 65280.0F : color.a > 0 ? 65280.0F / color.a : 0.0F;
+    const float parts[4] = {color.r, color.g, color.b, color.a};
     kernels::StampColor result{};
     result.alpha = kernels::WeightFrom(double{replaces ? opacity : color.a * opacity});
-    if (!erases) {
-        result.component[0] = component(color.r);
-        result.component[1] = component(color.g);
-        result.component[2] = component(color.b);
-        result.component[3] = component(color.a);
+    if (erases)
+        return result;
+    for (int c = 0; c < 4; ++c) {
+        const float part = std::min(parts[c], color.a);
+        result.component[c] = static_cast<uint16_t>(part * opacity * 65280.0F + 0.5F);
+        result.goal[c] = static_cast<uint16_t>(std::min(part * goalScale + 0.5F, 65280.0F));
     }
     return result;
 }

@@ -8,7 +8,7 @@ namespace {
 
 constexpr size_t kMaxSlots = 32;
 constexpr int kMinSizeBits = 10;
-constexpr int kMinFineSizeBits = 12;   // fine samples have no core table
+constexpr int kMinFineSizeBits = 12;  // fine samples have no core table
 constexpr int kMaxSizeBits = 13;
 
 /// Filters narrower than this part of the profile's own fall change nothing that is seen.
@@ -75,8 +75,8 @@ std::unique_ptr<const ProfileTable> MakeTable(const LinearProfile& profile, doub
     table->reach = 1 + width / 2;
     FillEntries(table->entries, table->sizeBits, integral, table->reach, width, full);
     if (!isFine) {
-        FillEntries(table->core, table->sizeBits, integral, table->reach / (1 << (ProfileTable::kCoreShift / 2)),
-                    width, full);
+        FillEntries(table->core, table->sizeBits, integral, table->reach / (1 << (ProfileTable::kCoreShift / 2)), width,
+                    full);
         table->core.back() = *(table->core.end() - 2);  // beyond the core the profile goes on
     }
 
@@ -109,9 +109,8 @@ const ProfileTable& ProfileTableCache::Get(const LinearProfile& profile, double 
             if (slots_.size() < kMaxSlots) {
                 slots_.emplace_back();
             } else {
-                const auto oldest = std::min_element(slots_.begin(), slots_.end(), [](const Slot& a, const Slot& b) {
-                    return a.lastUse < b.lastUse;
-                });
+                const auto oldest = std::min_element(
+                    slots_.begin(), slots_.end(), [](const Slot& a, const Slot& b) { return a.lastUse < b.lastUse; });
                 recent_ = static_cast<size_t>(oldest - slots_.begin());
             }
             slots_[recent_] = {profile.GetIdentity(), width, isFine, 0, std::move(table)};

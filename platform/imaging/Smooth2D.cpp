@@ -50,9 +50,9 @@ void Smooth2D::AppendCurveTo(const ilXYdouble& point)
     // more it must turn, and arrives as the curve through the last three points does.
     const ilXYdouble atLast = TangentsAtKnot(previous_, last_, point, rule_).out;
     const double cameFrom = (last_ - previous_).Length();
-    const double turnCosine = std::clamp(heading_.Dot(chord) / length, -1.0, 1.0);
-    const double corner = rule_.Cornerness(turnCosine, std::max(length, cameFrom) / std::min(length, cameFrom));
-    const double reach = std::min(1.0, std::sqrt(cameFrom / length)) * (1 + turnCosine) / 2;
+    const double chordCosine = std::clamp(heading_.Dot(chord) / length, -1.0, 1.0);
+    const double corner = rule_.Cornerness(chordCosine, std::max(length, cameFrom) / std::min(length, cameFrom));
+    const double reach = std::min(1.0, std::sqrt(cameFrom / length)) * (1 + chordCosine) / 2;
     const ilXYdouble startTangent = heading_ * (length * (1 - corner + corner * reach));
 
     // At a corner the end of the curve would be thrown out of the way; a straight arrival is right there.
@@ -61,7 +61,7 @@ void Smooth2D::AppendCurveTo(const ilXYdouble& point)
     const int steps = curve.CountSteps(kFlatness, mostPoints_);
     for (int i = 1; i < steps; ++i) {
         const ilXYdouble place = curve.At(static_cast<double>(i) / steps);
-        places_.push_back({static_cast<float>(place.x), static_cast<float>(place.y)});
+        places_.emplace_back(static_cast<float>(place.x), static_cast<float>(place.y));
     }
     heading_ = arrival / arrival.Length();
 }

@@ -29,9 +29,9 @@ ilXYdouble Unit(const ilXYdouble& vector)
 
 }  // namespace
 
-double CurveRule::Cornerness(double turnCosine, double lengthRatio) const
+double CurveRule::Cornerness(double halfTurnCosine, double lengthRatio) const
 {
-    const double sharp = SmoothStep(-gentleCosine, -cornerCosine, -turnCosine);
+    const double sharp = SmoothStep(-gentleCosine, -cornerCosine, -halfTurnCosine);
     const double uneven = SmoothStep(kEvenRatio, kUnevenRatio, lengthRatio);
     return std::max(sharp, uneven);
 }
@@ -47,13 +47,13 @@ KnotTangents TangentsAtKnot(const ilXYdouble& previous, const ilXYdouble& knot, 
     const ilXYdouble unitOut = chordOut / lengthOut;
     const double turnCosine = std::clamp(unitIn.Dot(unitOut), -1.0, 1.0);
     const double ratio = std::max(lengthIn, lengthOut) / std::min(lengthIn, lengthOut);
-    const double corner = rule.Cornerness(turnCosine, ratio);
+    const double halfTurnCosine = std::sqrt((1 + turnCosine) / 2);
+    const double corner = rule.Cornerness(halfTurnCosine, ratio);
 
     const ilXYdouble ofCircle = Unit(unitIn * lengthOut + unitOut * lengthIn);
     const ilXYdouble bisecting = Unit(unitIn + unitOut);
     const ilXYdouble direction = Unit(ofCircle * (1 - corner) + bisecting * corner);
 
-    const double halfTurnCosine = std::sqrt((1 + turnCosine) / 2);
     const double rootIn = std::sqrt(lengthIn);
     const double rootOut = std::sqrt(lengthOut);
     const auto scale = [&](const ilXYdouble& unit, double root, double neighbourRoot) {

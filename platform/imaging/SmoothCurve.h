@@ -14,14 +14,14 @@
 /// No tangent is longer than its chord by more than a few percent, which keeps a cubic within about a seventh of the
 /// chord from it.
 
-/// Where a turn counts as a corner, by the cosine of the turn: a curve from `gentleCosine` up, a corner from
-/// `cornerCosine` down, and a mixture between.
+/// Where a turn counts as a corner, by the cosine of half the turn, the angle between chord and tangent: a curve from
+/// `gentleCosine` up, a corner from `cornerCosine` down, and a mixture between.
 struct CurveRule {
     double cornerCosine;
     double gentleCosine;
 
     /// 0 for an even, gentle turn to 1 for a corner. lengthRatio: longer by shorter chord.
-    double Cornerness(double turnCosine, double lengthRatio) const;
+    double Cornerness(double halfTurnCosine, double lengthRatio) const;
 };
 
 /// Tangents at a knot, scaled for the cubics of the chord that comes in and the one that goes out.

@@ -45,6 +45,8 @@ public:
 
     double At(double u) const
     {
+        if (points_[0] == points_[3])
+            return points_[0];
         const double v = 1 - u;
         return v * v * v * points_[0] + 3 * v * v * u * points_[1] + 3 * v * u * u * points_[2] +
                u * u * u * points_[3];
@@ -70,8 +72,7 @@ private:
 std::array<double, 4> Change(const StrokeSample& from, const StrokeSample& to)
 {
     return {static_cast<double>(to.size) - from.size, static_cast<double>(to.opacity) - from.opacity,
-            static_cast<double>(to.aspect) - from.aspect,
-            std::remainder(static_cast<double>(to.rotation) - from.rotation, 360.0)};
+            static_cast<double>(to.aspect) - from.aspect, ShorterTurn(from.rotation, to.rotation)};
 }
 
 }  // namespace

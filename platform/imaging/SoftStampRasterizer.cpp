@@ -119,18 +119,10 @@ void AddLookups(uint32_t* sums, size_t count, Walk walk, const ProfileTable& tab
 void AddLookups(uint32_t* sums, size_t count, int samples, const Walk& walk, const ProfileTable& table)
 {
     switch (samples) {
-    case 2:
-        AddLookups<2>(sums, count, walk, table);
-        break;
-    case 4:
-        AddLookups<4>(sums, count, walk, table);
-        break;
-    case 8:
-        AddLookups<8>(sums, count, walk, table);
-        break;
-    default:
-        AddLookups<16>(sums, count, walk, table);
-        break;
+    case 2: AddLookups<2>(sums, count, walk, table); break;
+    case 4: AddLookups<4>(sums, count, walk, table); break;
+    case 8: AddLookups<8>(sums, count, walk, table); break;
+    default: AddLookups<16>(sums, count, walk, table); break;
     }
 }
 
@@ -145,7 +137,8 @@ qs::Reference<StampCoverage> SoftStampRasterizer::Make(const LinearProfile& prof
     // Half a pixel's diagonal: what is true of a pixel's centre with this margin is true of all its samples.
     const double margin = std::sqrt(0.5) / std::min(form.along, form.across);
     const auto levelWithin = [&](double radius) { return radius > margin ? (radius - margin) * (radius - margin) : 0; };
-    Job job{ellipse, form, sampleBits, 0, levelWithin(rim_->flatRadius), (rim_->reach + margin) * (rim_->reach + margin)};
+    Job job{
+        ellipse, form, sampleBits, 0, levelWithin(rim_->flatRadius), (rim_->reach + margin) * (rim_->reach + margin)};
     rimForm_ = Form64(ellipse, rim_->reach);
     if (sampleBits == 0) {
         inner_ = rim_;

@@ -32,9 +32,9 @@ private:
         StampEllipse ellipse;
         StampForm form;
         int sampleBits;
-        double gentleLevel;         // squared radii within which one sample a pixel is taken, coverage is full ...
+        double gentleLevel;  // squared radii within which one sample a pixel is taken, coverage is full ...
         double flatLevel;
-        double outerLevel;          // ... and is above 0; all are of pixel centres
+        double outerLevel;  // ... and is above 0; all are of pixel centres
     };
 
     static Columns FindColumns(const Job& job, double y, double level);
@@ -44,7 +44,7 @@ private:
     void WriteManySamples(const Job& job, int y, uint8_t* row, Columns columns);
 
     ProfileTableCache tables_;
-    const ProfileTable* rim_ = nullptr;    // of the samples at the rim; the same as inner_ where one a pixel is enough
+    const ProfileTable* rim_ = nullptr;  // of the samples at the rim; the same as inner_ where one a pixel is enough
     const ProfileTable* inner_ = nullptr;
     Form64 rimForm_{StampEllipse(StampForm{}), 1};
     Form64 innerForm_{StampEllipse(StampForm{}), 1};

@@ -7,12 +7,12 @@
 
 /// Where and how one impression of the brush is made.
 struct StampPlacement {
-    double x = 0;          // centre, pixels of the target image
+    double x = 0;  // centre, pixels of the target image
     double y = 0;
-    float size = 1;        // radius in pixels, above 0
-    float opacity = 1;     // 0 to 1
-    float aspect = 1;      // the axis across the rotation by the axis along it, above 0 to 1.9
-    float rotation = 0;    // degrees, clockwise on the screen (y down)
+    float size = 1;  // radius in pixels, above 0
+    float opacity = 1;  // 0 to 1
+    float aspect = 1;  // the axis across the rotation by the axis along it, above 0 to 1.9
+    float rotation = 0;  // degrees, clockwise on the screen (y down)
 };
 
 /// A coverage and the whole-pixel position at which it belongs.
@@ -85,9 +85,9 @@ private:
     float opacity_ = 1;
     qs::Reference<LinearProfile> profile_;
     qs::TempReference<ilImage> mask_;
-    qs::Reference<const StampMask> maskBytes_;   // null without a mask
-    uint64_t shapeIdentity_ = 0;                 // of the mask, or else of the profile
-    float stepByRadius_ = 0;                     // a move of this many radii changes no pixel by over two levels
+    qs::Reference<const StampMask> maskBytes_;  // null without a mask
+    uint64_t shapeIdentity_ = 0;  // of the mask, or else of the profile
+    float stepByRadius_ = 0;  // a move of this many radii changes no pixel by over two levels
     qs::Reference<PaintObj> source_;
     int method_ = kMethodTexture;
     int sourceDx_ = 0;

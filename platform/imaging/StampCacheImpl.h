@@ -46,7 +46,7 @@ private:
         StampKey key;
         qs::Reference<const StampCoverage> coverage;
         uint32_t newer = kNone;
-        uint32_t older = kNone;   // of free entries: the next free one
+        uint32_t older = kNone;  // of free entries: the next free one
     };
 
     const StampCoverage* FindOlder(const StampKey& key);
@@ -60,7 +60,7 @@ private:
     void RemoveOldest();
 
     qs::vector<Entry> entries_;
-    qs::vector<uint32_t> slots_;   // indices of entries, at most half of them in use
+    qs::vector<uint32_t> slots_;  // indices of entries, at most half of them in use
     unsigned slotBits_ = 0;
     uint32_t newest_ = kNone;
     uint32_t oldest_ = kNone;

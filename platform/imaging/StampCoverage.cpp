@@ -45,7 +45,8 @@ StampCoverage::StampCoverage(int left, int top, int width, int height)
     : left_(left), top_(top), width_(width), height_(height), stride_((width + kCoveragePadding + 15) & ~15)
 {
     const size_t extentBytes = static_cast<size_t>(height) * sizeof(RowExtent);
-    const size_t blockBytes = extentBytes + kCoveragePadding + static_cast<size_t>(height) * static_cast<size_t>(stride_);
+    const size_t blockBytes =
+        extentBytes + kCoveragePadding + static_cast<size_t>(height) * static_cast<size_t>(stride_);
     byteCount_ = blockBytes + sizeof *this;
     // Large blocks come from the system as zeros, which calloc knows and does not write again.
     block_.reset(std::calloc(blockBytes, 1));

@@ -48,8 +48,8 @@ private:
     int width_;
     int height_;
     ptrdiff_t stride_;
-    size_t byteCount_;                         // of the block and this object
-    std::unique_ptr<void, FreeBlock> block_;   // the extents, then padding and rows; neighbours share their padding
+    size_t byteCount_;  // of the block and this object
+    std::unique_ptr<void, FreeBlock> block_;  // the extents, then padding and rows; neighbours share their padding
     RowExtent* extents_;
     uint8_t* firstRow_;
 };

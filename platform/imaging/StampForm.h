@@ -6,10 +6,10 @@
 struct StampForm {
     static constexpr int kRotationSteps = 1440;  // of a full turn
 
-    double along = 1;        // semi-axis along the rotation, pixels
-    double across = 1;       // semi-axis across it
-    int rotation = 0;        // quarter degrees, 0 to 1439, clockwise with y down
-    double centreX = 0;      // from the whole-pixel position, 0 to below 1, a multiple of 1/16
+    double along = 1;  // semi-axis along the rotation, pixels
+    double across = 1;  // semi-axis across it
+    int rotation = 0;  // quarter degrees, 0 to 1439, clockwise with y down
+    double centreX = 0;  // from the whole-pixel position, 0 to below 1, a multiple of 1/16
     double centreY = 0;
 };
 
@@ -38,13 +38,13 @@ struct StampDirection {
 /// An ellipse around the origin: the points where xx·x² + 2·xy·x·y + yy·y² is at most 1.
 struct StampEllipse {
     double xx, xy, yy;
-    double determinant;      // xx·yy - xy²
-    double reachX, reachY;   // half the width and height of its bounding box
+    double determinant;  // xx·yy - xy²
+    double reachX, reachY;  // half the width and height of its bounding box
 
     explicit StampEllipse(const StampForm& form);
 
-    /// The chord at height y of the ellipse scaled to `level` (its radius squared): from middle - half to middle + half.
-    /// False where the line does not meet it.
+    /// The chord at height y of the ellipse scaled to `level` (its radius squared): from middle - half to middle +
+    /// half. False where the line does not meet it.
     bool FindChord(double y, double level, double& middle, double& half) const
     {
         const double halfSquared = level * byXx_ - determinantByXxXx_ * y * y;

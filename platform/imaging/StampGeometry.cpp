@@ -9,10 +9,10 @@
 
 namespace {
 
-constexpr int kFinestBits = 4;              // of a pixel: 1/16
+constexpr int kFinestBits = 4;  // of a pixel: 1/16
 constexpr double kPositionsPerPixel = 256;  // positions are rounded to these first
 constexpr int kPositionBits = 8;
-constexpr int kMaxRadiusStepBits = 2;       // 4 pixels
+constexpr int kMaxRadiusStepBits = 2;  // 4 pixels
 
 constexpr unsigned kAspectDroppedBits = 17;  // of a float; six of its fraction stay
 constexpr uint64_t kRoundAspect = std::bit_cast<uint32_t>(1.0F) >> kAspectDroppedBits;
@@ -46,7 +46,9 @@ int64_t RoundPosition(double value)
 uint64_t SplitPosition(double value, int phaseBits, int& whole)
 {
     const int drop = kPositionBits - phaseBits;
-    const int64_t phases = (RoundPosition(value) + (int64_t{1} << (drop - 1))) >> drop;
+    const int64_t position = RoundPosition(value);
+    // Of two phases as near, the even one: a mirror image has the mirrored phase, and ties are one in `1 << drop`.
+    const int64_t phases = (position + (int64_t{1} << (drop - 1)) - 1 + (position >> drop & 1)) >> drop;
     whole = static_cast<int>(phases >> phaseBits);
     return static_cast<uint64_t>(phases) & ((uint64_t{1} << phaseBits) - 1);
 }
@@ -91,7 +93,8 @@ StampGeometry::StampGeometry(const StampPlacement& placement, const StampResolut
     const int unseen = FloorLog2(radius * std::min(aspect, 1.0F) * resolution.stepByRadius);
 
     const int radiusDrop = std::clamp(unseen + 1, -kFinestBits, kMaxRadiusStepBits) + kFinestBits;
-    const auto scaledRadius = static_cast<unsigned>(radius * (1 << kFinestBits) + 0.5F * static_cast<float>(1 << radiusDrop));
+    const auto scaledRadius =
+        static_cast<unsigned>(radius * (1 << kFinestBits) + 0.5F * static_cast<float>(1 << radiusDrop));
     packed = std::max(scaledRadius >> radiusDrop << radiusDrop, 1u);
 
     const int phaseBits = std::clamp(-unseen, 0, MaxPhaseBits(radius, resolution.isMask));
@@ -99,7 +102,8 @@ StampGeometry::StampGeometry(const StampPlacement& placement, const StampResolut
     packed |= SplitPosition(placement.x, phaseBits, x) << kPhaseXAt;
     packed |= SplitPosition(placement.y, phaseBits, y) << kPhaseYAt;
 
-    const uint64_t roundedAspect = (std::bit_cast<uint32_t>(aspect) + (1u << (kAspectDroppedBits - 1))) >> kAspectDroppedBits;
+    const uint64_t roundedAspect =
+        (std::bit_cast<uint32_t>(aspect) + (1u << (kAspectDroppedBits - 1))) >> kAspectDroppedBits;
     packed |= roundedAspect << kAspectAt;
     if (resolution.isMask || roundedAspect != kRoundAspect) {
         const int period = resolution.isMask ? StampForm::kRotationSteps : StampForm::kRotationSteps / 2;

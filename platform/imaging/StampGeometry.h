@@ -8,9 +8,9 @@ struct StampPlacement;
 
 /// How finely the geometry of a stamp is kept apart.
 struct StampResolution {
-    float stepByRadius = 0;         // a move of this many radii goes unseen
-    int rotationIncrement = 1;      // quarter degrees
-    bool isMask = false;            // turns by a full turn and is costly to make; a disc repeats after half a turn
+    float stepByRadius = 0;  // a move of this many radii goes unseen
+    int rotationIncrement = 1;  // quarter degrees
+    bool isMask = false;  // turns by a full turn and is costly to make; a disc repeats after half a turn
 };
 
 /// A placement, quantised: its whole-pixel position, and all that its coverage depends on packed into 64 bits.

@@ -40,19 +40,6 @@ double Limited(double value, double low, double high, double otherwise)
     return std::isfinite(value) ? std::clamp(value, low, high) : otherwise;
 }
 
-float Mix(float from, float to, double share)
-{
-    return static_cast<float>(from + (static_cast<double>(to) - from) * share);
-}
-
-StrokeSample Between(const StrokeSample& from, const StrokeSample& to, double share)
-{
-    const double turn = std::remainder(static_cast<double>(to.rotation) - from.rotation, 360.0);
-    return {from.x + (to.x - from.x) * share,   from.y + (to.y - from.y) * share,
-            Mix(from.size, to.size, share),     Mix(from.opacity, to.opacity, share),
-            Mix(from.aspect, to.aspect, share), static_cast<float>(from.rotation + turn * share)};
-}
-
 /// Degrees in steps of 1/64, so that maths libraries that differ in the last bit turn stamps alike.
 double AngleOf(double x, double y)
 {
@@ -66,12 +53,14 @@ struct Range {
     double end;
 };
 
-/// Cuts `range` to where start + direction · place is within low to high.
-void CutToSlab(double start, double direction, double low, double high, Range& range)
+/// Cuts `range` to where a coordinate that runs from `start` to `end` in `length` pixels is within low to high.
+void CutToSlab(double start, double end, double length, double low, double high, Range& range)
 {
+    if (std::min(start, end) >= low && std::max(start, end) <= high)
+        return;
+    const double direction = (end - start) / length;
     if (direction == 0) {
-        if (start < low || start > high)
-            range.end = range.begin - 1;
+        range.end = range.begin - 1;
         return;
     }
     double enter = (low - start) / direction;
@@ -105,8 +94,8 @@ struct StampStroke::Segment {
         }
         const float size = std::max(from.size, to.size);
         const double reach = Stamp::GetReach(size, std::max(from.aspect, to.aspect)) + scatter * size;
-        CutToSlab(from.x, direction.x, clip.x - reach, static_cast<double>(clip.Right()) + reach, inReach);
-        CutToSlab(from.y, direction.y, clip.y - reach, static_cast<double>(clip.Bottom()) + reach, inReach);
+        CutToSlab(from.x, to.x, length, clip.x - reach, static_cast<double>(clip.Right()) + reach, inReach);
+        CutToSlab(from.y, to.y, length, clip.y - reach, static_cast<double>(clip.Bottom()) + reach, inReach);
     }
 
     double RadiusAt(double place) const
@@ -201,10 +190,11 @@ void StampStroke::WalkPath()
             untilGrid_ = 1;
         }
     }
-    for (size_t i = 1; i < path_.size(); ++i)
-        WalkSegment(path_[i - 1], path_[i]);
-    path_.front() = path_.back();
-    path_.resize(1);
+    // Taken out first: a piece during which memory runs out is not walked a second time.
+    walking_.swap(path_);
+    path_.assign(1, walking_.back());
+    for (size_t i = 1; i < walking_.size(); ++i)
+        WalkSegment(walking_[i - 1], walking_[i]);
 }
 
 double StampStroke::DistanceAt(double radius) const
@@ -246,7 +236,7 @@ void StampStroke::WalkPiece(const Segment& segment, double begin, double end)
         const double lastInReach = reachEnd < end - begin ? spacing.StampsUntil(reachEnd) : stamps;
         for (double ahead = UntilNextStamp(); ahead <= lastInReach; ahead = UntilNextStamp()) {
             const double place = begin + spacing.PlaceOf(std::max(ahead, 0.0));
-            LayStamp(Between(segment.from, segment.to, std::min(place / segment.length, 1.0)), segment.direction);
+            LayStamp(SampleBetween(segment.from, segment.to, std::min(place / segment.length, 1.0)), segment.direction);
             isFirstLaid_ = true;
             ++nextStamp_;
             untilGrid_ += 1;
@@ -267,7 +257,8 @@ double StampStroke::UntilNextStamp() const
 /// Passes over the stamps up to `stamps` spacings from the walk.
 void StampStroke::SkipUntil(double stamps)
 {
-    const uint64_t before = nextStamp_;
+    if (UntilNextStamp() > stamps)
+        return;
     // Jitter is less than one half, so these are all passed whatever theirs is.
     const double sure = std::floor(stamps - 0.5 - untilGrid_);
     if (sure > 0) {
@@ -278,11 +269,9 @@ void StampStroke::SkipUntil(double stamps)
         ++nextStamp_;
         untilGrid_ += 1;
     }
-    if (nextStamp_ != before) {
-        isFirstLaid_ = true;
-        hasAnchor_ = false;
-        hasPlaced_ = false;
-    }
+    isFirstLaid_ = true;
+    hasAnchor_ = false;
+    hasPlaced_ = false;
 }
 
 /// Lays the stamp that is next on the path.

@@ -80,6 +80,7 @@ private:
     StampReport report_ = nullptr;
 
     qs::vector<StrokeSample> path_;  // vertices not walked yet; the first is where the walk stands
+    qs::vector<StrokeSample> walking_;  // those that WalkPath() is at
     StrokeSample last_;
     bool hasSample_ = false;
     float firstSize_ = 0;

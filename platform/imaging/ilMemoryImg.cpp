@@ -13,6 +13,7 @@
 namespace {
 
 /// Zeroed memory of which only what is touched becomes resident. Small blocks come from the heap.
+static_assert(ilMemoryImg::kCellSize == kPageSize);  // cells are walked as pages are
 constexpr size_t kMapFrom = size_t{1} << 18;
 
 uint8_t* AllocateZeroed(size_t bytes)
@@ -53,7 +54,8 @@ ilMemoryImg::ilMemoryImg(int width, int height, int channels)
     : ilImage(ilPixel(kUnsignedByte, channels)), width_(std::max(width, 1)), height_(std::max(height, 1)),
       stride_(ptrdiff_t{width_} * GetNumChannels()), bytes_(static_cast<size_t>(stride_) * static_cast<size_t>(height_)),
       pixels_(nullptr), cellsAcross_(CellsFor(width_)),
-      blank_(static_cast<size_t>(cellsAcross_) * static_cast<size_t>(CellsFor(height_)), uint8_t{1})
+      blank_(static_cast<size_t>(cellsAcross_) * static_cast<size_t>(CellsFor(height_)), uint8_t{1}),
+      writtenInRow_(static_cast<size_t>(CellsFor(height_)), 0)
 {
     pixels_ = AllocateZeroed(bytes_);
 }
@@ -63,11 +65,16 @@ ilMemoryImg::~ilMemoryImg()
     FreeZeroed(pixels_, bytes_);
 }
 
+void ilMemoryImg::MarkCell(int cellX, int cellY, bool blank)
+{
+    uint8_t& cell = blank_[static_cast<size_t>(cellY) * static_cast<size_t>(cellsAcross_) + static_cast<size_t>(cellX)];
+    writtenInRow_[static_cast<size_t>(cellY)] += (cell != 0 ? 1 : 0) - (blank ? 1 : 0);
+    cell = blank ? 1 : 0;
+}
+
 void ilMemoryImg::MarkWritten(const ilTile& tile)
 {
-    ForEachPage(tile, [&](int cx, int cy, const ilTile&) {
-        blank_[static_cast<size_t>(cy) * static_cast<size_t>(cellsAcross_) + static_cast<size_t>(cx)] = 0;
-    });
+    ForEachPage(tile, [&](int cx, int cy, const ilTile&) { MarkCell(cx, cy, false); });
 }
 
 uint8_t* ilMemoryImg::WriteRows(const ilTile& tile)
@@ -78,14 +85,13 @@ uint8_t* ilMemoryImg::WriteRows(const ilTile& tile)
 
 void ilMemoryImg::ClearTile(const ilTile& tile)
 {
-    ForEachPage(tile, [&](int cx, int cy, const ilTile& part) {
-        if (IsCellBlank(cx, cy))
-            return;
+    VisitWrittenCells(tile, [&](int cx, int cy) {
+        const ilTile part = ilTileIntersection(tile, PageTile(cx, cy));
         uint8_t* row = pixels_ + part.y * stride_ + ptrdiff_t{part.x} * GetNumChannels();
         for (int y = 0; y < part.ny; ++y, row += stride_)
             std::memset(row, 0, static_cast<size_t>(part.nx) * static_cast<size_t>(GetNumChannels()));
         if (part == ilTileIntersection(PageTile(cx, cy), GetBounds()))
-            blank_[static_cast<size_t>(cy) * static_cast<size_t>(cellsAcross_) + static_cast<size_t>(cx)] = 1;
+            MarkCell(cx, cy, true);
     });
 }
 

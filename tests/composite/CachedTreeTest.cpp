@@ -121,9 +121,10 @@ private:
     {
         const ilTile tile = random_.Tile(-50, 200, 90);
         layer.GetImage()->fillTile(tile, random_.Pixel(4));
+        const ilTile onCanvas = ilTileMoved(tile, layer.getXOffset(), layer.getYOffset());
         if (&layer != document.current)
-            composite.CompositeBaseDirty(HandleOf(&layer));
-        Damage(ilTileMoved(tile, layer.getXOffset(), layer.getYOffset()));
+            composite.CompositeBaseDirty(HandleOf(&layer), onCanvas);
+        Damage(onCanvas);
     }
     void SetOpacity(Layer& layer)
     {

@@ -14,8 +14,8 @@
 /// One at a time; it stands for the stack that the composite passes around.
 class CompositeDocument {
 public:
-    explicit CompositeDocument(const ilTile& canvas) : size(canvas), savedPort_(GetCompositePort()),
-                                                       savedLayersPort_(GetDocumentPort())
+    explicit CompositeDocument(const ilTile& canvas)
+        : size(canvas), savedPort_(GetCompositePort()), savedLayersPort_(GetDocumentPort())
     {
         active = this;
         FillCompositePort();
@@ -74,7 +74,7 @@ public:
     LayerFolder masks;
     LayerFolder stencils;
     Layer* current = nullptr;
-    Layer* selection = nullptr;        // as far as it is used
+    Layer* selection = nullptr;  // as far as it is used
     MaskingPaintOps* painter = nullptr;
     ilTile size;
     bool suspended = false;
@@ -91,10 +91,8 @@ private:
             .GetImageFolder = [](LayerStack* stack) { return &Of(stack).images; },
             .GetCurrentLayer = [](LayerStack* stack) { return Of(stack).current; },
             .GetContainer = [](LayerStack* stack, const PntHandle& handle) { return Of(stack).Find(handle); },
-            .GetLayer =
-                [](LayerStack* stack, const PntHandle& handle) {
-                    return dynamic_cast<Layer*>(Of(stack).Find(handle));
-                },
+            .GetLayer = [](LayerStack* stack,
+                           const PntHandle& handle) { return dynamic_cast<Layer*>(Of(stack).Find(handle)); },
             .GetOwnerArray =
                 [](LayerStack* stack, const PntHandle& handle) {
                     const LayerContainer* container = Of(stack).Find(handle);

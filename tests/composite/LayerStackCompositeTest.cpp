@@ -107,9 +107,13 @@ TEST(LayerStackComposite, SplitChoosesTheReference)
         LayerContainer* reference;
         size_t pathLength;
     };
-    for (const auto& [split, reference, pathLength] :
-         {Case{inner, inner, 3}, {mask, nullptr, 0}, {first, first, 2}, {loose, nullptr, 0}, {soft, first, 2},
-          {linked, inner, 3}, {folder, folder, 2}}) {
+    for (const auto& [split, reference, pathLength] : {Case{inner, inner, 3},
+                                                       {mask, nullptr, 0},
+                                                       {first, first, 2},
+                                                       {loose, nullptr, 0},
+                                                       {soft, first, 2},
+                                                       {linked, inner, 3},
+                                                       {folder, folder, 2}}) {
         composite.SplitCompositeTreeByRefLCH(document.Stack(), HandleOf(split), false, true);
         EXPECT_EQ(composite.GetAdjustLCH(), reference != nullptr ? HandleOf(reference) : kNullHandle)
             << split->GetLayerContainerName();
@@ -281,8 +285,10 @@ TEST(LayerStackComposite, TellsWhatLiesBelowAndAbove)
         PntHandle other;
         bool below, above;
     };
-    for (const auto& [other, isBelow, isAbove] : {Case{HandleOf(a), true, false}, {HandleOf(d), false, true},
-                                                  {HandleOf(c), false, false}, {PntHandle(), false, false}}) {
+    for (const auto& [other, isBelow, isAbove] : {Case{HandleOf(a), true, false},
+                                                  {HandleOf(d), false, true},
+                                                  {HandleOf(c), false, false},
+                                                  {PntHandle(), false, false}}) {
         bool below = true;
         bool above = true;
         composite.DetermineBelowAndAbove(HandleOf(c), other, below, above);
@@ -308,11 +314,11 @@ TEST(LayerStackComposite, DumpNamesEveryNode)
     const std::string node = R"(CompositeBase\[)" + pointer + R"(\] mode\[)";
     const std::string cache = R"(\] cache\[)" + pointer + "," + pointer + R"(\]Child)";
     const std::string child = R"(\[)" + pointer + R"(\])";
-    EXPECT_TRUE(std::regex_match(
-        text, std::regex(node + R"(P\] effect\[None)" + cache + child + child + "\n" +              //
-                         R"(CLayer\[)" + pointer + R"(,low\] )" + node + R"(E\] effect\[low)" + cache + "\n" +
-                         R"(CLFolder\[)" + pointer + R"(,Group\] )" + node + R"(P\] effect\[None)" + cache + child +
-                         "\n" + R"(CLayer\[)" + pointer + R"(,in\] )" + node + R"(P\] effect\[None)" + cache + "\n")))
+    EXPECT_TRUE(std::regex_match(text, std::regex(node + R"(P\] effect\[None)" + cache + child + child + "\n" +  //
+                                                  R"(CLayer\[)" + pointer + R"(,low\] )" + node + R"(E\] effect\[low)" +
+                                                  cache + "\n" + R"(CLFolder\[)" + pointer + R"(,Group\] )" + node +
+                                                  R"(P\] effect\[None)" + cache + child + "\n" + R"(CLayer\[)" +
+                                                  pointer + R"(,in\] )" + node + R"(P\] effect\[None)" + cache + "\n")))
         << text;
 }
 

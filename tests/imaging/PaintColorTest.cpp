@@ -12,8 +12,8 @@ TEST(PaintColor, HsvAndBackGivesTheSameColour)
     for (int r = 0; r <= 255; r += 15) {
         for (int g = 0; g <= 255; g += 15) {
             for (int b = 0; b <= 255; b += 15) {
-                const PaintColor color = PaintColor::FromBytes(static_cast<uint8_t>(r), static_cast<uint8_t>(g),
-                                                               static_cast<uint8_t>(b));
+                const PaintColor color =
+                    PaintColor::FromBytes(static_cast<uint8_t>(r), static_cast<uint8_t>(g), static_cast<uint8_t>(b));
                 float h = -1, s = -1, v = -1;
                 RGBtoHSV(color.r, color.g, color.b, h, s, v);
                 ASSERT_TRUE(h >= 0 && h < 360 && s >= 0 && s <= 1);
@@ -34,8 +34,8 @@ TEST(PaintColor, HueRunsFromRedOverGreenToBlue)
 {
     const struct {
         float r, g, b, hue;
-    } colors[] = {{1, 0, 0, 0}, {1, 1, 0, 60}, {0, 1, 0, 120}, {0, 1, 1, 180}, {0, 0, 1, 240}, {1, 0, 1, 300},
-                  {0.5F, 0.5F, 0.5F, 0}};
+    } colors[] = {{1, 0, 0, 0},   {1, 1, 0, 60},  {0, 1, 0, 120},       {0, 1, 1, 180},
+                  {0, 0, 1, 240}, {1, 0, 1, 300}, {0.5F, 0.5F, 0.5F, 0}};
     for (const auto& color : colors) {
         float h = -1, s = -1, v = -1;
         RGBtoHSV(color.r, color.g, color.b, h, s, v);

@@ -11,14 +11,3 @@
 #include "platform/imaging/kernels/PixelKernels.cpp"
 #include "platform/imaging/kernels/StampKernels.cpp"
 #include "platform/imaging/kernels/TableKernels.cpp"
-
-#include "tests/imaging/KernelTables.h"
-
-std::vector<const kernels::KernelTable*> AllKernelTables()
-{
-    std::vector<const kernels::KernelTable*> tables;
-    for (const kernels::KernelTable* const* table = kernels::GetAll(); *table != nullptr; ++table)
-        tables.push_back(*table);
-    tables.push_back(&kernels::portable::kTable);
-    return tables;
-}

@@ -154,8 +154,8 @@ TEST(StampCoverage, RowsArePaddedWithZerosAndExtentsAreTight)
     HardStampRasterizer hard;
     SoftStampRasterizer soft;
     const auto profile = MakeProfile({0.2F, Falloff::Dome}, 9);
-    for (const auto& coverage : {hard.Make(Disc(0.0625)), hard.Make({30, 3, 100, 0, 0}), soft.Make(*profile, Disc(9, 3)),
-                                 qs::MakeReference<StampCoverage>(0, 0, 5, 2)}) {
+    for (const auto& coverage : {hard.Make(Disc(0.0625)), hard.Make({30, 3, 100, 0, 0}),
+                                 soft.Make(*profile, Disc(9, 3)), qs::MakeReference<StampCoverage>(0, 0, 5, 2)}) {
         for (int y = 0; y < coverage->GetHeight(); ++y) {
             const uint8_t* row = coverage->GetRow(y);
             const StampCoverage::RowExtent extent = coverage->GetExtent(y);

@@ -34,20 +34,17 @@ struct Canvas {
 StampColor ColorOf(double r, double g, double b, double a, double opacity)
 {
     const auto component = [=](double value) { return static_cast<uint16_t>(value * opacity * 256 + 0.5); };
-    return {{component(r), component(g), component(b), component(a)}, kernels::WeightFrom(a / 255 * opacity)};
+    const auto goal = [=](double value) { return static_cast<uint16_t>(a > 0 ? value / a * 65280 + 0.5 : 0); };
+    return {{component(r), component(g), component(b), component(a)},
+            kernels::WeightFrom(a / 255 * opacity),
+            {goal(r), goal(g), goal(b), goal(a)}};
 }
 
 const StampColor kColors[] = {
-    ColorOf(255, 255, 255, 255, 1),
-    ColorOf(0, 0, 0, 255, 1),
-    ColorOf(255, 128, 3, 255, 1),
-    ColorOf(255, 128, 3, 255, 0.5),
-    ColorOf(200, 100, 50, 200, 1),
-    ColorOf(77, 1, 0, 120, 0.3),
-    ColorOf(255, 90, 200, 255, 0.01),
-    ColorOf(0, 0, 0, 0, 1),
-    {{0, 0, 0, 0}, 65535},
-    {{0, 0, 0, 0}, 20000},
+    ColorOf(255, 255, 255, 255, 1),      ColorOf(0, 0, 0, 255, 1),      ColorOf(255, 128, 3, 255, 1),
+    ColorOf(255, 128, 3, 255, 0.5),      ColorOf(200, 100, 50, 200, 1), ColorOf(77, 1, 0, 120, 0.3),
+    ColorOf(255, 90, 200, 255, 0.01),    ColorOf(0, 0, 0, 0, 1),        {{0, 0, 0, 0}, 65535, {0, 0, 0, 0}},
+    {{0, 0, 0, 0}, 20000, {0, 0, 0, 0}},
 };
 
 using Stamp = void (*)(const StampBlock&, const StampColor&);
@@ -99,13 +96,13 @@ TEST_P(StampKernels, ColourWithoutComponentsNeverRaises)
 {
     for (const Weight alpha : std::initializer_list<Weight>{65535, 65534, 40000, 300, 1}) {
         int raised = 0;
-        ForAllBytesAndCoverages(k.stampColor, 4, {{0, 0, 0, 0}, alpha},
+        ForAllBytesAndCoverages(k.stampColor, 4, {{0, 0, 0, 0}, alpha, {0, 0, 0, 0}},
                                 [&](int d, int, int, int result) { raised += result > d; });
         EXPECT_EQ(raised, 0) << "alpha " << alpha;
     }
 }
 
-TEST_P(StampKernels, TheFirstSixteenBitStampLooksLikeTheEightBitOne)
+TEST_P(StampKernels, TheFirstSixteenBitStampIsWithinALevelOfTheEightBitOne)
 {
     for (const int channels : {4, 1}) {
         for (const StampColor& color : kColors) {
@@ -116,7 +113,8 @@ TEST_P(StampKernels, TheFirstSixteenBitStampLooksLikeTheEightBitOne)
             Canvas sixteen = eight;
             (channels == 4 ? k.stampColor : k.stampCoverage)(eight.Block(kSide), color);
             (channels == 4 ? k.stampColor16 : k.stampCoverage16)(sixteen.Block(kSide), color);
-            EXPECT_EQ(std::memcmp(eight.pixels, sixteen.pixels, sizeof eight.pixels), 0);
+            for (size_t i = 0; i < sizeof eight.pixels; ++i)
+                ASSERT_NEAR(eight.pixels[i], sixteen.pixels[i], 1) << i;
         }
     }
 }
@@ -139,9 +137,9 @@ TEST_P(StampKernels, FaintStampsApproachTheColourFromBelowWithoutBanding)
                 const double exact = target[c] * (1 - std::pow(1 - perStamp, n));
                 ASSERT_GE(level, before[static_cast<size_t>(4 * x + c)]) << "stamp " << n << ", x " << x;
                 ASSERT_LE(level, target[c]) << "stamp " << n << ", x " << x;
-                // Each stamp errs by -2/256 to 1/256 of a level, and forgets its share of the errors before.
+                // Each stamp errs by up to 1/256 of a level, and forgets its share of the errors before.
                 ASSERT_LE(level, exact + 0.5 + 1 / (256 * perStamp)) << "stamp " << n << ", x " << x;
-                ASSERT_GE(level, exact - 0.5 - 2 / (256 * perStamp)) << "stamp " << n << ", x " << x;
+                ASSERT_GE(level, exact - 0.5 - 1 / (256 * perStamp)) << "stamp " << n << ", x " << x;
                 ASSERT_LE(level, canvas.PixelOf(x, 0)[3]);
                 before[static_cast<size_t>(4 * x + c)] = static_cast<uint8_t>(level);
             }

@@ -50,8 +50,8 @@ public:
             for (int j = 0; j < kSamples; ++j) {
                 const double dx = x + (j + 0.5) / kSamples - form_.centreX;
                 const double dy = y + (i + 0.5) / kSamples - form_.centreY;
-                sum += profile.Evaluate(static_cast<float>(std::hypot((dx * cosine_ + dy * sine_) / form_.along,
-                                                                      (dy * cosine_ - dx * sine_) / form_.across)));
+                sum += profile.Evaluate(static_cast<float>(
+                    std::hypot((dx * cosine_ + dy * sine_) / form_.along, (dy * cosine_ - dx * sine_) / form_.across)));
             }
         }
         return sum / (kSamples * kSamples);

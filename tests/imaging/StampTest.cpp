@@ -74,7 +74,8 @@ TEST(Stamp, SizesAreLimited)
     EXPECT_EQ(stamp->GetCoverage({0.5, 0.5, 1e-30F}).coverage, stamp->GetCoverage({0.5, 0.5, 1.0F / 16}).coverage);
     const ilTile wide = stamp->GetCoverage({0.5, 0.5, 1280, 1, 1.9F, 0}).GetTile();
     EXPECT_LE(wide.ny, 2562);
-    EXPECT_EQ(stamp->GetCoverage({0.5, 0.5, 8, 1, 50, 0}).coverage, stamp->GetCoverage({0.5, 0.5, 8, 1, 1.9F, 0}).coverage);
+    EXPECT_EQ(stamp->GetCoverage({0.5, 0.5, 8, 1, 50, 0}).coverage,
+              stamp->GetCoverage({0.5, 0.5, 8, 1, 1.9F, 0}).coverage);
 }
 
 TEST(Stamp, CoverageFollowsThePlaceToASixteenthOfAPixel)

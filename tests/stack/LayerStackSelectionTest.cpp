@@ -65,6 +65,11 @@ TEST(SelectionMask, ItLimitsPaintingWhereverTheLayersLie)
     document.Paint({0, 0, 100, 100}, kRed);
     EXPECT_EQ(document->GetCurrentLayerPtr()->getLayerBoundsInCanvasCoords(), ilTile(20, 30, 10, 10));
 
+    document->SetCurrentLayerOffset(0, 0, true);
+    document->GetCLP()->rect_fill(0, 0, 200, 150, ilPixel());
+    EXPECT_EQ(document->GetCurrentLayerPtr()->GetImage()->GetPixel(20, 30), ilPixel()) << "the selection stays there";
+    EXPECT_EQ(document->GetCurrentLayerPtr()->GetImage()->GetPixel(15, 34), kRed);
+
     document->SetSelectionMaskActive(false);
     document->GetCLP()->rect_fill(50, 50, 1, 1, kRed);
     EXPECT_EQ(document->GetCurrentLayerPtr()->GetImage()->GetPixel(50, 50), kRed)
@@ -146,6 +151,90 @@ TEST(Masks, DeletingALayerEndsTheConnectionsToIt)
     EXPECT_TRUE(document->getMaskLayers(a).empty());
     document->DeleteCurrentLayer(a, true);
     EXPECT_TRUE(document->getOwnerArray(stencil).empty());
+}
+
+TEST(Masks, AnInvertedOneIsShownAndHiddenAllOverTheCanvas)
+{
+    OpenStack document;
+    document.Add("a");
+    const PntHandle mask = document.Add("m", kLayerModeMask);
+    document.Paint({10, 10, 10, 10}, kSelected);
+    document.Find(mask)->InvertMask();
+    document->RebuildAllAndRedrawEntireCanvas();
+    EXPECT_NE(document->GetImagePlane()->GetPixel(199, 149), ilPixel());
+    document->SetLayerVisible(mask, false, true);
+    EXPECT_EQ(document->GetImagePlane()->GetPixel(199, 149), ilPixel());
+}
+
+/// Two image layers on a third that one stencil acts on; the stencil is current and itself not shown.
+class Stencils : public testing::Test {
+protected:
+    Stencils()
+    {
+        document.Add("bottom");  // cached together with the one above it
+        document.Paint({190, 0, 10, 10}, kRed);
+        below = document.Add("below");
+        document.Paint({0, 0, 100, 100}, kRed);
+        above = document.Add("above");
+        document.Paint({50, 50, 100, 100}, kBlue);
+        stencil = document.Add("s", kLayerModeStencil);
+        document->AddOwnerToLayer(above, stencil, false);
+        document->AddOwnerToLayer(below, stencil, false);
+        document->SetMaskLayerDisplayOpacity(0, stencil);
+        document->ForceUpdate();
+        document.Paint({20, 20, 10, 10}, kSelected);
+        document.Paint({120, 120, 10, 10}, kSelected);
+        document->ForceUpdate();
+    }
+
+    /// What the image plane shows where the stencil covers the lower and the upper layer, and where it covers nothing.
+    void ExpectShown(const ilPixel& onBelow, const ilPixel& onAbove)
+    {
+        const auto plane = document->GetImagePlane();
+        EXPECT_EQ(plane->GetPixel(25, 25), onBelow);
+        EXPECT_EQ(plane->GetPixel(125, 125), onAbove);
+        EXPECT_EQ(plane->GetPixel(10, 10), kRed);
+        EXPECT_EQ(plane->GetPixel(110, 110), kBlue);
+    }
+
+    const ilPixel kBlue = ilPixel::Rgba(0, 0, 255, 255);
+    const ilPixel kNothing;
+    OpenStack document;
+    PntHandle below = kNullHandle;
+    PntHandle above = kNullHandle;
+    PntHandle stencil = kNullHandle;
+};
+
+TEST_F(Stencils, StrokesOnOneHideWhatIsBelowThemOnEveryOwner)
+{
+    ExpectShown(kNothing, kNothing);
+}
+
+TEST_F(Stencils, SwitchingOneOffShowsWhatItHid)
+{
+    document->SetLayerActive(stencil, false);
+    ExpectShown(kRed, kBlue);
+    document->SetLayerActive(stencil, true);
+    ExpectShown(kNothing, kNothing);
+    document->SetLayerOffset(stencil, 0, 1000, true);
+    ExpectShown(kRed, kBlue);
+}
+
+TEST_F(Stencils, DeletingOneOrItsConnectionShowsWhatItHid)
+{
+    document->RemoveOwnerFromLayer(below, stencil);
+    document->ForceUpdate();
+    ExpectShown(kRed, kNothing);
+    document->DeleteCurrentLayer(stencil, true);
+    ExpectShown(kRed, kBlue);
+}
+
+TEST_F(Stencils, ReplacedPixelsAreToldAsDirty)
+{
+    document.Find(stencil)->GetImage()->Clear();
+    document->SetStencilCompositeDirty(stencil);
+    document->RedrawEntireCanvas();
+    ExpectShown(kRed, kBlue);
 }
 
 TEST(Proxies, EndingOneBringsTheOriginalBack)

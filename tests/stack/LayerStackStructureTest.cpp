@@ -32,8 +32,8 @@ TEST(Structure, NewLayersStandBesideTheirReferenceAndBecomeCurrent)
 TEST(Structure, TheHostHearsOfAdditionsInOrder)
 {
     OpenStack document;
-    const PntHandle added = document->AddLayer({}, {}, kLayerModeImage, kLayerTypeRaster, true, 0, kCurrentLayerHandle,
-                                               true, 0, 0, false);
+    const PntHandle added =
+        document->AddLayer({}, {}, kLayerModeImage, kLayerTypeRaster, true, 0, kCurrentLayerHandle, true, 0, 0, false);
     EXPECT_EQ(document.TakeTold(), "edited changed added");
     EXPECT_EQ(document.addedHandle, added);
     EXPECT_EQ(document.addedIndex, 7);
@@ -161,8 +161,8 @@ TEST(Structure, DeletingAFolderOrAllTakesEverythingInIt)
     document->AddLayerFolder(kLayerModeImage, a);
     document.Add("inner");
     document.Add("m", kLayerModeMask);
-    LayerFolder* const folder = dynamic_cast<LayerFolder*>(
-        document->GetLayerFolder(kLayerModeImage)->GetTopLayerContainer(true));
+    LayerFolder* const folder =
+        dynamic_cast<LayerFolder*>(document->GetLayerFolder(kLayerModeImage)->GetTopLayerContainer(true));
     ASSERT_NE(folder, nullptr);
     document->DeleteLayerFolder(nullptr);
     document->DeleteLayerFolder(document->GetLayerFolder(kLayerModeImage));
@@ -206,8 +206,8 @@ TEST(Structure, MovesStayWithinTheFolderOfTheirKind)
     const PntHandle maskFolder = document->AddLayerFolder(kLayerModeMask, mask);
     const std::string before = Dump(*document.stack);
     for (const auto& [moved, target] :
-         {std::pair(mask, a), std::pair(a, mask), std::pair(maskFolder, a), std::pair(folder, inner),
-          std::pair(a, a), std::pair(a, kNullHandle), std::pair(kNullHandle, a)})
+         {std::pair(mask, a), std::pair(a, mask), std::pair(maskFolder, a), std::pair(folder, inner), std::pair(a, a),
+          std::pair(a, kNullHandle), std::pair(kNullHandle, a)})
         EXPECT_FALSE(document->MoveLayer(moved, target, true));
     EXPECT_EQ(Dump(*document.stack), before);
 

@@ -70,6 +70,15 @@ TEST_F(Updating, PainterDamageIsMovedByTheLayersOffset)
     EXPECT_TRUE(document->PreviewUpdateTile().Contains(ilTile(3, 4, 5, 6))) << "outlives the change of layers";
 }
 
+TEST_F(Updating, WhatWasErasedBeforeAMoveIsGoneFromTheOldPlace)
+{
+    document.Paint({10, 10, 20, 20}, kRed);
+    document->ForceUpdate();
+    document.Paint({10, 10, 20, 20}, ilPixel());
+    document->SetCurrentLayerOffset(60, 0, true);
+    EXPECT_EQ(document->GetImagePlane()->GetPixel(15, 15), ilPixel());
+}
+
 TEST_F(Updating, SuspensionNestsAndItsEndDamagesTheCanvas)
 {
     document->SuspendComposites();

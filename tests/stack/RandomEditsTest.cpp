@@ -17,6 +17,11 @@ public:
     LayerMode Mode() { return static_cast<LayerMode>(std::max(0, Below(5) - 2)); }
     ilTile Tile() { return {Below(220) - 10, Below(170) - 10, 1 + Below(80), 1 + Below(80)}; }
 
+    PntHandle OneOf(const qs::vector<PntHandle>& handles)
+    {
+        return handles.empty() ? kNullHandle : handles[static_cast<size_t>(Below(static_cast<int>(handles.size())))];
+    }
+    PntHandle ContainerOf(LayerMode mode) { return OneOf(document->GetLayerContainerHandleArray(mode, false)); }
     PntHandle Container()
     {
         qs::vector<PntHandle> all = {kCurrentLayerHandle, kNullHandle};
@@ -24,7 +29,7 @@ public:
             const auto some = document->GetLayerContainerHandleArray(mode, false);
             all.insert(all.end(), some.begin(), some.end());
         }
-        return all[static_cast<size_t>(Below(static_cast<int>(all.size())))];
+        return OneOf(all);
     }
 
     void Structure()
@@ -37,20 +42,25 @@ public:
         case 4: document->DeleteCurrentLayer(Container(), Flip()); break;
         case 5: document->MoveLayer(Container(), Container(), Flip()); break;
         case 6: document->SetCurrentLayer(Container(), Flip(), Flip(), false); break;
-        case 7: document->AddOwnerToLayer(Container(), Container(), Below(4) == 0); break;
+        case 7:
+            document->AddOwnerToLayer(ContainerOf(kLayerModeImage),
+                                      ContainerOf(Below(3) == 0 ? kLayerModeMask : kLayerModeStencil), Below(4) == 0);
+            break;
         default: Rarely(); break;
         }
     }
 
     void Rarely()
     {
-        switch (Below(7)) {
+        switch (Below(9)) {
         case 0: document->DeleteLayerFolder(document->GetLayerFolderFromHandle(Container())); break;
         case 1: document->DeleteAllMasks(Flip()); break;
         case 2: document->DeleteAllStencils(Flip(), Flip()); break;
         case 3: document->DeleteInvisibleLayers(Flip()); break;
         case 4: document->SetSelectionMaskCurrent(); break;
-        case 5: document->RemoveOwnerFromLayer(Container(), Container()); break;
+        case 5: document->RemoveOwnerFromLayer(ContainerOf(kLayerModeImage), Container()); break;
+        case 6: document.stack.reset(new LayerStack(document.stack)); break;
+        case 7: Invert(); break;
         default: document->ClearSelectionMask(Flip()); break;
         }
     }
@@ -84,6 +94,16 @@ public:
         }
     }
 
+    void Invert()
+    {
+        if (Layer* layer = document->GetCurrentLayerPtr()) {
+            layer->InvertMask();
+            layer->InvertStencil();
+            document->SetStencilCompositeDirty(kCurrentLayerHandle);
+            document->RebuildAllAndRedrawEntireCanvas();
+        }
+    }
+
     void EditSuspended()
     {
         document->SuspendComposites();
@@ -111,9 +131,9 @@ public:
         const int alpha = Below(256);
         const auto component = [&] { return static_cast<uint8_t>(Below(alpha + 1)); };
         const bool isColor = painter->target_img()->GetNumChannels() == 4;
-        document.Paint(Tile(), isColor ? ilPixel::Rgba(component(), component(), component(),
-                                                       static_cast<uint8_t>(alpha))
-                                       : ilPixel::Coverage(Flip() ? 255 : component()));
+        document.Paint(Tile(), isColor
+                                   ? ilPixel::Rgba(component(), component(), component(), static_cast<uint8_t>(alpha))
+                                   : ilPixel::Coverage(Flip() ? 255 : component()));
     }
 
     OpenStack document;
@@ -159,23 +179,33 @@ TEST(RandomEdits, TheStructureKeepsItsInvariants)
     for (unsigned seed = FirstSeed(); seed < FirstSeed() + 20 && !testing::Test::HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         RandomEditor editor(seed);
-        LayerFolder& images = *editor.document->GetLayerFolder(kLayerModeImage);
         editor.document.Add("first");
         for (int i = 0; i < 150 && !testing::Test::HasFailure(); ++i) {
             editor.Structure();
             ExpectInvariants(*editor.document.stack);
-            EXPECT_GT(images.GetSize(), 0);
+            EXPECT_GT(editor.document->GetLayerFolder(kLayerModeImage)->GetSize(), 0);
         }
     }
 }
 
+/// The canvas with the overlay, without the help of anything cached.
+qs::vector<uint8_t> ComposeFromScratch(LayerStack& stack)
+{
+    qs::vector<LayerContainer*> images;
+    stack.GetLayerFolder(kLayerModeImage)->GetLCArray_FLATTEN(&images);
+    for (LayerContainer* container : images)
+        container->SetStencilCompositeDirty(true);
+    return BytesOf(*stack.GetUpdateImagePlaneBits(true), stack.GetSize());
+}
+
 TEST(RandomEdits, TheImagePlaneShowsWhatIsComposedFromScratch)
 {
-    for (unsigned seed = FirstSeed(); seed < FirstSeed() + 30 && !testing::Test::HasFailure(); ++seed) {
+    for (unsigned seed = FirstSeed(); seed < FirstSeed() + 40 && !testing::Test::HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         RandomEditor editor(seed);
-        LayerStack& stack = *editor.document.stack;
         editor.document.Add("first");
+        editor.PaintSomething();
+        editor.document.Add("stencil", kLayerModeStencil);
         for (int i = 0; i < 60 && !testing::Test::HasFailure(); ++i) {
             if (editor.Below(3) == 0)
                 editor.Structure();
@@ -183,11 +213,29 @@ TEST(RandomEdits, TheImagePlaneShowsWhatIsComposedFromScratch)
                 editor.Pixels();
             if (editor.Below(3) != 0)
                 continue;
+            LayerStack& stack = *editor.document.stack;
             stack.ForceUpdate();
             const auto shown = BytesOf(*stack.GetImagePlane(), stack.GetSize());
-            const auto fresh = BytesOf(*stack.GetUpdateImagePlaneBits(true), stack.GetSize());
-            EXPECT_EQ(Difference(shown, fresh, stack.GetSize().nx), "") << "after edit " << i << ": " << Dump(stack);
+            EXPECT_EQ(Difference(shown, ComposeFromScratch(stack), stack.GetSize().nx), "")
+                << "after edit " << i << ": " << Dump(stack);
         }
+    }
+}
+
+TEST(RandomEdits, ChangingTheCurrentLayerLeavesNoRoundingBehind)
+{
+    RandomEditor editor(FirstSeed());
+    for (int i = 0; i < 6; ++i) {
+        editor.document.Add("layer");
+        for (int fill = 0; fill < 30; ++fill)
+            editor.PaintSomething();
+        editor.document->SetLayerOpacity(kCurrentLayerHandle, 0.3f + 0.1f * static_cast<float>(i));
+    }
+    LayerStack& stack = *editor.document.stack;
+    for (int i = 0; i < 12; ++i) {
+        stack.SetCurrentLayer(editor.Container(), true, false, false);
+        const auto shown = BytesOf(*stack.GetImagePlane(), stack.GetSize());
+        ASSERT_EQ(Difference(shown, ComposeFromScratch(stack), stack.GetSize().nx), "") << Dump(stack);
     }
 }
 

@@ -36,9 +36,7 @@ PAINTLAYER_KERNEL_INLINE void BlendSpan(uint8_t* dst, const uint8_t* src, Weight
 {
     const Wide w = Splat16(weight);
     ForSpans(dst, src, 4 * count, [=](const Vec& d, const Vec& s) {
-        const Vec result = Narrow(ShiftRight<8>(formula(Operands(d, s, w)) + Splat16(128)));
-        // The terms of colour and alpha are rounded down apart: keep them in order.
-        return Min(result, PixelAlpha(result));
+        return Narrow(ShiftRight<8>(formula(Operands(d, s, w)) + Splat16(128)));
     });
 }
 

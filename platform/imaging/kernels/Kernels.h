@@ -22,6 +22,7 @@ inline constexpr Weight kFullWeight = 65535;
 struct StampColor {
     uint16_t component[4];  // 0 to 65280 = 255 levels; one-channel kernels use component[3]
     Weight alpha;  // 0 to 65535
+    uint16_t goal[4];  // component / alpha: what stamps laid over each other come to; used by the 16-bit kernels
 };
 
 /// One rectangle of a stamp within one page. Coverage rows are addressed so that the byte at coverage[x] belongs to
@@ -50,7 +51,8 @@ struct KernelTable {
     /// One channel in 8 bits.
     void (*stampCoverage)(const StampBlock& block, const StampColor& color);
     /// RGBA in 16 bits: the value is pixels·256 + lowBits - 128, in 1/256 of a level. A value below 0 does not occur:
-    /// low bits start as 128, and no kernel writes one. Repeated stamps come close to their colour from below.
+    /// low bits start as 128, and no kernel writes one. Each stamp moves it towards the goal by alpha·coverage,
+    /// products rounded to nearest: thousands of faint stamps neither stick nor overshoot.
     void (*stampColor16)(const StampBlock& block, const StampColor& color);
     void (*stampCoverage16)(const StampBlock& block, const StampColor& color);
     /// A wet stroke on RGBA: where the stamp covers more than the stroke so far, it replaces it; `wetness` (0 to full)
@@ -93,7 +95,7 @@ struct KernelTable {
     /// Ands and ors all 32-bit words together (bytes: a multiple of 64).
     void (*foldWords)(const uint8_t* bytes, int byteCount, uint32_t* andOfAll, uint32_t* orOfAll);
 
-    /// Layer blend modes; [kBlendNormal] is paintOverWeighted.
+    /// Layer blend modes, within 0.52 of a level: some take a product twice. [kBlendNormal] is paintOverWeighted.
     BlendModeSpan blendMode[kLayerBlendModeCount];
 };
 

@@ -7,7 +7,7 @@
 ///
 /// A *value* is a component in 1/256 of a level: byte·256, 0 to 65280. A *factor* of 0 to 1 is 0 to 65535: byte·257, or
 /// a Weight. The product of two comes from MulHigh, which takes 65535/65536 for one and rounds down. What that costs,
-/// at most 3/256 of a level in any kernel, is far from the half level of the only rounding, in RoundToBytes().
+/// at most 4/256 of a level in any kernel, is far from the half level of the only rounding, in RoundToBytes().
 namespace kernels::PAINTLAYER_KERNEL_NAMESPACE {
 
 /// The product of two factors. One times one is one. Zero times anything may come out as 1/65536 instead of 0: a factor
@@ -15,6 +15,19 @@ namespace kernels::PAINTLAYER_KERNEL_NAMESPACE {
 PAINTLAYER_KERNEL_INLINE Wide MulFactors(const Wide& a, const Wide& b)
 {
     return MulHigh(a, b) + Splat16(1);
+}
+
+/// As MulHigh, rounded to nearest.
+PAINTLAYER_KERNEL_INLINE Wide MulRounded(const Wide& a, const Wide& b)
+{
+    return MulHigh(a, b) + ShiftRight<15>(MulLow(a, b));
+}
+
+/// The product of two factors to nearest; one times one is one.
+PAINTLAYER_KERNEL_INLINE Wide MulFactorsRounded(const Wide& a, const Wide& b)
+{
+    const Wide product = MulRounded(a, b);
+    return product + ShiftRight<15>(product);
 }
 
 /// Values to the nearest bytes.

@@ -60,19 +60,20 @@ struct Painter8 {
     }
 };
 
-/// Paints a colour over pixels of 16 bits. What is stored is the value plus half a level, so that its high byte is the
-/// nearest level.
+/// Moves pixels of 16 bits towards a colour. What is stored is the value plus half a level, so that its high byte is
+/// the nearest level. Both products round alike: a pixel that has arrived stays, and none passes its goal.
 struct Painter16 {
     uint8_t* pixels;
     uint8_t* lowBits;
-    Wide color, alpha;
+    Wide goal, alpha;
 
     PAINTLAYER_KERNEL_INLINE void operator()(ptrdiff_t offset, const Wide& coverage) const
     {
         const Wide half = Splat16(128);
         const Wide below = SubSaturating(Join(Load(lowBits + offset), Load(pixels + offset)), half);
-        const Wide over = OverValue(below, MulHigh(color, coverage), MulFactors(alpha, coverage));
-        const Wide stored = AddSaturating(over, half);
+        const Wide share = MulFactorsRounded(alpha, coverage);
+        const Wide moved = below - MulRounded(below, share) + MulRounded(goal, share);
+        const Wide stored = AddSaturating(moved, half);
         Store(pixels + offset, Narrow(ShiftRight<8>(stored)));
         Store(lowBits + offset, Narrow(stored & Splat16(255)));
     }
@@ -101,13 +102,12 @@ void StampCoverage8(const StampBlock& block, const StampColor& color)
 
 void StampColor16(const StampBlock& block, const StampColor& color)
 {
-    ForStampedPixels(block, Painter16{block.pixels, block.lowBits, SplatPixel(color.component), Splat16(color.alpha)});
+    ForStampedPixels(block, Painter16{block.pixels, block.lowBits, SplatPixel(color.goal), Splat16(color.alpha)});
 }
 
 void StampCoverage16(const StampBlock& block, const StampColor& color)
 {
-    ForStampedCoverage(block,
-                       Painter16{block.pixels, block.lowBits, Splat16(color.component[3]), Splat16(color.alpha)});
+    ForStampedCoverage(block, Painter16{block.pixels, block.lowBits, Splat16(color.goal[3]), Splat16(color.alpha)});
 }
 
 void StampWet(const StampBlock& block, const StampColor& color, Weight wetness)
