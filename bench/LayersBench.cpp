@@ -30,7 +30,8 @@ void FillDense(uint32_t* pixels, int side, int layer)
     for (int y = 0; y < side; ++y)
         for (int x = 0; x < side; ++x) {
             const auto alpha = static_cast<uint32_t>(1 + (7 * x + 13 * y + 29 * layer) % 254);
-            *pixels++ = Premultiplied(alpha, red, static_cast<uint32_t>(x >> 4) & 255, static_cast<uint32_t>(y >> 4) & 255);
+            *pixels++ =
+                Premultiplied(alpha, red, static_cast<uint32_t>(x >> 4) & 255, static_cast<uint32_t>(y >> 4) & 255);
         }
 }
 
@@ -117,11 +118,14 @@ void Register()
         for (const int layers : {3, 10, 50, 200}) {
             if (kind == kDense && layers == 200 && !isFull)
                 continue;
-            const std::string arguments = std::string(kind == kDense ? "/dense/" : "/painted/") + std::to_string(layers);
+            const std::string arguments =
+                std::string(kind == kDense ? "/dense/" : "/painted/") + std::to_string(layers);
             benchmark::RegisterBenchmark(("BM_FullRecomposite" + arguments).c_str(), BM_FullRecomposite)
-                ->Args({kind, layers})->Unit(benchmark::kMillisecond);
+                ->Args({kind, layers})
+                ->Unit(benchmark::kMillisecond);
             benchmark::RegisterBenchmark(("BM_Damage256" + arguments).c_str(), BM_Damage256)
-                ->Args({kind, layers})->Unit(benchmark::kMicrosecond);
+                ->Args({kind, layers})
+                ->Unit(benchmark::kMicrosecond);
         }
 }
 

@@ -118,9 +118,6 @@ void BM_FarStroke(benchmark::State& state)
         PaintCore.EndBrushStroke();
     }
 }
-BENCHMARK(BM_FarStroke)
-    ->ArgNames({"far", "smooth"})
-    ->ArgsProduct({{0, 1}, {0, 1}})
-    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_FarStroke)->ArgNames({"far", "smooth"})->ArgsProduct({{0, 1}, {0, 1}})->Unit(benchmark::kMillisecond);
 
 }  // namespace

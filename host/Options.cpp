@@ -58,6 +58,20 @@ void SetSymmetry(const std::string& text, ReplayOptions& options)
     }
 }
 
+/// A number from low to high; a NaN is none.
+CLI::Validator Between(double low, double high)
+{
+    const auto check = [low, high](const std::string& text) {
+        double value = 0;
+        const bool isNumber = CLI::detail::lexical_cast(text, value) && value >= low && value <= high;
+        std::ostringstream refusal;
+        if (!isNumber)
+            refusal << '"' << text << "\" is not a number from " << low << " to " << high;
+        return refusal.str();
+    };
+    return CLI::Validator(check, "NUMBER");
+}
+
 void AddOptions(CLI::App& app, ReplayOptions& options)
 {
     app.add_option("SAMPLES", options.samplesPath, "Recording: text lines `seconds x y pressure`")->required();
@@ -65,15 +79,19 @@ void AddOptions(CLI::App& app, ReplayOptions& options)
     app.add_option_function<std::string>(
         "--size", [&options](const std::string& text) { SetSize(text, options); }, "Canvas, WIDTHxHEIGHT [1024x768]");
     app.add_option("--radius", options.radius, "Radius of the stamp at full pressure, pixels")
-        ->check(CLI::Range(0.1, 1280.0))->capture_default_str();
+        ->check(Between(0.1, 1280.0))
+        ->capture_default_str();
     app.add_option_function<std::string>(
-        "--color", [&options](const std::string& text) { SetColor(text, options.color); }, "Paint, #RRGGBB or #RRGGBBAA");
-    app.add_option("--opacity", options.opacity, "0 to 1")->check(CLI::Range(0.0, 1.0))->capture_default_str();
-    app.add_option("--hardness", options.hardness, "0 to 1")->check(CLI::Range(0.0, 1.0))->capture_default_str();
+        "--color", [&options](const std::string& text) { SetColor(text, options.color); },
+        "Paint, #RRGGBB or #RRGGBBAA");
+    app.add_option("--opacity", options.opacity, "0 to 1")->check(Between(0.0, 1.0))->capture_default_str();
+    app.add_option("--hardness", options.hardness, "0 to 1")->check(Between(0.0, 1.0))->capture_default_str();
     app.add_option("--spacing", options.spacing, "Distance of stamps in radii")
-        ->check(CLI::Range(0.01, 10.0))->capture_default_str();
+        ->check(Between(0.01, 10.0))
+        ->capture_default_str();
     app.add_option("--scale", options.scale, "Scale of the recorded positions")
-        ->check(CLI::Range(0.001, 1000.0))->capture_default_str();
+        ->check(Between(0.001, 1000.0))
+        ->capture_default_str();
     const std::map<std::string, ReplayOptions::Pressure> pressures{{"size", ReplayOptions::Pressure::Size},
                                                                    {"opacity", ReplayOptions::Pressure::Opacity},
                                                                    {"both", ReplayOptions::Pressure::Both},
@@ -86,7 +104,8 @@ void AddOptions(CLI::App& app, ReplayOptions& options)
         "--symmetry", [&options](const std::string& text) { SetSymmetry(text, options); },
         "mirror, mirror:DEGREES, rotate:N, or two of them with a comma");
     app.add_option("--layers", options.layers, "Filled layers around the painted one")
-        ->check(CLI::Range(0, 500))->capture_default_str();
+        ->check(CLI::Range(0, 500))
+        ->capture_default_str();
     app.add_option_function<std::string>(
         "--background",
         [&options](const std::string& text) {
@@ -96,7 +115,8 @@ void AddOptions(CLI::App& app, ReplayOptions& options)
         },
         "Colour under the picture, or none for transparency [#ffffff]");
     app.add_option("--repeat", options.repeat, "Replays one over the other")
-        ->check(CLI::Range(1, 100000))->capture_default_str();
+        ->check(CLI::Range(1, 100000))
+        ->capture_default_str();
     app.add_flag("--stats", options.stats, "Print what was done and how long it took");
 }
 

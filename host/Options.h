@@ -9,20 +9,20 @@
 struct ReplayOptions {
     std::string samplesPath;
     std::string picturePath;
-    int width = 1024;                      // canvas pixels
+    int width = 1024;  // canvas pixels
     int height = 768;
-    double radius = 6;                     // of the stamp at full pressure, canvas pixels
+    double radius = 6;  // of the stamp at full pressure, canvas pixels
     PaintColor color{0.09F, 0.22F, 0.45F, 1};
     double opacity = 1;
     double hardness = 0.7;
-    double spacing = 0.25;                 // in radii
-    double scale = 1;                      // of the recorded positions
+    double spacing = 0.25;  // in radii
+    double scale = 1;  // of the recorded positions
     enum class Pressure { Size, Opacity, Both, None } pressure = Pressure::Both;
     bool use16Bit = false;
     bool marker = false;
-    std::optional<double> mirrorAngle;     // degrees
+    std::optional<double> mirrorAngle;  // degrees
     int rotations = 1;
-    int layers = 0;                        // filled layers around the painted one
+    int layers = 0;  // filled layers around the painted one
     std::optional<PaintColor> background = PaintColor(1, 1, 1, 1);
     int repeat = 1;
     bool stats = false;

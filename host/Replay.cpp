@@ -89,10 +89,10 @@ void SetBrush(const ReplayOptions& options)
 
 void Feed(const ReplayOptions& options, const PenSample& sample)
 {
-    const bool bySize = options.pressure == ReplayOptions::Pressure::Size ||
-                        options.pressure == ReplayOptions::Pressure::Both;
-    const bool byOpacity = options.pressure == ReplayOptions::Pressure::Opacity ||
-                           options.pressure == ReplayOptions::Pressure::Both;
+    const bool bySize =
+        options.pressure == ReplayOptions::Pressure::Size || options.pressure == ReplayOptions::Pressure::Both;
+    const bool byOpacity =
+        options.pressure == ReplayOptions::Pressure::Opacity || options.pressure == ReplayOptions::Pressure::Both;
     const double size = options.radius * (bySize ? 0.15 + 0.85 * sample.pressure : 1.0);
     const double opacity = options.opacity * (byOpacity ? sample.pressure : 1.0);
     PaintCore.AddStrokePoint(static_cast<float>(sample.x * options.scale), static_cast<float>(sample.y * options.scale),

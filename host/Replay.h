@@ -12,11 +12,11 @@ struct ReplayStats {
     uint64_t strokes = 0;
     uint64_t stamps = 0;
     uint64_t stampedPixels = 0;
-    double seconds = 0;         // painting and updating the view
-    uint64_t tiles = 0;         // passed to the view
+    double seconds = 0;  // painting and updating the view
+    uint64_t tiles = 0;  // passed to the view
     uint64_t updatedPixels = 0;
     long peakMemoryKib = 0;
-    uint64_t hash = 0;          // of the image plane's bytes: 64-bit FNV-1a
+    uint64_t hash = 0;  // of the image plane's bytes: 64-bit FNV-1a
 };
 
 /// Paints `samples` on a new document as `options` say and saves the view's image plane. Returns why it failed, or

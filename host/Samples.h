@@ -6,8 +6,8 @@
 /// One recorded event of a tablet.
 struct PenSample {
     double seconds = 0;
-    double x = 0;         // pixels
-    double y = 0;         // pixels, downwards
+    double x = 0;  // pixels
+    double y = 0;  // pixels, downwards
     double pressure = 0;  // 0 (hovering) to 1
 };
 

@@ -42,10 +42,9 @@ class ImageBlender {
 public:
     ImageBlender(ilImage& target, const ilImage& source, int64_t dx, int64_t dy, const ImageBlend& blend)
         : target_(target), source_(source), dx_(dx), dy_(dy), blend_(blend), blender_(target.GetNumChannels(), blend),
-          channels_(target.GetNumChannels()),
-          keepsUnderZero_(blend.destinationFactor == kFactorOne || blend.destinationFactor == kFactorOneMinusSourceAlpha)
-    {
-    }
+          channels_(target.GetNumChannels()), keepsUnderZero_(blend.destinationFactor == kFactorOne ||
+                                                              blend.destinationFactor == kFactorOneMinusSourceAlpha)
+    {}
 
     void Run(ilTile tile)
     {
@@ -95,8 +94,8 @@ private:
         if (TrySharing(piece, page, content))
             return;
         BlendInto(piece,
-                  page->GetBytes() + PageOffset(static_cast<int>(piece.x + dx_), static_cast<int>(piece.y + dy_),
-                                                channels_),
+                  page->GetBytes() +
+                      PageOffset(static_cast<int>(piece.x + dx_), static_cast<int>(piece.y + dy_), channels_),
                   page->GetStrideBytes());
     }
 

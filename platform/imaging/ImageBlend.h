@@ -11,17 +11,17 @@ class ilMIOImage;
 struct ImageBlend {
     int sourceFactor = kFactorOne;
     int destinationFactor = kFactorOneMinusSourceAlpha;
-    LayerBlendMode mode = kBlendNormal;             // other modes need the factors (1, 7)
+    LayerBlendMode mode = kBlendNormal;  // other modes need the factors (1, 7)
     kernels::Weight colorWeight = kernels::kFullWeight;
     kernels::Weight alphaWeight = kernels::kFullWeight;
-    const ilMIOImage* coverage = nullptr;           // one channel: scales what arrives; null for everywhere
-    int coverageX = 0;                              // target pixel on which the coverage's (0, 0) lies
+    const ilMIOImage* coverage = nullptr;  // one channel: scales what arrives; null for everywhere
+    int coverageX = 0;  // target pixel on which the coverage's (0, 0) lies
     int coverageY = 0;
 
     bool IsPlainOver() const
     {
-        return sourceFactor == kFactorOne && destinationFactor == kFactorOneMinusSourceAlpha &&
-               mode == kBlendNormal && colorWeight == kernels::kFullWeight && coverage == nullptr;
+        return sourceFactor == kFactorOne && destinationFactor == kFactorOneMinusSourceAlpha && mode == kBlendNormal &&
+               colorWeight == kernels::kFullWeight && coverage == nullptr;
     }
     bool IsPlainCopy() const
     {

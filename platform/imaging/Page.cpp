@@ -26,9 +26,7 @@ Page* Page::NewUniform(int channels, uint32_t value)
     page->isUniform_ = true;
     page->value_ = value;
     const uint32_t alpha = channels == 1 ? value : value >> 24;
-    page->content_ = value == 0     ? PageContent::Transparent
-                     : alpha == 255 ? PageContent::Opaque
-                                    : PageContent::Mixed;
+    page->content_ = value == 0 ? PageContent::Transparent : alpha == 255 ? PageContent::Opaque : PageContent::Mixed;
     return page;
 }
 
@@ -83,7 +81,7 @@ PageContent Page::Classify() const
     uint32_t orOfAll = 0;
     kernels::Get().foldWords(bytes_, static_cast<int>(GetByteCount()), &andOfAll, &orOfAll);
     const uint32_t alphaMask = channels_ == 1 ? 0xFFFFFFFFu : 0xFF000000u;
-    content_ = orOfAll == 0                              ? PageContent::Transparent
+    content_ = orOfAll == 0                          ? PageContent::Transparent
                : (andOfAll & alphaMask) == alphaMask ? PageContent::Opaque
                                                      : PageContent::Mixed;
     return content_;

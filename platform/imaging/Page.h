@@ -7,18 +7,24 @@
 #include <utility>
 
 inline constexpr int kPageShift = 6;
-inline constexpr int kPageSize = 1 << kPageShift;            // pixels on a side
-inline constexpr int kPagePixels = kPageSize * kPageSize;    // 4096
+inline constexpr int kPageSize = 1 << kPageShift;  // pixels on a side
+inline constexpr int kPagePixels = kPageSize * kPageSize;  // 4096
 
 /// The page that holds pixel coordinate `v`, negative ones included, and its place in that page.
-constexpr int PageIndexOf(int v) { return v >> kPageShift; }
-constexpr int PageOffsetOf(int v) { return v & (kPageSize - 1); }
+constexpr int PageIndexOf(int v)
+{
+    return v >> kPageShift;
+}
+constexpr int PageOffsetOf(int v)
+{
+    return v & (kPageSize - 1);
+}
 
 /// What is known of all pixels of a page together.
 enum class PageContent : uint8_t {
-    Unknown,      // written since it was last looked at
+    Unknown,  // written since it was last looked at
     Transparent,  // every byte is zero
-    Opaque,       // every alpha (or coverage) is 255
+    Opaque,  // every alpha (or coverage) is 255
     Mixed,
 };
 
@@ -46,9 +52,9 @@ public:
 
     // --- for PagePtr and the image that owns the page ---
     static Page* NewUniform(int channels, uint32_t value);
-    static Page* NewBlank(int channels);        // pixel memory, contents to be written by the caller
-    static Page* NewCopy(const Page& source);   // private, with pixel memory of its own
-    uint8_t* BytesForWriting();                 // not shared; forgets what was known of the contents
+    static Page* NewBlank(int channels);  // pixel memory, contents to be written by the caller
+    static Page* NewCopy(const Page& source);  // private, with pixel memory of its own
+    uint8_t* BytesForWriting();  // not shared; forgets what was known of the contents
     void SetContent(PageContent content) { content_ = content; }
     void AddRef() { ++references_; }
     void Release()

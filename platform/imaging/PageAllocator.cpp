@@ -11,23 +11,24 @@
 namespace {
 
 constexpr size_t kArenaBytes = size_t{2} << 20;  // one huge page
-constexpr size_t kReserveArenas = 16;            // kept when unused memory goes back: the next document's first pages
-constexpr size_t kSmallBlock = 4096;             // a one-channel page
-constexpr size_t kLargeBlock = 16384;            // a four-channel page
+constexpr size_t kReserveArenas = 16;  // kept when unused memory goes back: the next document's first pages
+constexpr size_t kSmallBlock = 4096;  // a one-channel page
+constexpr size_t kLargeBlock = 16384;  // a four-channel page
 
 /// An arena holds blocks of one size. It begins with nothing cut: memory that no block needed is never touched.
 struct Arena {
     uint8_t* memory = nullptr;
     size_t blockBytes = 0;
-    size_t cut = 0;       // bytes handed out at least once
-    size_t inUse = 0;     // blocks handed out now
+    size_t cut = 0;  // bytes handed out at least once
+    size_t inUse = 0;  // blocks handed out now
 };
 
 uint8_t* MapArena()
 {
 #if defined(__linux__)
     // Over-allocate to align: only an aligned arena can be backed by one huge page.
-    void* raw = mmap(nullptr, 2 * kArenaBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    void* raw =
+        mmap(nullptr, 2 * kArenaBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (raw == MAP_FAILED)
         throw std::bad_alloc();
     auto* bytes = static_cast<uint8_t*>(raw);
@@ -39,7 +40,7 @@ uint8_t* MapArena()
     madvise(bytes + head, kArenaBytes, MADV_HUGEPAGE);
     return bytes + head;
 #else
-    return static_cast<uint8_t*>(::operator new(kArenaBytes, std::align_val_t{kArenaBytes}));
+    return static_cast<uint8_t*>(::operator new (kArenaBytes, std::align_val_t{kArenaBytes}));
 #endif
 }
 
@@ -48,7 +49,7 @@ void UnmapArena(uint8_t* memory) noexcept
 #if defined(__linux__)
     munmap(memory, kArenaBytes);
 #else
-    ::operator delete(memory, std::align_val_t{kArenaBytes});
+    ::operator delete (memory, std::align_val_t{kArenaBytes});
 #endif
 }
 

@@ -34,8 +34,8 @@ bool IsPlain(const CompositeSource& source)
 /// What one source has to say about one page of the target.
 struct PageSource {
     const CompositeSource* source;
-    const Page* page;      // the one page that lines up; null when the source's grid is moved against the target's
-    bool hasStencil;       // something of the stencil may lie here
+    const Page* page;  // the one page that lines up; null when the source's grid is moved against the target's
+    bool hasStencil;  // something of the stencil may lie here
 };
 
 /// Composes one page after another; scratch memory is kept between pages.
@@ -87,8 +87,8 @@ private:
                 continue;
             PageSource entry{&source, nullptr, HasStencil(source, part)};
             if (IsAligned(source)) {
-                entry.page = source.image->ReadPage(px - (source.x >> kPageShift), py - (source.y >> kPageShift))
-                                 .GetPage();
+                entry.page =
+                    source.image->ReadPage(px - (source.x >> kPageShift), py - (source.y >> kPageShift)).GetPage();
                 const bool isMissing = entry.page == nullptr;
                 if (isMissing ? !HasFill(source) : entry.page->GetContent() == PageContent::Transparent)
                     continue;
@@ -122,12 +122,11 @@ private:
             return false;
         bool has = source.stencil->GetFillValue().GetPacked() != 0;
         if (!has)
-            ForEachPage(ilTileMoved(part, -int64_t{source.stencilX}, -int64_t{source.stencilY}),
-                        [&](int px, int py, const ilTile&) {
-                            const PageReader page = source.stencil->ReadPage(px, py);
-                            has = has || (!page.IsMissing() &&
-                                          page.GetPage()->GetContent() != PageContent::Transparent);
-                        });
+            ForEachPage(ilTileMoved(part, -int64_t{source.stencilX}, -int64_t{source.stencilY}), [&](int px, int py,
+                                                                                                     const ilTile&) {
+                const PageReader page = source.stencil->ReadPage(px, py);
+                has = has || (!page.IsMissing() && page.GetPage()->GetContent() != PageContent::Transparent);
+            });
         return has;
     }
 
@@ -214,7 +213,8 @@ public:
         return block != blocks_.end() && block->second[static_cast<size_t>(PageBlock::SlotOf(px, py))];
     }
 
-    template <class Visitor> void ForEach(Visitor&& visit) const
+    template <class Visitor>
+    void ForEach(Visitor&& visit) const
     {
         for (const auto& [place, pages] : blocks_)
             for (int i = 0; i < kBlockPages; ++i)
@@ -243,7 +243,7 @@ private:
 
     ilTile tile_;
     std::map<std::pair<int, int>, Block> blocks_;  // by row, then column
-    Block* last_ = nullptr;                        // neighbouring pages come one after the other
+    Block* last_ = nullptr;  // neighbouring pages come one after the other
     std::pair<int, int> lastPlace_;
 };
 

@@ -8,12 +8,12 @@
 /// One source of a composite: a four-channel image at an offset on the canvas.
 struct CompositeSource {
     const ilMIOImage* image = nullptr;  // borrowed
-    int x = 0;                          // canvas position of the image's (0, 0)
+    int x = 0;  // canvas position of the image's (0, 0)
     int y = 0;
     LayerBlendMode mode = kBlendNormal;
     kernels::Weight weight = kernels::kFullWeight;
     const ilMIOImage* stencil = nullptr;  // one channel, borrowed: hides what it covers; null for none
-    int stencilX = 0;                     // canvas position of the stencil's (0, 0)
+    int stencilX = 0;  // canvas position of the stencil's (0, 0)
     int stencilY = 0;
 };
 

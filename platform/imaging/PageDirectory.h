@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-inline constexpr int kBlockShift = 4;                  // a block is 16 × 16 pages = 1024 × 1024 pixels
+inline constexpr int kBlockShift = 4;  // a block is 16 × 16 pages = 1024 × 1024 pixels
 inline constexpr int kBlockSize = 1 << kBlockShift;
 inline constexpr int kBlockPages = kBlockSize * kBlockSize;
 

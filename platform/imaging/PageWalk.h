@@ -12,7 +12,8 @@ constexpr ilTile PageTile(int px, int py)
 }
 
 /// Calls visit(px, py, part) for each page that `tile` meets, row by row; `part` is the tile within the page.
-template <class Visitor> void ForEachPage(const ilTile& tile, Visitor&& visit)
+template <class Visitor>
+void ForEachPage(const ilTile& tile, Visitor&& visit)
 {
     if (tile.IsEmpty())
         return;
@@ -26,9 +27,9 @@ template <class Visitor> void ForEachPage(const ilTile& tile, Visitor&& visit)
 /// Cuts `tile` where a second image's page grid, moved by (dx, dy), cuts it: calls visit(piece, px, py) for each piece,
 /// with the page of the second image that holds it; pixel (x, y) of the tile is (x + dx, y + dy) there. Within a piece
 /// both images have contiguous rows when `tile` lies within one page of the first.
-template <class Visitor> void ForEachPieceOf(const ilTile& tile, int64_t dx, int64_t dy, Visitor&& visit)
+template <class Visitor>
+void ForEachPieceOf(const ilTile& tile, int64_t dx, int64_t dy, Visitor&& visit)
 {
-    ForEachPage(ilTileMoved(tile, dx, dy), [&](int px, int py, const ilTile& part) {
-        visit(ilTileMoved(part, -dx, -dy), px, py);
-    });
+    ForEachPage(ilTileMoved(tile, dx, dy),
+                [&](int px, int py, const ilTile& part) { visit(ilTileMoved(part, -dx, -dy), px, py); });
 }

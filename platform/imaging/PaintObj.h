@@ -17,8 +17,7 @@ class PAINTLAYER_EXPORT ImagePaintObj : public PaintObj {
 public:
     explicit ImagePaintObj(qs::TempReference<ilImage> image, bool tiled = false)
         : image_(std::move(image)), tiled_(tiled)
-    {
-    }
+    {}
 
     qs::TempReference<ilImage> GetImage() const override { return image_; }
     bool IsTiled() const override { return tiled_; }

@@ -13,7 +13,8 @@
 namespace {
 
 /// Calls visit(row pointer, stride, part) for each page-sized part of `tile`, for writing.
-template <class Visitor> void WriteParts(ilImage& target, const ilTile& tile, Visitor&& visit)
+template <class Visitor>
+void WriteParts(ilImage& target, const ilTile& tile, Visitor&& visit)
 {
     if (ilMIOImage* paged = target.AsPaged()) {
         ForEachPage(tile, [&](int px, int py, const ilTile& part) {
@@ -26,9 +27,8 @@ template <class Visitor> void WriteParts(ilImage& target, const ilTile& tile, Vi
         return;
     }
     ilMemoryImg& memory = *target.AsMemory();
-    ForEachPage(ilTileIntersection(tile, memory.GetBounds()), [&](int, int, const ilTile& part) {
-        visit(memory.WriteRows(part), memory.GetStrideBytes(), part);
-    });
+    ForEachPage(ilTileIntersection(tile, memory.GetBounds()),
+                [&](int, int, const ilTile& part) { visit(memory.WriteRows(part), memory.GetStrideBytes(), part); });
 }
 
 /// Coverage rows of `part`, read from an optional clipping image.

@@ -39,9 +39,7 @@ void RowBlender::BlendPlain(uint8_t* dst, const uint8_t* src, int count) const
         (channels_ == 4 ? kernels_.paintOverWeighted : kernels_.paintOverWeighted1)(dst, src, weight, count);
         break;
     case Kind::Copy: std::memcpy(dst, src, static_cast<size_t>(count) * static_cast<size_t>(channels_)); break;
-    case Kind::CopyWeighted:
-        kernels_.blendFactors(dst, src, weight, channels_, kFactorOne, kFactorZero, count);
-        break;
+    case Kind::CopyWeighted: kernels_.blendFactors(dst, src, weight, channels_, kFactorOne, kFactorZero, count); break;
     case Kind::Erase:
         (channels_ == 4 ? kernels_.eraseWeighted : kernels_.eraseWeighted1)(dst, src, weight, count);
         break;

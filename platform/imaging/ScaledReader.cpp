@@ -6,8 +6,7 @@
 ScaledReader::ScaledReader(const ilImage& source, double sourceX, double sourceY, double xScale, double yScale)
     : source_(source), bounds_(source.GetBounds()), sourceX_(sourceX), sourceY_(sourceY), xScale_(xScale),
       yScale_(yScale)
-{
-}
+{}
 
 /// Taps of `count` target pixels from `first`; source pixels outside [low, high) read as the image's fill value and
 /// are left out, so that their number stays bounded whatever the scale.

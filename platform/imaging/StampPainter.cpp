@@ -75,7 +75,8 @@ void StampPainter::CutCoverage(const ilTile& part, const PagePart& whole, uint8_
         }
 }
 
-template <class Work> void StampPainter::ForEachPagePart(Work&& work) const
+template <class Work>
+void StampPainter::ForEachPagePart(Work&& work) const
 {
     const StampCoverage& coverage = *placed_.coverage;
     const ilTile whole = placed_.GetTile();
@@ -100,7 +101,8 @@ template <class Work> void StampPainter::ForEachPagePart(Work&& work) const
     });
 }
 
-template <class Paint> void StampPainter::PaintBlocks(ilMIOImage& image, ilMIOImage* lowBits, Paint&& paint) const
+template <class Paint>
+void StampPainter::PaintBlocks(ilMIOImage& image, ilMIOImage* lowBits, Paint&& paint) const
 {
     static_assert(kPageSize % kKernelStep == 0);
     ForEachPagePart([&](const PagePart& page) {
@@ -108,8 +110,8 @@ template <class Paint> void StampPainter::PaintBlocks(ilMIOImage& image, ilMIOIm
         const ptrdiff_t stride = writer.GetPage()->GetStrideBytes();
         const ptrdiff_t offset = PageOffsetOf(page.part.y) * stride;
         const int x0 = PageOffsetOf(page.part.x);
-        kernels::StampBlock block{writer.GetBytes() + offset, nullptr,  stride,         page.coverage,
-                                  page.stride,                x0,       x0 + page.part.nx, page.part.ny};
+        kernels::StampBlock block{writer.GetBytes() + offset, nullptr,     stride, page.coverage, page.stride, x0,
+                                  x0 + page.part.nx,          page.part.ny};
         if (lowBits == nullptr) {
             paint(block);
             return;

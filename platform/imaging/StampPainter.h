@@ -9,18 +9,18 @@
 class StampPainter {
 public:
     struct Limits {
-        ilTile rect;                           // nothing is painted outside
+        ilTile rect;  // nothing is painted outside
         const ilMIOImage* coverage = nullptr;  // scales what arrives; null for none
-        int coverageX = 0;                     // target pixel on which the coverage's (0, 0) lies
+        int coverageX = 0;  // target pixel on which the coverage's (0, 0) lies
         int coverageY = 0;
     };
 
     /// Pixels that a stamp takes from an image instead of a colour.
     struct Source {
         const ilImage* image = nullptr;  // of the target's channels
-        int dx = 0;                      // target pixel (x, y) takes source pixel (x + dx, y + dy)
+        int dx = 0;  // target pixel (x, y) takes source pixel (x + dx, y + dy)
         int dy = 0;
-        bool isTiled = false;            // the image repeats over its bounds
+        bool isTiled = false;  // the image repeats over its bounds
         kernels::Weight weight = kernels::kFullWeight;
     };
 
@@ -39,14 +39,16 @@ private:
     /// The part of the coverage on one page, as rows that begin at the page's column 0.
     struct PagePart {
         int px, py;
-        ilTile part;               // pixels of the target
-        const uint8_t* coverage;   // for the page's column 0 in the part's first row
+        ilTile part;  // pixels of the target
+        const uint8_t* coverage;  // for the page's column 0 in the part's first row
         ptrdiff_t stride;
     };
-    template <class Work> void ForEachPagePart(Work&& work) const;
+    template <class Work>
+    void ForEachPagePart(Work&& work) const;
     bool NarrowToCoveredRows(ilTile& part) const;
     void CutCoverage(const ilTile& part, const PagePart& whole, uint8_t* rows) const;
-    template <class Paint> void PaintBlocks(ilMIOImage& image, ilMIOImage* lowBits, Paint&& paint) const;
+    template <class Paint>
+    void PaintBlocks(ilMIOImage& image, ilMIOImage* lowBits, Paint&& paint) const;
 
     const PlacedCoverage& placed_;
     const Limits& limits_;

@@ -77,8 +77,8 @@ void CopyPaged(ilMIOImage& target, const ilTile& tile, const ilMIOImage& source,
         ForEachPage(ilTileMoved(piece, -dx, -dy), [&](int tx, int ty, const ilTile& part) {
             const PageWriter writer = target.WritePage(tx, ty);
             uint8_t* out = writer.GetBytes() + OffsetInPage(part.x, part.y, channels);
-            const uint8_t* in = page.GetBytes() + OffsetInPage(static_cast<int>(part.x + dx),
-                                                               static_cast<int>(part.y + dy), channels);
+            const uint8_t* in =
+                page.GetBytes() + OffsetInPage(static_cast<int>(part.x + dx), static_cast<int>(part.y + dy), channels);
             const ptrdiff_t stride = ptrdiff_t{kPageSize} * channels;
             for (int y = 0; y < part.ny; ++y, out += stride, in += stride)
                 std::memcpy(out, in, static_cast<size_t>(part.nx) * static_cast<size_t>(channels));

@@ -103,7 +103,6 @@ public:
     /// As PageForWriting, for a caller that overwrites every pixel: what was stored is not read or copied.
     Page* PageForOverwriting(int px, int py);
 
-
     /// Stores a shared page, or drops the page when it is null.
     void SetPage(int px, int py, PagePtr page);
     PagePtr SharePage(int px, int py) const { return PagePtr(FindPage(px, py)); }
@@ -112,7 +111,8 @@ public:
     void SetPageUniform(int px, int py, uint32_t packedValue);
 
     /// Calls visit(px, py, const Page&) for each stored page that meets `area` (pixels), row by row within a block.
-    template <class Visitor> void VisitPages(const ilTile& area, Visitor&& visit) const;
+    template <class Visitor>
+    void VisitPages(const ilTile& area, Visitor&& visit) const;
 
     /// True when the other image has the very same page stored here (or both miss it and fill alike).
     bool SharesPageWith(const ilMIOImage& other, int px, int py) const
@@ -137,9 +137,9 @@ protected:
         return cachedBlock_->pages[PageBlock::SlotOf(px, py)].get();
     }
 
-    ilTile bounds_;              // tighter than the pages when hasTightBounds_
+    ilTile bounds_;  // tighter than the pages when hasTightBounds_
     bool hasTightBounds_ = false;
-    bool hasChanged_ = false;    // since it was last cleared, for whoever keeps something derived from the pages
+    bool hasChanged_ = false;  // since it was last cleared, for whoever keeps something derived from the pages
 
 private:
     PageBlock* BlockForWriting(int px, int py);
@@ -149,15 +149,16 @@ private:
     void FillPagePart(int px, int py, const ilTile& part, uint32_t packed);
 
     qs::Reference<PageDirectory> directory_;
-    mutable ilTile pageBounds_;          // page-aligned box of the stored pages
+    mutable ilTile pageBounds_;  // page-aligned box of the stored pages
     mutable bool pageBoundsKnown_ = true;
     mutable PageBlock* cachedBlock_ = nullptr;  // the block looked up last; stale whenever the directory changes
     mutable int cachedX_ = 0;
     mutable int cachedY_ = 0;
-    mutable bool cachedIsPrivate_ = false;      // the cached block may be written
+    mutable bool cachedIsPrivate_ = false;  // the cached block may be written
 };
 
-template <class Visitor> void ilMIOImage::VisitPages(const ilTile& area, Visitor&& visit) const
+template <class Visitor>
+void ilMIOImage::VisitPages(const ilTile& area, Visitor&& visit) const
 {
     if (directory_ == nullptr || area.IsEmpty())
         return;

@@ -52,8 +52,9 @@ int CellsFor(int pixels)
 
 ilMemoryImg::ilMemoryImg(int width, int height, int channels)
     : ilImage(ilPixel(kUnsignedByte, channels)), width_(std::max(width, 1)), height_(std::max(height, 1)),
-      stride_(ptrdiff_t{width_} * GetNumChannels()), bytes_(static_cast<size_t>(stride_) * static_cast<size_t>(height_)),
-      pixels_(nullptr), cellsAcross_(CellsFor(width_)),
+      stride_(ptrdiff_t{width_} * GetNumChannels()),
+      bytes_(static_cast<size_t>(stride_) * static_cast<size_t>(height_)), pixels_(nullptr),
+      cellsAcross_(CellsFor(width_)),
       blank_(static_cast<size_t>(cellsAcross_) * static_cast<size_t>(CellsFor(height_)), uint8_t{1}),
       writtenInRow_(static_cast<size_t>(CellsFor(height_)), 0)
 {

@@ -47,7 +47,8 @@ public:
 
     /// Calls visit(cellX, cellY) for each 64 × 64 cell that meets `tile` (within the image) and is not known to be
     /// blank. Rows of blank cells are passed over at once.
-    template <class Visitor> void VisitWrittenCells(const ilTile& tile, Visitor&& visit) const;
+    template <class Visitor>
+    void VisitWrittenCells(const ilTile& tile, Visitor&& visit) const;
 
 private:
     void MarkCell(int cellX, int cellY, bool blank);
@@ -60,11 +61,12 @@ private:
     size_t bytes_;
     uint8_t* pixels_;
     int cellsAcross_;
-    std::vector<uint8_t> blank_;       // one per 64 × 64 cell
-    std::vector<int> writtenInRow_;    // cells that are not blank, per row of cells
+    std::vector<uint8_t> blank_;  // one per 64 × 64 cell
+    std::vector<int> writtenInRow_;  // cells that are not blank, per row of cells
 };
 
-template <class Visitor> void ilMemoryImg::VisitWrittenCells(const ilTile& tile, Visitor&& visit) const
+template <class Visitor>
+void ilMemoryImg::VisitWrittenCells(const ilTile& tile, Visitor&& visit) const
 {
     if (tile.IsEmpty())
         return;

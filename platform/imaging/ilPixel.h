@@ -17,8 +17,7 @@ public:
     /// dataType: kUnsignedByte. channels: 1 or 4; other values act as 4. packed: first component lowest.
     constexpr ilPixel(int dataType, int channels, uint32_t packed = 0)
         : dataType_(dataType), channels_(channels == 1 ? 1 : 4), packed_(channels == 1 ? (packed & 0xFF) : packed)
-    {
-    }
+    {}
 
     static constexpr ilPixel Rgba(uint8_t r, uint8_t g, uint8_t b, uint8_t a)
     {

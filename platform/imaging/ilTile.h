@@ -20,12 +20,11 @@ struct ilTile {
     constexpr ilTile(int left, int top, int width, int height) : x(left), y(top), nx(width), ny(height) {}
     constexpr ilTile(int left, int top, int front, int width, int height, int depth)
         : x(left), y(top), z(front), nx(width), ny(height), nz(depth)
-    {
-    }
+    {}
 
     constexpr bool IsEmpty() const { return nx < 1 || ny < 1 || nz < 1; }
-    constexpr int64_t Right() const { return int64_t{x} + nx; }    // first column outside
-    constexpr int64_t Bottom() const { return int64_t{y} + ny; }   // first row outside
+    constexpr int64_t Right() const { return int64_t{x} + nx; }  // first column outside
+    constexpr int64_t Bottom() const { return int64_t{y} + ny; }  // first row outside
     constexpr int64_t Area() const { return IsEmpty() ? 0 : int64_t{nx} * ny; }
 
     constexpr bool Contains(int64_t px, int64_t py) const

@@ -1,6 +1,6 @@
-#include "host/Png.h"
 #include "host/Replay.h"
 #include "core/PaintManager.h"
+#include "host/Png.h"
 #include "platform/imaging/kernels/Kernels.h"
 
 #include <gtest/gtest.h>
@@ -109,7 +109,9 @@ TEST(Replay, RefusesBadOptionsAndUnwritablePictures)
     const std::string picture = (kOutput / "options.png").string();
     std::filesystem::remove(picture);
     const std::vector<std::string> cases[] = {
-        {"--size", "0x5"}, {"--size", "axb"}, {"--size", "1000001x5"}, {"--radius", "0"}, {"--color", "blue"}, {"--symmetry", "twice"}, {"--opacity", "2"}, {"--layers", "-1"}, {"--unknown"}};
+        {"--size", "0x5"},    {"--size", "axb"},   {"--size", "1000001x5"}, {"--radius", "0"},  {"--radius", "nan"},
+        {"--opacity", "inf"}, {"--color", "blue"}, {"--symmetry", "twice"}, {"--opacity", "2"}, {"--layers", "-1"},
+        {"--unknown"}};
     for (const std::vector<std::string>& options : cases) {
         std::vector<std::string> arguments{samples, "-o", picture};
         arguments.insert(arguments.end(), options.begin(), options.end());
@@ -130,8 +132,9 @@ TEST(Replay, PaintsWhereTheSamplesRunAndNowhereElse)
 {
     const std::string samples = WriteFile("arc.dat", Arc(120));
     const std::string picture = (kOutput / "arc.png").string();
-    const RunResult run = RunProgram({samples, "-o", picture, "--size", "200x190", "--radius", "5", "--color", "#ff0000",
-                               "--background", "none", "--pressure", "none", "--hardness", "1", "--stats"});
+    const RunResult run =
+        RunProgram({samples, "-o", picture, "--size", "200x190", "--radius", "5", "--color", "#ff0000", "--background",
+                    "none", "--pressure", "none", "--hardness", "1", "--stats"});
     ASSERT_EQ(run.status, 0) << run.errors;
     int width = 0;
     int height = 0;

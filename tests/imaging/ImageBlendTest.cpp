@@ -43,8 +43,8 @@ double Expected(const ilPixel& source, const ilPixel& dest, int c, const ImageBl
     return 255 * (cover * std::min(blended, 1.0) + (1 - cover) * d);
 }
 
-void ExpectBlend(const ilImage& result, const ilImage& before, const ilImage& source, const ilTile& tile, int sx, int sy,
-                 const ImageBlend& blend)
+void ExpectBlend(const ilImage& result, const ilImage& before, const ilImage& source, const ilTile& tile, int sx,
+                 int sy, const ImageBlend& blend)
 {
     for (int y = kArea.y; y < kArea.Bottom(); ++y)
         for (int x = kArea.x; x < kArea.Right(); ++x) {
@@ -55,10 +55,10 @@ void ExpectBlend(const ilImage& result, const ilImage& before, const ilImage& so
                 continue;
             }
             const ilPixel from = source.GetPixel(sx + x - tile.x, sy + y - tile.y);
-            const double cover = blend.coverage == nullptr
-                                     ? 1
-                                     : blend.coverage->GetPixel(x - blend.coverageX, y - blend.coverageY).GetComponent(0) /
-                                           255.0;
+            const double cover =
+                blend.coverage == nullptr
+                    ? 1
+                    : blend.coverage->GetPixel(x - blend.coverageX, y - blend.coverageY).GetComponent(0) / 255.0;
             for (int c = 0; c < got.GetNumChannels(); ++c)
                 ASSERT_NEAR(got.GetComponent(c), Expected(from, dest, c, blend, cover), 1.01)
                     << x << ", " << y << " channel " << c;

@@ -53,7 +53,8 @@ TEST(StampPainting, LooksTheSameWhereverThePageGridLies)
             other.set_stamp(MakeStamp());
             other.draw_stamp(At(32.25 + dx, 32.5 + dy, size, 0.8F));
             ilSmartImage back(*moved, -dx, -dy);
-            EXPECT_EQ(FirstDifference(*reference, back, {-100, -100, 260, 260}), "") << size << ": " << dx << ", " << dy;
+            EXPECT_EQ(FirstDifference(*reference, back, {-100, -100, 260, 260}), "")
+                << size << ": " << dx << ", " << dy;
         }
     }
 }
@@ -208,8 +209,8 @@ TEST(StampPainting, AStampOfNoEffectLeavesNoTrace)
     painter.blend_func(1, 7);
     painter.set_stamp(MakeStamp());
     const double nan = std::nan("");
-    for (const StampPlacement& placement :
-         {At(0, 0, 20, 0), At(nan, 0), At(0, HUGE_VAL), At(1e12, 0), At(0, 0, std::nanf("")), At(0, 0, 20, std::nanf(""))})
+    for (const StampPlacement& placement : {At(0, 0, 20, 0), At(nan, 0), At(0, HUGE_VAL), At(1e12, 0),
+                                            At(0, 0, std::nanf("")), At(0, 0, 20, std::nanf(""))})
         painter.draw_stamp(placement);
     painter.SetBrushClippingRect({});
     painter.draw_stamp(At(0, 0));
