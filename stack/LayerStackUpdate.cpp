@@ -128,6 +128,8 @@ void LayerStack::ComposeTile(const ilTile& tile, bool overlay, PaintOps& target)
     if (picture && memory != nullptr) {
         // Painting over a cleared tile is a copy, which also leaves alone what is blank and stays blank.
         CopyToMemory(*memory, tile, *picture);
+        // Pages that the composite still shares with the current layer would be copied by the stroke's next stamp.
+        picture->Clear();
     } else {
         target.blend_func(kFactorOne, kFactorZero);
         target.rect_fill(tile.x, tile.y, tile.nx, tile.ny, 0u);

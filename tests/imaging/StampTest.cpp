@@ -142,8 +142,11 @@ TEST(Stamp, FewPhasesAreMadeOfLargeSoftStamps)
     const auto countDistinct = [](float hardness, float radius) {
         const auto stamp = MakeStamp(hardness, radius);
         std::vector<qs::Reference<const StampCoverage>> seen;
-        for (int x = 0; x < 256; x += 4) {
-            const auto coverage = stamp->GetCoverage({x / 256.0, 0, radius}).coverage;
+        // Twice over: a large coverage is kept from its second use on.
+        for (int x = 0; x < 512; x += 4) {
+            const auto coverage = stamp->GetCoverage({x % 256 / 256.0, 0, radius}).coverage;
+            if (x == 256)
+                seen.clear();
             if (std::find(seen.begin(), seen.end(), coverage) == seen.end())
                 seen.push_back(coverage);
         }
