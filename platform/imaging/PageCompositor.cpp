@@ -64,8 +64,6 @@ public:
         const PageWriter writer(isWhole ? target_.PageForOverwriting(px, py) : target_.PageForWriting(px, py));
         uint8_t* out = writer.GetBytes() + PageOffset(part.x, part.y);
         for (size_t i = 0; i < active_.size(); ++i) {
-            if (i + 1 < active_.size())
-                Prefetch(active_[i + 1].page);
             if (i == 0 && isCopy)
                 CopyRows(out, first.page->GetBytes() + PageOffset(part.x, part.y), part);
             else {
@@ -128,16 +126,6 @@ private:
                 has = has || (!page.IsMissing() && page.GetPage()->GetContent() != PageContent::Transparent);
             });
         return has;
-    }
-
-    /// Asks for the next page while the present one is blended: worth a third of the time of a dense composite.
-    static void Prefetch(const Page* page)
-    {
-        if (page == nullptr || page->IsUniform())
-            return;
-        const uint8_t* bytes = page->GetBytes();
-        for (ptrdiff_t i = 0; i < kPageSize * kStride; i += 64)
-            __builtin_prefetch(bytes + i, 0, 2);
     }
 
     static void CopyRows(uint8_t* out, const uint8_t* in, const ilTile& part)
