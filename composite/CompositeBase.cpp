@@ -84,10 +84,15 @@ void CompositeBase::MendCache()
 
 void CompositeBase::ComposeInto(ilMIOImage& target, const ilTile& tile)
 {
+    ComposePages(target, tile, GatherSources(tile));
+}
+
+const qs::vector<CompositeSource>& CompositeBase::GatherSources(const ilTile& tile)
+{
     sources_.clear();
     if (IsShown())
         CollectSources(tile);
-    ComposePages(target, tile, sources_);
+    return sources_;
 }
 
 void CompositeBase::AppendSources(const ilTile& tile, qs::vector<CompositeSource>& sources)

@@ -40,6 +40,9 @@ public:
     /// Replaces `tile` of the four-channel `target` by this node's picture.
     virtual void ComposeInto(ilMIOImage& target, const ilTile& tile);
 
+    /// What makes up `tile`, bottom to top; none when the node is hidden. Borrowed, good until the next call.
+    const qs::vector<CompositeSource>& GatherSources(const ilTile& tile);
+
     /// Writes the node and its subtree to the debug output.
     virtual void DebugPrint() const;
 

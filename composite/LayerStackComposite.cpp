@@ -7,6 +7,7 @@
 #include "composite/CompositePort.h"
 #include "layers/Layer.h"
 #include "layers/LayerFolder.h"
+#include "platform/imaging/ilMemoryImg.h"
 
 #include <algorithm>
 #include <memory>
@@ -357,23 +358,34 @@ void LayerStackComposite::MakeComposite(LayerStack* stack, const ilTile* tile)
         currentComposite_->fillTile(area, ilPixel(kUnsignedByte, 4));
     if (shown.IsEmpty())
         return;
-    GroupAroundLive();
-    if (port.IsShowCurrentLayerOnly(stack))
-        ShowCurrentOnly(shown);
-    else
-        root_->ComposeInto(*currentComposite_, shown);
+    ComposePages(*currentComposite_, shown, GatherSources(stack, shown));
 }
 
-/// Composes the reference alone; a folder around it that is inactive hides it all the same.
-void LayerStackComposite::ShowCurrentOnly(const ilTile& tile)
+void LayerStackComposite::MakeCompositeIn(ilMemoryImg& target, LayerStack* stack, const ilTile& tile)
 {
+    const CompositePort& port = GetCompositePort();
+    const ilTile shown =
+        root_ == nullptr || port.CompositesSuspended(stack) ? ilTile() : ilTileIntersection(tile, port.GetSize(stack));
+    if (shown != tile)
+        target.fillTile(tile, ilPixel(kUnsignedByte, 4));
+    if (!shown.IsEmpty())
+        ComposePages(target, shown, GatherSources(stack, shown));
+}
+
+/// What makes up `tile` of the canvas. With the current layer alone shown, a folder around it that is inactive hides it
+/// all the same.
+qs::vector<CompositeSource> LayerStackComposite::GatherSources(LayerStack* stack, const ilTile& tile)
+{
+    GroupAroundLive();
+    if (!GetCompositePort().IsShowCurrentLayerOnly(stack))
+        return root_->GatherSources(tile);
     const qs::vector<CompositeBase*> path = FindNodes(liveRef_);
     qs::vector<CompositeSource> sources;
     const bool isShown =
         std::all_of(path.begin(), path.end(), [](const CompositeBase* node) { return node->IsShown(); });
     if (path.size() > 1 && isShown)
         path.back()->AppendSources(tile, sources);
-    ComposePages(*currentComposite_, tile, sources);
+    return sources;
 }
 
 // --- reference container ---

@@ -4,6 +4,7 @@
 #include "platform/base/Containers.h"
 #include "platform/base/Export.h"
 #include "platform/base/Reference.h"
+#include "platform/imaging/PageCompositor.h"
 #include "platform/imaging/ilSmartImage.h"
 #include "platform/imaging/ilTile.h"
 
@@ -78,6 +79,10 @@ public:
     /// Composes `tile` (canvas pixels) of the current composite and touches nothing else of it; null: all of it, in a
     /// new image. While composites are suspended the area becomes transparent.
     void MakeComposite(LayerStack* stack, const ilTile* tile);
+
+    /// Composes `tile` straight into a four-channel memory image of the canvas: the same pixels without the way through
+    /// the current composite, which stays as it is.
+    void MakeCompositeIn(ilMemoryImg& target, LayerStack* stack, const ilTile& tile);
     const qs::TempReference<ilSmartImage>& GetCurrentComposite() const { return currentComposite_; }
 
     /// Makes the overlay that is shown over the composite: the selection mask while it is used, and the visible masks
@@ -118,7 +123,7 @@ private:
     void ChangeLive(const PntHandle& ref);
     void GroupAroundLive();
     void BuildCacheOnPlain(LayerStack* stack, CompositeBase* node, bool useCached);
-    void ShowCurrentOnly(const ilTile& tile);
+    qs::vector<CompositeSource> GatherSources(LayerStack* stack, const ilTile& tile);
 
     qs::TempReference<ilSmartImage> currentComposite_;
     qs::TempReference<ilSmartImage> compositeMask_;

@@ -122,15 +122,13 @@ void LayerStack::UpdateImagePlaneBits(bool overlay, PaintOps* target)
 
 void LayerStack::ComposeTile(const ilTile& tile, bool overlay, PaintOps& target)
 {
-    composite_.MakeComposite(this, &tile);
-    const qs::TempReference<ilSmartImage> picture = composite_.GetCurrentComposite();
-    ilMemoryImg* memory = target.target_img()->AsMemory();
-    if (picture && memory != nullptr) {
-        // Painting over a cleared tile is a copy, which also leaves alone what is blank and stays blank.
-        CopyToMemory(*memory, tile, *picture);
-        // Pages that the composite still shares with the current layer would be copied by the stroke's next stamp.
-        picture->Clear();
+    if (ilMemoryImg* memory = target.target_img()->AsMemory()) {
+        // Painting over a cleared tile is storing it. Straight from the sources: a composite in between would share
+        // pages with the current layer, which the stroke's next stamp would then have to copy.
+        composite_.MakeCompositeIn(*memory, this, tile);
     } else {
+        composite_.MakeComposite(this, &tile);
+        const qs::TempReference<ilSmartImage> picture = composite_.GetCurrentComposite();
         target.blend_func(kFactorOne, kFactorZero);
         target.rect_fill(tile.x, tile.y, tile.nx, tile.ny, 0u);
         target.blend_func(kFactorOne, kFactorOneMinusSourceAlpha);

@@ -41,37 +41,43 @@ struct PageSource {
 /// Composes one page after another; scratch memory is kept between pages.
 class PageComposer {
 public:
-    PageComposer(ilMIOImage& target, const qs::vector<CompositeSource>& sources) : target_(target), sources_(sources)
+    explicit PageComposer(const qs::vector<CompositeSource>& sources) : sources_(sources)
     {
         active_.reserve(sources.size());
     }
 
     /// part: within the page (px, py).
-    void Compose(int px, int py, const ilTile& part)
+    void ComposeInto(ilMIOImage& target, int px, int py, const ilTile& part)
     {
         Gather(px, py, part);
         const bool isWhole = part.nx == kPageSize && part.ny == kPageSize;
         if (active_.empty()) {
-            target_.fillTile(part, ilPixel());
+            target.fillTile(part, ilPixel());
             return;
         }
-        const PageSource& first = active_.front();
-        const bool isCopy = first.page != nullptr && IsPlain(*first.source) && !first.hasStencil;
-        if (active_.size() == 1 && isCopy && isWhole) {
-            target_.SetPage(px, py, PagePtr(const_cast<Page*>(first.page)));  // shared: nobody writes it
+        if (const Page* only = GetOnlyPage(); only != nullptr && isWhole) {
+            target.SetPage(px, py, PagePtr(const_cast<Page*>(only)));  // shared: nobody writes it
             return;
         }
-        const PageWriter writer(isWhole ? target_.PageForOverwriting(px, py) : target_.PageForWriting(px, py));
-        uint8_t* out = writer.GetBytes() + PageOffset(part.x, part.y);
-        for (size_t i = 0; i < active_.size(); ++i) {
-            if (i == 0 && isCopy)
-                CopyRows(out, first.page->GetBytes() + PageOffset(part.x, part.y), part);
-            else {
-                if (i == 0)
-                    ClearRows(out, part);
-                Draw(active_[i], out, part);
-            }
+        const PageWriter writer(isWhole ? target.PageForOverwriting(px, py) : target.PageForWriting(px, py));
+        DrawAll(writer.GetBytes() + PageOffset(part.x, part.y), part);
+    }
+
+    /// The same for a memory image, through a scratch page that stays in the cache.
+    void ComposeInto(ilMemoryImg& target, int px, int py, const ilTile& part)
+    {
+        Gather(px, py, part);
+        if (active_.empty()) {
+            target.fillTile(part, ilPixel());
+            return;
         }
+        const Page* only = GetOnlyPage();
+        const uint8_t* in = (only != nullptr ? only->GetBytes() : scratch_) + PageOffset(part.x, part.y);
+        if (only == nullptr)
+            DrawAll(scratch_ + PageOffset(part.x, part.y), part);
+        uint8_t* out = target.WriteRows(part);
+        for (int y = 0; y < part.ny; ++y, in += kStride, out += target.GetStrideBytes())
+            std::memcpy(out, in, static_cast<size_t>(part.nx) * kChannels);
     }
 
 private:
@@ -99,6 +105,30 @@ private:
                 break;
         }
         std::reverse(active_.begin(), active_.end());
+    }
+
+    /// Whether the source is one page taken as it is.
+    static bool IsCopy(const PageSource& entry)
+    {
+        return entry.page != nullptr && IsPlain(*entry.source) && !entry.hasStencil;
+    }
+
+    /// The page that is the whole result; null when there is something to blend.
+    const Page* GetOnlyPage() const
+    {
+        return active_.size() == 1 && IsCopy(active_.front()) ? active_.front().page : nullptr;
+    }
+
+    /// Blends the sources into the rows of a page from pixel `part`'s first one on.
+    void DrawAll(uint8_t* out, const ilTile& part) const
+    {
+        const bool copiesFirst = IsCopy(active_.front());
+        if (copiesFirst)
+            CopyRows(out, active_.front().page->GetBytes() + PageOffset(part.x, part.y), part);
+        else
+            ClearRows(out, part);
+        for (size_t i = copiesFirst ? 1 : 0; i < active_.size(); ++i)
+            Draw(active_[i], out, part);
     }
 
     /// Whether unstored pixels show.
@@ -144,7 +174,7 @@ private:
             std::memset(out, 0, static_cast<size_t>(part.nx) * kChannels);
     }
 
-    void Draw(const PageSource& entry, uint8_t* out, const ilTile& part)
+    static void Draw(const PageSource& entry, uint8_t* out, const ilTile& part)
     {
         const CompositeSource& source = *entry.source;
         ImageBlend blend;
@@ -179,9 +209,9 @@ private:
             hide(rows + y * kStride, coverage + y * kPageSize, kernels::kFullWeight, part.nx);
     }
 
-    ilMIOImage& target_;
     const qs::vector<CompositeSource>& sources_;
     qs::vector<PageSource> active_;
+    alignas(64) uint8_t scratch_[kPagePixels * kChannels];
 };
 
 /// The pages of `tile` that any source stores, as one bitmap for each block of pages: what a sparse document costs is
@@ -235,53 +265,50 @@ private:
     std::pair<int, int> lastPlace_;
 };
 
+/// Composes every part of `tile` that any source shows; clearRest(isStored) clears what the target holds elsewhere.
+template <class Target, class ClearRest>
+void ComposeTile(Target& target, const ilTile& tile, const qs::vector<CompositeSource>& sources, ClearRest&& clearRest)
+{
+    PageComposer composer(sources);
+    const int64_t pages = (tile.Area() >> (2 * kPageShift)) + 1;
+    const bool isFilled = std::any_of(sources.begin(), sources.end(), [](const CompositeSource& source) {
+        return source.image->GetFillValue().GetPacked() != 0;
+    });
+    if (pages <= kPagesWalkedOneByOne || isFilled) {
+        ForEachPage(tile, [&](int px, int py, const ilTile& part) { composer.ComposeInto(target, px, py, part); });
+        return;
+    }
+    const StoredPages stored(tile, sources);
+    clearRest([&](int px, int py) { return stored.IsStored(px, py); });
+    stored.ForEach([&](int px, int py, const ilTile& part) { composer.ComposeInto(target, px, py, part); });
+}
+
 }  // namespace
 
 void ComposePages(ilMIOImage& target, const ilTile& tile, const qs::vector<CompositeSource>& sources)
 {
     if (tile.IsEmpty() || target.GetNumChannels() != kChannels)
         return;
-    PageComposer composer(target, sources);
-    const int64_t pages = (tile.Area() >> (2 * kPageShift)) + 1;
-    const bool isFilled = std::any_of(sources.begin(), sources.end(), [](const CompositeSource& source) {
-        return source.image->GetFillValue().GetPacked() != 0;
+    ComposeTile(target, tile, sources, [&](const auto& isStored) {
+        qs::vector<std::pair<int, int>> stale;
+        target.VisitPages(tile, [&](int px, int py, const Page&) {
+            if (!isStored(px, py))
+                stale.emplace_back(px, py);
+        });
+        for (const auto& [px, py] : stale)
+            target.fillTile(ilTileIntersection(tile, PageTile(px, py)), ilPixel());
     });
-    if (pages <= kPagesWalkedOneByOne || isFilled) {
-        ForEachPage(tile, [&](int px, int py, const ilTile& part) { composer.Compose(px, py, part); });
-        return;
-    }
-    const StoredPages stored(tile, sources);
-    qs::vector<std::pair<int, int>> stale;
-    target.VisitPages(tile, [&](int px, int py, const Page&) {
-        if (!stored.IsStored(px, py))
-            stale.emplace_back(px, py);
-    });
-    for (const auto& [px, py] : stale)
-        target.fillTile(ilTileIntersection(tile, PageTile(px, py)), ilPixel());
-    stored.ForEach([&](int px, int py, const ilTile& part) { composer.Compose(px, py, part); });
 }
 
-void CopyToMemory(ilMemoryImg& target, const ilTile& tile, const ilMIOImage& source)
+void ComposePages(ilMemoryImg& target, const ilTile& tile, const qs::vector<CompositeSource>& sources)
 {
-    if (target.GetNumChannels() != kChannels || source.GetNumChannels() != kChannels)
-        return;
     const ilTile inside = ilTileIntersection(tile, target.GetBounds());
-    const auto shows = [](const Page* page) {
-        return page != nullptr && page->GetContent() != PageContent::Transparent;
-    };
-    // What was written and has nothing to show any more is cleared; then what is stored is copied. Both cost what is
-    // there, so that a large blank canvas costs nothing.
-    target.VisitWrittenCells(inside, [&](int px, int py) {
-        if (!shows(source.ReadPage(px, py).GetPage()))
-            target.fillTile(ilTileIntersection(inside, PageTile(px, py)), ilPixel());
-    });
-    source.VisitPages(inside, [&](int px, int py, const Page& page) {
-        if (!shows(&page))
-            return;
-        const ilTile part = ilTileIntersection(inside, PageTile(px, py));
-        const uint8_t* in = page.GetBytes() + PageOffset(part.x, part.y);
-        uint8_t* out = target.WriteRows(part);
-        for (int y = 0; y < part.ny; ++y, in += kStride, out += target.GetStrideBytes())
-            std::memcpy(out, in, static_cast<size_t>(part.nx) * kChannels);
+    if (inside.IsEmpty() || target.GetNumChannels() != kChannels)
+        return;
+    ComposeTile(target, inside, sources, [&](const auto& isStored) {
+        target.VisitWrittenCells(inside, [&](int px, int py) {
+            if (!isStored(px, py))
+                target.fillTile(ilTileIntersection(inside, PageTile(px, py)), ilPixel());
+        });
     });
 }

@@ -5,6 +5,8 @@
 #include "platform/imaging/ilMIOImage.h"
 #include "platform/imaging/kernels/Kernels.h"
 
+class ilMemoryImg;
+
 /// One source of a composite: a four-channel image at an offset on the canvas.
 struct CompositeSource {
     const ilMIOImage* image = nullptr;  // borrowed
@@ -24,5 +26,7 @@ struct CompositeSource {
 /// result is the same as painting the sources one after the other over a transparent target.
 PAINTLAYER_EXPORT void ComposePages(ilMIOImage& target, const ilTile& tile, const qs::vector<CompositeSource>& sources);
 
-/// Copies `tile` of the paged four-channel `source` into the same place of a memory image (the image plane).
-PAINTLAYER_EXPORT void CopyToMemory(ilMemoryImg& target, const ilTile& tile, const ilMIOImage& source);
+/// The same for a memory image (the image plane), whose part of `tile` is replaced. What is blank and stays blank is
+/// not touched.
+PAINTLAYER_EXPORT void ComposePages(ilMemoryImg& target, const ilTile& tile,
+                                    const qs::vector<CompositeSource>& sources);
