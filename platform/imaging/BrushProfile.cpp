@@ -104,7 +104,7 @@ float LinearProfile::Evaluate(float t) const
 
 qs::Reference<LinearProfile> MakeProfile(const BrushProfile& profile, float radiusPx)
 {
-    static RecentProfiles recent;
+    static RecentProfiles& recent = *new RecentProfiles;  // never destroyed, as the stamp cache
     if (!(profile.hardness < 1))
         return recent.Get({1, BrushProfile::Falloff::Linear}, 1);
     const float pixels = radiusPx > 1 ? std::min(radiusPx, static_cast<float>(kMaxSteps)) : 1.0F;

@@ -134,10 +134,10 @@ qs::Reference<const StampCoverage> Stamp::MakeCoverage(uint64_t geometry) const
     if (maskBytes_)
         return MakeMaskCoverage(*maskBytes_, form);
     if (profile_ && !profile_->IsHard()) {
-        static SoftStampRasterizer soft;
+        static SoftStampRasterizer& soft = *new SoftStampRasterizer;  // never destroyed, as the stamp cache
         return soft.Make(*profile_, form);
     }
-    static HardStampRasterizer hard;
+    static HardStampRasterizer& hard = *new HardStampRasterizer;
     return hard.Make(form);
 }
 

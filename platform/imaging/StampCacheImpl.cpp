@@ -8,7 +8,8 @@ constexpr size_t kDefaultByteLimit = size_t{64} << 20;
 
 StampCacheImpl& StampCacheImpl::Get()
 {
-    static StampCacheImpl cache(kDefaultByteLimit);
+    // Never destroyed: a stroke still open at unload may yet stamp.
+    static StampCacheImpl& cache = *new StampCacheImpl(kDefaultByteLimit);
     return cache;
 }
 

@@ -16,7 +16,8 @@ constexpr int64_t kNsPerMs = 1'000'000;
 
 ClockPort& SystemClock()
 {
-    static ClockPort clock;
+    // Never destroyed: documents still open at unload take their last time stamps from it.
+    static ClockPort& clock = *new ClockPort;
     return clock;
 }
 
