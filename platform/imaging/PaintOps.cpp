@@ -222,6 +222,8 @@ void PaintOps::draw_stamp(const StampPlacement& placement)
     const ilTile tile = ilTileIntersection(placed.GetTile(), brushClip_);
     if (tile.IsEmpty())
         return;
+    // Before painting: when memory runs out half way, what was painted must show.
+    DamageTile(tile);
     const float opacity = std::min(placement.opacity, 1.0F);
     const StampPainter::Limits limits{tile, clipImage_.get(), clipX_, clipY_};
     const StampPainter painter(placed, limits);
@@ -238,7 +240,6 @@ void PaintOps::draw_stamp(const StampPlacement& placement)
     } else {
         painter.PaintColor(*target.image, target.lowBits, GetStampColor(opacity, false));
     }
-    DamageTile(tile);
     ++stampCount_;
     stampedPixels_ += static_cast<uint64_t>(tile.Area());
 }
