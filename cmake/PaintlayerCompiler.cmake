@@ -14,7 +14,10 @@ endif()
 
 find_program(PAINTLAYER_CCACHE ccache)
 if(PAINTLAYER_CCACHE AND PROJECT_IS_TOP_LEVEL AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
-    set(CMAKE_CXX_COMPILER_LAUNCHER "${PAINTLAYER_CCACHE}")
+    # The sloppiness is what ccache asks for when headers are precompiled.
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+        "${PAINTLAYER_CCACHE}")
 endif()
 
 if(PAINTLAYER_SANITIZE)
