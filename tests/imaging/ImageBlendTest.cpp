@@ -2,6 +2,7 @@
 
 #include "platform/imaging/ImageBlend.h"
 #include "platform/imaging/PageCompositor.h"
+#include "platform/imaging/PageWalk.h"
 #include "platform/imaging/PaintOps.h"
 #include "platform/imaging/ilMemoryImg.h"
 
@@ -169,6 +170,35 @@ TEST(PageCompositor, EqualsPaintingTheSourcesOneAfterTheOther)
         ComposePages(plane, kArea, sources);
         ComposePages(*target, kArea, sources);
         ASSERT_EQ(FirstDifference(plane, *target, plane.GetBounds()), "");
+    }
+}
+
+TEST(PageCompositor, ManyPagesAtOnceAreThePagesOneByOne)
+{
+    Random random(10);
+    for (int round = 0; round < 8; ++round) {
+        qs::vector<qs::Reference<ilSmartImage>> images;
+        qs::vector<CompositeSource> sources(static_cast<size_t>(random.Int(1, 14)));
+        for (CompositeSource& source : sources) {
+            images.push_back(MakeRandomImage(random, 4, 600));
+            for (int i = 0; i < 20; ++i)
+                images.back()->fillTile(random.Tile(-300, 300, 300), random.Premultiplied());
+            source.image = images.back().get();
+            source.x = random.OneIn(4) ? random.Int(-70, 70) : 64 * random.Int(-1, 1);
+            source.mode = random.OneIn(4) ? kBlendMultiply : kBlendNormal;
+            source.weight = random.OneIn(4) ? kernels::Weight{40000} : kernels::kFullWeight;
+        }
+        const ilTile area(-320, -320, 640 + random.Int(0, 9), 640);
+        ilSmartImage atOnce(ilPixel::Rgba(0, 0, 0, 0));
+        ilSmartImage byPage(ilPixel::Rgba(0, 0, 0, 0));
+        ilMemoryImg plane(645, 600, 4);
+        ilMemoryImg planeByPage(645, 600, 4);
+        ComposePages(atOnce, area, sources);
+        ComposePages(plane, plane.GetBounds(), sources);
+        ForEachPage(area, [&](int, int, const ilTile& part) { ComposePages(byPage, part, sources); });
+        ForEachPage(plane.GetBounds(), [&](int, int, const ilTile& part) { ComposePages(planeByPage, part, sources); });
+        ASSERT_EQ(FirstDifference(atOnce, byPage, area), "") << "round " << round;
+        ASSERT_EQ(FirstDifference(plane, planeByPage, plane.GetBounds()), "") << "round " << round;
     }
 }
 

@@ -62,6 +62,24 @@ TEST_P(SpanKernels, PaintOverRoundsExactly)
     }
 }
 
+TEST_P(SpanKernels, ComposingIsPaintingOneAfterTheOther)
+{
+    std::vector<std::vector<uint8_t>> pictures;
+    std::vector<const uint8_t*> sources;
+    for (unsigned i = 0; i < kernels::kMostSourcesComposed; ++i)
+        sources.push_back(pictures.emplace_back(RandomPixels(1000, 80 + i)).data());
+    for (int count = 1; count <= kernels::kMostSourcesComposed; ++count)
+        for (const int pixels : {1, 17, 63, 1000}) {
+            std::vector<uint8_t> expected = pictures.front();
+            for (int i = 1; i < count; ++i)
+                k.paintOver(expected.data(), sources[static_cast<size_t>(i)], pixels);
+            std::vector<uint8_t> result = pictures.front();
+            std::fill_n(result.begin(), 4 * pixels, uint8_t{9});
+            k.composeOver(result.data(), sources.data(), count, pixels);
+            ASSERT_EQ(result, expected) << count << " sources, " << pixels << " pixels";
+        }
+}
+
 TEST_P(SpanKernels, PaintingAndCopyingAgreeWithTheFormulas)
 {
     ExpectFormula(

@@ -42,6 +42,8 @@ struct StampBlock {
 /// The W3C blend functions work on one pair of spans with a weight on the source.
 using BlendModeSpan = void (*)(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 
+inline constexpr int kMostSourcesComposed = 4;
+
 struct KernelTable {
     const char* name;  // "baseline", "avx2", "avx512"
 
@@ -63,7 +65,10 @@ struct KernelTable {
     // --- spans ---
     /// dst = src + (1 - src alpha)·dst, RGBA; exactly rounded to nearest.
     void (*paintOver)(uint8_t* dst, const uint8_t* src, int count);
-    /// The same of weight·src.
+    /// dst = sources[0] with the others painted over it, bottom first, RGBA: the bytes of one after the other, without
+    /// the loads and stores in between. sourceCount: 1 to kMostSourcesComposed; sources[0] may be dst.
+    void (*composeOver)(uint8_t* dst, const uint8_t* const* sources, int sourceCount, int count);
+    /// The same as paintOver of weight·src.
     void (*paintOverWeighted)(uint8_t* dst, const uint8_t* src, Weight weight, int count);
     /// The same of weight·coverage·src.
     void (*paintOverCoverage)(uint8_t* dst, const uint8_t* src, const uint8_t* coverage, Weight weight, int count);

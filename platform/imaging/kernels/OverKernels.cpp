@@ -4,14 +4,50 @@
 
 namespace kernels::PAINTLAYER_KERNEL_NAMESPACE {
 
+namespace {
+
+/// Exact: (t + (t >> 8)) >> 8 of MulDiv255 is t·257 >> 16, and t stays below 65536.
+PAINTLAYER_KERNEL_INLINE Vec Over(const Vec& d, const Vec& s)
+{
+    const Wide shown = AlphaTimes1(SubSaturating(Splat8(255), s));
+    const Wide t = MulLow(Times1(d), shown) + Splat16(128);
+    return AddSaturating(s, Narrow(MulHigh(t, Splat16(257))));
+}
+
+template <int Count>
+void ComposeSources(uint8_t* dst, const uint8_t* const* sources, int bytes)
+{
+    int i = 0;
+    for (; i + kVecBytes <= bytes; i += kVecBytes) {
+        Vec sum = Load(sources[0] + i);
+        for (int k = 1; k < Count; ++k)
+            sum = Over(sum, Load(sources[k] + i));
+        Store(dst + i, sum);
+    }
+    if (i < bytes) {
+        Vec sum = LoadPart(sources[0] + i, bytes - i);
+        for (int k = 1; k < Count; ++k)
+            sum = Over(sum, LoadPart(sources[k] + i, bytes - i));
+        StorePart(dst + i, sum, bytes - i);
+    }
+}
+
+}  // namespace
+
 void PaintOver(uint8_t* dst, const uint8_t* src, int count)
 {
-    // Exact: (t + (t >> 8)) >> 8 of MulDiv255 is t·257 >> 16, and t stays below 65536.
-    ForSpans(dst, src, 4 * count, [](const Vec& d, const Vec& s) {
-        const Wide shown = AlphaTimes1(SubSaturating(Splat8(255), s));
-        const Wide t = MulLow(Times1(d), shown) + Splat16(128);
-        return AddSaturating(s, Narrow(MulHigh(t, Splat16(257))));
-    });
+    ForSpans(dst, src, 4 * count, Over);
+}
+
+void ComposeOver(uint8_t* dst, const uint8_t* const* sources, int sourceCount, int count)
+{
+    static_assert(kMostSourcesComposed == 4);
+    switch (sourceCount) {
+    case 1: return ComposeSources<1>(dst, sources, 4 * count);
+    case 2: return ComposeSources<2>(dst, sources, 4 * count);
+    case 3: return ComposeSources<3>(dst, sources, 4 * count);
+    default: return ComposeSources<4>(dst, sources, 4 * count);
+    }
 }
 
 void PaintOverWeighted(uint8_t* dst, const uint8_t* src, Weight weight, int count)

@@ -14,6 +14,7 @@ const KernelTable kTable = {
     .stampWet = StampWet,
     .stampWetCoverage = StampWetCoverage,
     .paintOver = PaintOver,
+    .composeOver = ComposeOver,
     .paintOverWeighted = PaintOverWeighted,
     .paintOverCoverage = PaintOverCoverage,
     .paintOverWeighted1 = PaintOverWeighted1,

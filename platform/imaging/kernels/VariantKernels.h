@@ -13,6 +13,7 @@ void StampWet(const StampBlock& block, const StampColor& color, Weight wetness);
 void StampWetCoverage(const StampBlock& block, const StampColor& color, Weight wetness);
 
 void PaintOver(uint8_t* dst, const uint8_t* src, int count);
+void ComposeOver(uint8_t* dst, const uint8_t* const* sources, int sourceCount, int count);
 void PaintOverWeighted(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 void PaintOverCoverage(uint8_t* dst, const uint8_t* src, const uint8_t* coverage, Weight weight, int count);
 void PaintOverWeighted1(uint8_t* dst, const uint8_t* src, Weight weight, int count);
