@@ -1,5 +1,6 @@
 // Composites of many full layers on 4096 × 4096: all of them, and one damaged square. The layers are dense (every
-// alpha from 1 to 254) or painted (12 soft discs each); PAINTLAYER_BENCH_FULL=1 adds 200 dense ones (14 GiB).
+// alpha from 1 to 254), painted (12 soft discs each) or faint (every alpha from 1 to 24: no number of them hides what
+// lies below; beyond eight they share their pages). PAINTLAYER_BENCH_FULL=1 adds 200 dense ones (14 GiB).
 
 #include "bench/BenchDocument.h"
 
@@ -24,12 +25,12 @@ uint32_t Premultiplied(uint32_t a, uint32_t r, uint32_t g, uint32_t b)
     return a << 24 | (a * b + 127) / 255 << 16 | (a * g + 127) / 255 << 8 | (a * r + 127) / 255;
 }
 
-void FillDense(uint32_t* pixels, int side, int layer)
+void FillDense(uint32_t* pixels, int side, int layer, int alphas)
 {
     const uint32_t red = static_cast<uint32_t>(37 * layer) & 255;
     for (int y = 0; y < side; ++y)
         for (int x = 0; x < side; ++x) {
-            const auto alpha = static_cast<uint32_t>(1 + (7 * x + 13 * y + 29 * layer) % 254);
+            const auto alpha = static_cast<uint32_t>(1 + (7 * x + 13 * y + 29 * layer) % alphas);
             *pixels++ =
                 Premultiplied(alpha, red, static_cast<uint32_t>(x >> 4) & 255, static_cast<uint32_t>(y >> 4) & 255);
         }
@@ -56,7 +57,18 @@ void FillPainted(uint32_t* pixels, int side, int layer)
     }
 }
 
-enum Kind : int64_t { kDense, kPainted };
+enum Kind : int64_t { kDense, kPainted, kFaint };
+const char* const kKindNames[] = {"dense", "painted", "faint"};
+constexpr int kDistinctFaint = 8;
+
+void Fill(ilMemoryImg& image, Kind kind, int layer)
+{
+    auto* pixels = reinterpret_cast<uint32_t*>(image.WriteRows(image.GetBounds()));
+    if (kind == kPainted)
+        FillPainted(pixels, image.GetWidth(), layer);
+    else
+        FillDense(pixels, image.GetWidth(), layer, kind == kDense ? 254 : 24);
+}
 
 /// A document with `count` layers, the middle one current; kept between benchmarks that use the same one.
 BenchDocument& GetDocument(Kind kind, int count)
@@ -70,19 +82,24 @@ BenchDocument& GetDocument(Kind kind, int count)
     document = std::make_unique<BenchDocument>(side, side);
     made = {kind, count};
     PaintCore.SuspendLayerStackComposites();
-    PntHandle middle = kNullHandle;
+    qs::vector<PntHandle> layers;
     for (int layer = 0; layer < count; ++layer) {
-        qs::Reference<ilMemoryImg> image(new ilMemoryImg(side, side, 4));
-        auto* pixels = reinterpret_cast<uint32_t*>(image->WriteRows(image->GetBounds()));
-        (kind == kDense ? FillDense : FillPainted)(pixels, side, layer);
-        const PntHandle added = PaintCore.AddLayer(image);
-        if (layer == count / 2)
-            middle = added;
+        qs::Reference<ilMemoryImg> image;
+        if (kind != kFaint || layer < kDistinctFaint) {
+            image.reset(new ilMemoryImg(side, side, 4));
+            Fill(*image, kind, layer);
+        }
+        layers.push_back(PaintCore.AddLayer(image));
+        if (!image) {
+            LayerStack& stack = document->GetStack();
+            const Layer* alike = stack.GetLayerFromHandle(layers[static_cast<size_t>(layer % kDistinctFaint)]);
+            stack.GetLayerFromHandle(layers.back())->SetImage(alike->GetImage()->Snapshot());
+        }
     }
     // Layers that hold nothing are dropped from their pages, as a host would after loading.
     for (const PntHandle& handle : PaintCore.GetLayerContainerHandles(kLayerModeImage, true))
         document->GetStack().GetLayerFromHandle(handle)->ShrinkBounds(true, true);
-    PaintCore.SetCurrentLayer(middle);
+    PaintCore.SetCurrentLayer(layers[layers.size() / 2]);
     PaintCore.ResumeLayerStackComposites();
     document->GetStack().RebuildAllAndRedrawEntireCanvas();
     return *document;
@@ -114,12 +131,11 @@ void BM_Damage256(benchmark::State& state)
 void Register()
 {
     const bool isFull = std::getenv("PAINTLAYER_BENCH_FULL") != nullptr;
-    for (const Kind kind : {kDense, kPainted})
+    for (const Kind kind : {kDense, kPainted, kFaint})
         for (const int layers : {3, 10, 50, 200}) {
             if (kind == kDense && layers == 200 && !isFull)
                 continue;
-            const std::string arguments =
-                std::string(kind == kDense ? "/dense/" : "/painted/") + std::to_string(layers);
+            const std::string arguments = std::string("/") + kKindNames[kind] + "/" + std::to_string(layers);
             benchmark::RegisterBenchmark(("BM_FullRecomposite" + arguments).c_str(), BM_FullRecomposite)
                 ->Args({kind, layers})
                 ->Unit(benchmark::kMillisecond);
