@@ -190,12 +190,8 @@ void PaintManager::FillLayer(const ilTile& area, const PaintColor& color, const 
         qs::Reference<UndoStep> step;
         if (recorder != nullptr)
             step = recorder->BeginStroke(GetCurrentLayerStack(handle), handle, stack, *filled, image);
-        const ilTile onLayer = ilTileMoved(onCanvas, -int64_t{filled->getXOffset()}, -int64_t{filled->getYOffset()});
-        const qs::TempReference<ilMIOImage> before = image->Snapshot();
-        if (!Attempt([&] { image->fillTile(onLayer, FillPixelOf(color, image->GetNumChannels())); })) {
-            image->ShareAllFrom(*before);  // no part of a fill stays when memory runs out on the way
-            return;
-        }
+        // No part of a fill stays when memory runs out on the way, and no step of it.
+        stack.FillLayer(handle, onCanvas, FillPixelOf(color, image->GetNumChannels()));
         if (step)
             recorder->Append(step);
 
