@@ -286,8 +286,9 @@ public:
     void AddToSelection(const ilTile& tile, bool rebuild);
     void SubtractFromSelection(const ilTile& tile, bool rebuild);
 
-    // --- selection by images (LayerStackSelectionImage.cpp); the image's pixel (0, 0) lies on canvas pixel (x, y). Of
-    // four channels the alpha counts, where not stated otherwise; null is an empty image ---
+    // --- selection by images (LayerStackSelectionImage.cpp); the image's pixel (0, 0) lies on canvas pixel (x, y),
+    // further than kMaxSelectionOffset away nothing happens. Of four channels the alpha counts, where not stated
+    // otherwise; null is an empty image ---
 
     /// Soft edges add up as 1 - (1 - a)(1 - b), subtract as a(1 - b), and intersect as ab. Adding never lowers a pixel,
     /// subtracting and intersecting never raise one. A missing selection mask is made first.
@@ -335,7 +336,7 @@ public:
 
     // --- the selection as a whole (LayerStackSelectionShape.cpp); nothing happens without a selection mask ---
 
-    /// The selected area in canvas pixels, cut to the canvas; empty when nothing is selected.
+    /// The bounds of the selection in canvas pixels, cut to the canvas; empty when nothing is selected.
     ilTile GetSelectionMaskBnd() const;
 
     /// Moves the selection, not the pixels under it. What leaves the canvas comes back with the opposite move. Further

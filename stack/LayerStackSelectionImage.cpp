@@ -9,9 +9,15 @@ namespace {
 /// The canvas pixels that an image with its (0, 0) at (x, y) can change.
 ilTile ReachOf(const ilMIOImage& image, int x, int y, const ilTile& canvas)
 {
-    constexpr ilTile kEverywhere(-(1 << 30), -(1 << 30), INT32_MAX, INT32_MAX);
-    const ilTile reach = image.GetFillValue().GetAlpha() == 0 ? image.GetBounds() : kEverywhere;
-    return ilTileIntersection(canvas, ilTileMoved(reach, x, y));
+    if (image.GetFillValue().GetAlpha() != 0)
+        return canvas;
+    return ilTileIntersection(canvas, ilTileMoved(image.GetBounds(), x, y));
+}
+
+bool IsPlace(int x, int y)
+{
+    constexpr int kFar = LayerStack::kMaxSelectionOffset;
+    return x >= -kFar && x <= kFar && y >= -kFar && y <= kFar;
 }
 
 /// target = target blended with the image, whose (0, 0) lies on the target's (x, y), within `tile`. sourceFactor: one
@@ -52,6 +58,8 @@ void LayerStack::BlendIntoSelection(const ilMIOImage& image, int x, int y, int s
 
 void LayerStack::AddToSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, bool rebuild)
 {
+    if (!IsPlace(x, y))
+        return;
     if (!selectionMask_)
         ClearSelectionMask(false);
     if (image)
@@ -60,6 +68,8 @@ void LayerStack::AddToSelection(const qs::TempReference<ilMIOImage>& image, int 
 
 void LayerStack::SubtractFromSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, bool rebuild)
 {
+    if (!IsPlace(x, y))
+        return;
     if (!selectionMask_)
         ClearSelectionMask(false);
     if (image)
@@ -68,6 +78,8 @@ void LayerStack::SubtractFromSelection(const qs::TempReference<ilMIOImage>& imag
 
 void LayerStack::IntersectSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, bool rebuild)
 {
+    if (!IsPlace(x, y))
+        return;
     if (!selectionMask_)
         ClearSelectionMask(false);
     // Taking away all that the image leaves out: a(1 - (1 - b)).
@@ -80,6 +92,8 @@ void LayerStack::IntersectSelection(const qs::TempReference<ilMIOImage>& image, 
 
 void LayerStack::CopyToSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, bool rebuild)
 {
+    if (!IsPlace(x, y))
+        return;
     if (!image || image->GetNumChannels() != 1) {
         std::printf("Can't copy a 1 channel image to the selection mask\n");
         ClearSelectionMask(false);
