@@ -273,7 +273,7 @@ public:
     void SetCurrentLayerOffset(int x, int y, int layerStack = kCurrentLayerStack);
 
     /// Stores a colour (on a mask or stencil its alpha, as coverage) in nx × ny canvas pixels of a layer, as far as
-    /// they lie on the canvas. Undone like a stroke.
+    /// they lie on the canvas and are selected. Undone like a stroke.
     void FillLayer(const ilTile& area, const PaintColor& color, const PntHandle& layer = kCurrentLayerHandle);
 
     // --- canvas ---
@@ -333,6 +333,46 @@ public:
     PaintColor GetMaskDefaultDisplayColor(int layerStack = kCurrentLayerStack) const;
     void SetMaskDefaultDisplayOpacity(float opacity, int layerStack = kCurrentLayerStack);
     float GetMaskDefaultDisplayOpacity(int layerStack = kCurrentLayerStack) const;
+
+    // --- what is selected (PaintManagerSelection.cpp); each as the operation of LayerStack of that name. The composite
+    // mask and the views follow at once. A stroke on the document ends ---
+
+    void FillSelectionMask(const ilTile& tile, int layerStack = kCurrentLayerStack);
+    void FillSelectionMask(int layerStack = kCurrentLayerStack);
+    void ClearSelectionMask(const ilTile& tile, int layerStack = kCurrentLayerStack);
+    void AddToSelection(const ilTile& tile, int layerStack = kCurrentLayerStack);
+    void SubtractFromSelection(const ilTile& tile, int layerStack = kCurrentLayerStack);
+
+    /// The image's pixel (0, 0) lies on canvas pixel (x, y).
+    void AddToSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, int layerStack = kCurrentLayerStack);
+    void SubtractFromSelection(const qs::TempReference<ilMIOImage>& image, int x, int y,
+                               int layerStack = kCurrentLayerStack);
+    void IntersectSelection(const qs::TempReference<ilMIOImage>& image, int x, int y,
+                            int layerStack = kCurrentLayerStack);
+    void CopyToSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, int layerStack = kCurrentLayerStack);
+    void CopyFromSelection(const qs::TempReference<ilMIOImage>& image, int layerStack = kCurrentLayerStack) const;
+    void FillSelectionMask(const qs::TempReference<ilMIOImage>& image, int layerStack = kCurrentLayerStack);
+    void ClearSelectionMask(const qs::TempReference<ilMIOImage>& image, int layerStack = kCurrentLayerStack);
+
+    void AddToSelection(const PntHandle& layer = kCurrentLayerHandle);
+    void SubtractFromSelection(const PntHandle& layer = kCurrentLayerHandle);
+    void CopyToSelection(const PntHandle& layer = kCurrentLayerHandle);
+    qs::TempReference<ilSmartImage> CopyFromSelection(const PntHandle& layer = kCurrentLayerHandle);
+
+    /// `count` canvas points, x and y in turn.
+    void LassoSelection(const float* points, int count, int layerStack = kCurrentLayerStack);
+    qs::TempReference<ilSmartImage> GetLassoImage(const float* points, int count, bool nonZero,
+                                                  int layerStack = kCurrentLayerStack) const;
+    bool SelectLasso(const float* points, int count, SelectionMode mode, FillRule rule,
+                     int layerStack = kCurrentLayerStack);
+
+    void MoveSelection(int dx, int dy, int layerStack = kCurrentLayerStack);
+    void InvertSelection(int layerStack = kCurrentLayerStack);
+    void GrowSelection(int pixels, int layerStack = kCurrentLayerStack);
+    void FeatherSelection(float radius, int layerStack = kCurrentLayerStack);
+
+    /// Untouched without a document.
+    void GetSelectionMaskBnd(ilTile& bounds, int layerStack = kCurrentLayerStack) const;
 
 private:
     void CloseCurrentLayerStack(bool recordUndo);

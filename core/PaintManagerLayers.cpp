@@ -178,8 +178,7 @@ void PaintManager::FillLayer(const ilTile& area, const PaintColor& color, const 
         const ilTile onCanvas = ilTileIntersection(area, stack.GetSize());
         if (!image || onCanvas.IsEmpty())
             return false;
-        const ilTile onLayer = ilTileMoved(onCanvas, -int64_t{filled->getXOffset()}, -int64_t{filled->getYOffset()});
-        image->fillTile(onLayer, FillPixelOf(color, image->GetNumChannels()));
+        stack.FillLayer(filled->GetLayerContainerHandle(), onCanvas, FillPixelOf(color, image->GetNumChannels()));
         stack.LayerContentChanged(*filled, {onCanvas}, false);
         stack.ForceUpdate();
         CallHost(callbacks_.LayerImageChangedCB, filled->GetLayerContainerHandle());

@@ -8,12 +8,15 @@
 #include "platform/imaging/DamageControl.h"
 #include "platform/imaging/PaintColor.h"
 #include "platform/imaging/PaintOps.h"
+#include "platform/imaging/PolygonRasterizer.h"
 #include "platform/imaging/Symmetry.h"
 #include "platform/imaging/ilMemoryImg.h"
 #include "platform/imaging/ilSmartImage.h"
+#include "stack/SelectionMode.h"
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 class LayerStackView;
@@ -245,7 +248,8 @@ public:
     Layer* GetSelectionMask() const { return selectionMask_.get(); }
     void SetSelectionMask(Layer* mask);
 
-    /// Makes a new, empty, inactive selection mask; `rebuild` remakes the composite mask at once.
+    /// Makes a new, empty, inactive selection mask, which keeps the handle of the one before; `rebuild` remakes the
+    /// composite mask and shows it at once.
     void ClearSelectionMask(bool rebuild);
 
     void SetSelectionMaskActive(bool active);
@@ -264,6 +268,97 @@ public:
     void SetSelectionDefaultDisplayOpacity(float opacity);
     PaintColor GetSelectionDefaultDisplayColor() const { return selectionDisplayColor_; }
     void SetSelectionDefaultDisplayColor(const PaintColor& color);
+
+    // --- what is selected. Nothing outside the canvas is changed, and painting follows at once. With `rebuild` the
+    // composite mask and the views follow at once as well, else at the next update. A selection that is made anew is
+    // inactive until SetSelectionMaskActive, unless stated. Throws std::bad_alloc, with the selection unchanged. ---
+
+    // --- selection by rectangles (LayerStackSelectionRect.cpp) ---
+
+    /// Exactly the tile, or the whole canvas.
+    void FillSelectionMask(const ilTile& tile, bool rebuild);
+    void FillSelectionMask(bool rebuild);
+
+    /// Everything but the tile.
+    void ClearSelectionMask(const ilTile& tile, bool rebuild);
+
+    /// Nothing happens without a selection mask.
+    void AddToSelection(const ilTile& tile, bool rebuild);
+    void SubtractFromSelection(const ilTile& tile, bool rebuild);
+
+    // --- selection by images (LayerStackSelectionImage.cpp); the image's pixel (0, 0) lies on canvas pixel (x, y),
+    // further than kMaxSelectionOffset away nothing happens. Of four channels the alpha counts, where not stated
+    // otherwise; null is an empty image ---
+
+    /// Soft edges add up as 1 - (1 - a)(1 - b), subtract as a(1 - b), and intersect as ab. Adding never lowers a pixel,
+    /// subtracting and intersecting never raise one. A missing selection mask is made first.
+    void AddToSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, bool rebuild);
+    void SubtractFromSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, bool rebuild);
+    void IntersectSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, bool rebuild);
+
+    /// Makes a copy of a one-channel image the selection, active and in the display colour and opacity of the one
+    /// before; other images, and null, clear it and are told of on standard output.
+    void CopyToSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, bool rebuild);
+
+    /// Copies the selection into a one-channel image, over GetSelMaskBounds(); nothing from an empty one.
+    void CopyFromSelection(const qs::TempReference<ilMIOImage>& image) const;
+
+    /// Nothing but the image, and everything but it, from canvas pixel (0, 0) on.
+    void FillSelectionMask(const qs::TempReference<ilMIOImage>& image, bool rebuild);
+    void ClearSelectionMask(const qs::TempReference<ilMIOImage>& image, bool rebuild);
+
+    /// The same of a layer's image where it lies.
+    void AddToSelection(Layer* layer, bool rebuild);
+    void SubtractFromSelection(Layer* layer, bool rebuild);
+    void CopyToSelection(Layer* layer, bool rebuild);
+    void AddToSelection(const PntHandle& layer, bool rebuild);
+    void SubtractFromSelection(const PntHandle& layer, bool rebuild);
+    void CopyToSelection(const PntHandle& layer, bool rebuild);
+
+    /// What the layer shows at full opacity, stencils applied, within the bounds of the selection: an image of its own
+    /// in canvas coordinates. Null without a layer or with an empty selection.
+    qs::TempReference<ilSmartImage> CopyFromSelection(Layer* layer);
+    qs::TempReference<ilSmartImage> CopyFromSelection(const PntHandle& layer);
+
+    // --- selection by a lasso (LayerStackLasso.cpp): `count` canvas points, x and y in turn, closed from the last to
+    // the first. A NaN or an infinity refuses it ---
+
+    /// The polygon as a one-channel image in canvas coordinates, cut to the canvas, with exact coverage at its edges.
+    /// nonZero: what it winds around is inside, so that a loop over itself leaves no hole; else, by the even-odd rule,
+    /// it does. Fewer than three points give an empty image; a refused lasso, null.
+    qs::TempReference<ilSmartImage> GetLassoImage(const float* points, int count, bool nonZero) const;
+
+    /// Takes the non-zero polygon away from the selection, which becomes active.
+    void LassoSelection(const float* points, int count);
+
+    /// Combines the polygon with the selection, which becomes active. False, with nothing changed, when refused.
+    bool SelectLasso(const float* points, int count, SelectionMode mode, FillRule rule);
+
+    // --- the selection as a whole (LayerStackSelectionShape.cpp); nothing happens without a selection mask ---
+
+    /// The bounds of the selection in canvas pixels, cut to the canvas; empty when nothing is selected.
+    ilTile GetSelectionMaskBnd() const;
+
+    /// Moves the selection, not the pixels under it. What leaves the canvas comes back with the opposite move. Further
+    /// than kMaxSelectionOffset from its place it does not go: nothing happens.
+    void MoveSelection(int dx, int dy, bool rebuild);
+    static constexpr int kMaxSelectionOffset = 1 << 30;
+
+    void InvertSelection(bool rebuild);
+
+    /// Widens the selection by a disc of that many pixels, or narrows it by minus as many, from -kMaxGrowPx to
+    /// kMaxGrowPx. The edge of the canvas is no edge of the selection.
+    void GrowSelection(int pixels, bool rebuild);
+
+    /// Softens the selection's edge over about `radius` pixels on both sides, above 0 to kMaxBlurPx.
+    void FeatherSelection(float radius, bool rebuild);
+
+    // --- fills (LayerStackFill.cpp) ---
+
+    /// Stores a pixel of the layer's channels in the tile's canvas pixels of a layer: a used selection decides how much
+    /// of it. A transparent pixel clears. False, with nothing changed, without such a layer or area. Not redrawn.
+    /// Throws std::bad_alloc, with nothing changed.
+    bool FillLayer(const PntHandle& handle, const ilTile& tile, const ilPixel& pixel);
 
     // --- masks and stencils (LayerStackMasks.cpp) ---
 
@@ -413,6 +508,14 @@ private:
     void RememberCurrentInFolder();
     void ResetCurrentPainter();  // without a clipping image
     void UpdatePainterClip();
+
+    // The selection.
+    qs::Reference<Layer> NewSelectionMask(const qs::Reference<ilSmartImage>& image) const;
+    void ReplaceSelection(const qs::Reference<ilSmartImage>& image);
+    void EditSelection(const ilTile& onCanvas, bool rebuild, const std::function<void(ilMIOImage& mask)>& edit);
+    void BlendIntoSelection(const ilMIOImage& image, int x, int y, int sourceFactor, bool rebuild);
+    void ShowSelection(bool rebuild);
+    ilTile OnSelection(const ilTile& onCanvas) const;  // in the selection mask's coordinates
 
     // What follows from a change: caches, damage, redraw.
     void MarkTreeStale();

@@ -27,18 +27,68 @@ void LayerStack::SetSelectionMask(Layer* mask)
     UpdatePainterClip();
 }
 
-void LayerStack::ClearSelectionMask(bool rebuild)
+/// A selection mask over the image in the default colours, shown as layers are, with the handle of the one before:
+/// whoever named the selection finds it again.
+qs::Reference<Layer> LayerStack::NewSelectionMask(const qs::Reference<ilSmartImage>& image) const
 {
-    const qs::Reference<ilSmartImage> image(new ilSmartImage(ilPixel(kUnsignedByte, 1)));
     const qs::Reference<Layer> mask(new Layer(image, {}, kLayerModeMask, kLayerTypeRaster, 0, 0));
+    if (selectionMask_)
+        mask->SetLayerContainerHandle(selectionMask_->GetLayerContainerHandle());
     mask->SetLayerContainerName("Marquee");
     mask->SetMaskColor(selectionDisplayColor_);
     mask->SetMaskDisplayOpacity(selectionDisplayOpacity_);
+    return mask;
+}
+
+void LayerStack::ReplaceSelection(const qs::Reference<ilSmartImage>& image)
+{
+    const qs::Reference<Layer> mask = NewSelectionMask(image);
     mask->SetVisible(false);
     SetSelectionMask(mask.get());
     SetSelectionMaskActive(false);
+}
+
+void LayerStack::ClearSelectionMask(bool rebuild)
+{
+    ReplaceSelection(new ilSmartImage(ilPixel::Coverage(0)));
     if (rebuild)
         RebuildCompositeMask();
+    ShowSelection(rebuild);
+}
+
+/// Lets `edit` change the selection mask's image within `onCanvas`, or leaves it as it is when that fails.
+void LayerStack::EditSelection(const ilTile& onCanvas, bool rebuild, const std::function<void(ilMIOImage& mask)>& edit)
+{
+    if (selectionMask_->InProxy())
+        EndProxy();
+    ilMIOImage& mask = *selectionMask_->GetImage();
+    const qs::Reference<ilMIOImage> before = mask.Snapshot();
+    try {
+        edit(mask);
+    } catch (...) {
+        mask.ShareAllFrom(*before);
+        throw;
+    }
+    maskIsStale_ = true;
+    if (isSelectionMaskActive())
+        DamageTile(ilTileIntersection(onCanvas, size_));
+    UpdatePainterClip();  // a selection begins, or ends, to be used with its first pixel
+    ShowSelection(rebuild);
+}
+
+void LayerStack::ShowSelection(bool rebuild)
+{
+    if (!rebuild)
+        return;
+    if (isSelectionMaskUsed())
+        RebuildCompositeMask();
+    if (canvasDamage_.anyDamaged())
+        ForceUpdate();
+}
+
+ilTile LayerStack::OnSelection(const ilTile& onCanvas) const
+{
+    return ilTileMoved(onCanvas, -int64_t{selectionMask_->getXOffset()}, -int64_t{selectionMask_->getYOffset()});
 }
 
 void LayerStack::SetSelectionMaskActive(bool active)

@@ -15,6 +15,15 @@ constexpr ptrdiff_t PageOffset(int x, int y, int channels)
     return (ptrdiff_t{PageOffsetOf(y)} * kPageSize + PageOffsetOf(x)) * channels;
 }
 
+/// Stores `count` times the value, one or four bytes each.
+void FillPixels(uint8_t* row, const ilPixel& value, int count)
+{
+    const uint32_t packed = value.GetPacked();
+    const size_t bytes = static_cast<size_t>(value.GetNumChannels());
+    for (int x = 0; x < count; ++x)
+        std::memcpy(row + static_cast<size_t>(x) * bytes, &packed, bytes);
+}
+
 /// Rows of a piece that lies within one page of both images.
 struct Rows {
     uint8_t* target = nullptr;
@@ -91,7 +100,7 @@ private:
         const PageContent content = page->GetContent();
         if (content == PageContent::Transparent && keepsUnderZero_)
             return;
-        if (TrySharing(piece, page, content))
+        if (TrySharing(piece, page, content) || TrySettling(piece, content))
             return;
         BlendInto(piece,
                   page->GetBytes() +
@@ -116,6 +125,24 @@ private:
                 return false;
         }
         target->SetPage(px, py, PagePtr(const_cast<Page*>(page)));  // sharing counts it, nobody writes it
+        return true;
+    }
+
+    /// Coverage that no addition can raise, or no subtraction lower, stays; a whole page that is erased is dropped.
+    bool TrySettling(const ilTile& piece, PageContent content)
+    {
+        ilMIOImage* target = target_.AsPaged();
+        const bool erases = blend_.IsPlainErase();
+        if (target == nullptr || channels_ != 1 || !(erases || blend_.IsPlainOver()))
+            return false;
+        const int px = PageIndexOf(piece.x);
+        const int py = PageIndexOf(piece.y);
+        if (target->GetContentOf(piece) == (erases ? PageContent::Transparent : PageContent::Opaque))
+            return true;
+        const bool isWholePage = piece.nx == kPageSize && piece.ny == kPageSize;
+        if (content != PageContent::Opaque || !isWholePage || blend_.alphaWeight != kernels::kFullWeight)
+            return false;
+        target->SetPageUniform(px, py, erases ? 0 : 255);
         return true;
     }
 
@@ -186,9 +213,7 @@ void BlendColorThrough(ilImage& target, const ilTile& tile, const ilImage& cover
     blend.alphaWeight = weight;
     const RowBlender blender(4, blend);
     uint8_t colorRow[kPageSize * 4];
-    const uint32_t packed = color.GetPacked();
-    for (int x = 0; x < kPageSize; ++x)
-        std::memcpy(colorRow + 4 * x, &packed, 4);
+    FillPixels(colorRow, color, kPageSize);
     const ilTile inside = target.AsMemory() != nullptr ? ilTileIntersection(tile, target.GetBounds()) : tile;
     ForEachCoveredPiece(inside, coverage, dx, dy, [&](const ilTile& piece) {
         uint8_t rows[kPagePixels];
@@ -233,4 +258,42 @@ void HideThrough(ilMIOImage& target, const ilTile& tile, const ilMIOImage& cover
     target.VisitPages(tile, [&](int px, int py, const Page&) { stored.emplace_back(px, py); });
     for (const auto& [px, py] : stored)
         hideWithin(px, py, ilTileIntersection(tile, PageTile(px, py)));
+}
+
+void FillThrough(ilMIOImage& target, const ilTile& tile, const ilPixel& value, const ilMIOImage& coverage,
+                 int coverageX, int coverageY)
+{
+    const int channels = target.GetNumChannels();
+    if (value.GetNumChannels() != channels || coverage.GetNumChannels() != 1 || tile.IsEmpty())
+        return;
+    const int64_t dx = int64_t{coverageX} - tile.x;
+    const int64_t dy = int64_t{coverageY} - tile.y;
+    ImageBlend copy;
+    copy.destinationFactor = kFactorZero;
+    const RowBlender blender(channels, copy);
+    uint8_t row[kPageSize * 4];
+    FillPixels(row, value, kPageSize);
+    const bool isFillValue = value == target.GetFillValue();
+    const PagePtr whole = isFillValue ? PagePtr() : PagePtr(Page::NewUniform(channels, value.GetPacked()));
+    const bool isSparse = coverage.GetFillValue().GetPacked() == 0;
+    const ilTile reach = isSparse ? ilTileIntersection(tile, ilTileMoved(coverage.GetBounds(), -dx, -dy)) : tile;
+    ForEachPage(reach, [&](int px, int py, const ilTile& part) {
+        const ilTile inCoverage = ilTileMoved(part, dx, dy);
+        const PageContent content = coverage.GetContentOf(inCoverage);
+        if (content == PageContent::Transparent)
+            return;
+        if (content == PageContent::Opaque) {
+            if (part.nx == kPageSize && part.ny == kPageSize)
+                target.SetPage(px, py, whole);
+            else
+                target.fillTile(part, value);
+            return;
+        }
+        uint8_t covered[kPagePixels];
+        coverage.ReadTile(inCoverage, covered, kPageSize);
+        const PageWriter writer = target.WritePage(px, py);
+        uint8_t* out = writer.GetBytes() + PageOffset(part.x, part.y, channels);
+        for (int y = 0; y < part.ny; ++y, out += ptrdiff_t{kPageSize} * channels)
+            blender.Blend(out, row, covered + y * kPageSize, part.nx);
+    });
 }

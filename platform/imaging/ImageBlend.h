@@ -23,6 +23,11 @@ struct ImageBlend {
         return sourceFactor == kFactorOne && destinationFactor == kFactorOneMinusSourceAlpha && mode == kBlendNormal &&
                colorWeight == kernels::kFullWeight && coverage == nullptr;
     }
+    bool IsPlainErase() const
+    {
+        return sourceFactor == kFactorZero && destinationFactor == kFactorOneMinusSourceAlpha && mode == kBlendNormal &&
+               coverage == nullptr;
+    }
     bool IsPlainCopy() const
     {
         return sourceFactor == kFactorOne && destinationFactor == kFactorZero && coverage == nullptr &&
@@ -34,6 +39,12 @@ struct ImageBlend {
 /// and transparent pages cost nothing, pages that end up as the source's are shared.
 PAINTLAYER_EXPORT void BlendImage(ilImage& target, const ilTile& tile, const ilImage& source, int sourceX, int sourceY,
                                   const ImageBlend& blend);
+
+/// Moves the pixels of `target` within `tile` to `value` by the one-channel `coverage`, whose pixel (coverageX,
+/// coverageY) meets the tile's first one: (1 - coverage)·target + coverage·value, rounded once. Pages that the coverage
+/// leaves out cost nothing, pages that it covers in full share one page of the value.
+PAINTLAYER_EXPORT void FillThrough(ilMIOImage& target, const ilTile& tile, const ilPixel& value,
+                                   const ilMIOImage& coverage, int coverageX, int coverageY);
 
 /// Draws `color` (premultiplied, four channels) into `tile` of the four-channel `target` through the one-channel
 /// `coverage`, whose pixel (coverageX, coverageY) meets the tile's first one. Paints over.

@@ -1,22 +1,32 @@
 #include "platform/imaging/PageDirectory.h"
 
-PageBlock* PageDirectory::FindForWriting(int bx, int by)
+PageDirectory::Slot& PageDirectory::SlotForWriting(int bx, int by)
 {
     if (2 * (used_ + 1) > slots_.size())
         Grow();
-    for (size_t i = HashOf(bx, by) & (slots_.size() - 1);; i = (i + 1) & (slots_.size() - 1)) {
-        Slot& slot = slots_[i];
-        if (!slot.block) {
-            slot = {bx, by, qs::Reference<PageBlock>(new PageBlock)};
-            ++used_;
-            return slot.block.get();
-        }
-        if (slot.bx == bx && slot.by == by) {
-            if (slot.block->GetRefCount() > 1)
-                slot.block = qs::Reference<PageBlock>(new PageBlock(*slot.block));
-            return slot.block.get();
-        }
+    size_t i = HashOf(bx, by) & (slots_.size() - 1);
+    while (slots_[i].block && (slots_[i].bx != bx || slots_[i].by != by))
+        i = (i + 1) & (slots_.size() - 1);
+    return slots_[i];
+}
+
+PageBlock* PageDirectory::FindForWriting(int bx, int by)
+{
+    Slot& slot = SlotForWriting(bx, by);
+    if (!slot.block) {
+        slot = {bx, by, qs::Reference<PageBlock>(new PageBlock)};
+        ++used_;
+    } else if (slot.block->GetRefCount() > 1) {
+        slot.block = qs::Reference<PageBlock>(new PageBlock(*slot.block));
     }
+    return slot.block.get();
+}
+
+void PageDirectory::SetBlock(int bx, int by, qs::Reference<PageBlock> block)
+{
+    Slot& slot = SlotForWriting(bx, by);
+    used_ += slot.block ? 0 : 1;
+    slot = {bx, by, std::move(block)};
 }
 
 void PageDirectory::Grow()

@@ -50,6 +50,9 @@ public:
     /// The block for writing: made when missing, copied when shared.
     PageBlock* FindForWriting(int bx, int by);
 
+    /// Puts a block in the place of the one there, shared; not null.
+    void SetBlock(int bx, int by, qs::Reference<PageBlock> block);
+
     bool IsEmpty() const { return used_ == 0; }
     const std::vector<Slot>& GetSlots() const { return slots_; }  // in no order; free ones have no block
 
@@ -60,6 +63,7 @@ private:
         return static_cast<size_t>((key * 0x9E3779B97F4A7C15u) >> 32);
     }
     void Grow();
+    Slot& SlotForWriting(int bx, int by);  // a free one is taken, its block still null
 
     std::vector<Slot> slots_;  // open addressing, a power of two, at most half full
     size_t used_ = 0;

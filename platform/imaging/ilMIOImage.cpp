@@ -2,7 +2,30 @@
 
 #include "platform/imaging/PageWalk.h"
 
+#include <algorithm>
 #include <cstring>
+
+namespace {
+
+constexpr int kBlockPixels = kBlockSize * kPageSize;
+
+ilTile BlockTile(int bx, int by)
+{
+    return {bx * kBlockPixels, by * kBlockPixels, kBlockPixels, kBlockPixels};
+}
+
+/// The whole blocks within `tile`.
+ilTile WholeBlocksOf(const ilTile& tile)
+{
+    constexpr int64_t kMask = kBlockPixels - 1;
+    const int64_t left = (tile.x + kMask) & ~kMask;
+    const int64_t top = (tile.y + kMask) & ~kMask;
+    const int64_t right = tile.Right() & ~kMask;
+    const int64_t bottom = tile.Bottom() & ~kMask;
+    return left < right && top < bottom ? ilTileFromEdges(left, top, right, bottom) : ilTile();
+}
+
+}  // namespace
 
 ilMIOImage::ilMIOImage(const ilPixel& fill) : ilImage(fill) {}
 
@@ -129,13 +152,12 @@ PageBlock* ilMIOImage::BlockForWriting(int px, int py)
     return cachedBlock_;
 }
 
-void ilMIOImage::GrowTightBounds(int px, int py)
+void ilMIOImage::GrowTightBounds(const ilTile& pages)
 {
-    const ilTile tile = PageTile(px, py);
-    if (hasTightBounds_ && !bounds_.Contains(tile))
-        bounds_ = ilTileUnion(bounds_, tile);
-    if (pageBoundsKnown_ && !pageBounds_.Contains(tile))
-        pageBounds_ = ilTileUnion(pageBounds_, tile);
+    if (hasTightBounds_ && !bounds_.Contains(pages))
+        bounds_ = ilTileUnion(bounds_, pages);
+    if (pageBoundsKnown_ && !pageBounds_.Contains(pages))
+        pageBounds_ = ilTileUnion(pageBounds_, pages);
 }
 
 Page* ilMIOImage::PageForWriting(int px, int py)
@@ -147,12 +169,12 @@ Page* ilMIOImage::PageForWriting(int px, int py)
         made->GetBytes();  // the memory now, so that running out of it leaves the image as it is
         slot = made;
         ++block->count;
-        GrowTightBounds(px, py);
+        GrowTightBounds(PageTile(px, py));
     } else if (slot->IsShared()) {
         slot = PagePtr(Page::NewCopy(*slot.get()));
     }
     if (hasTightBounds_ && !bounds_.Contains(PageTile(px, py)))
-        GrowTightBounds(px, py);
+        GrowTightBounds(PageTile(px, py));
     return slot.get();
 }
 
@@ -165,7 +187,7 @@ Page* ilMIOImage::PageForOverwriting(int px, int py)
         block->count += slot ? 0 : 1;
         slot = std::move(made);
     }
-    GrowTightBounds(px, py);
+    GrowTightBounds(PageTile(px, py));
     return slot.get();
 }
 
@@ -177,7 +199,7 @@ void ilMIOImage::SetPage(int px, int py, PagePtr page)
     PagePtr& slot = block->pages[PageBlock::SlotOf(px, py)];
     block->count += (page ? 1 : 0) - (slot ? 1 : 0);
     if (page)
-        GrowTightBounds(px, py);
+        GrowTightBounds(PageTile(px, py));
     else
         pageBoundsKnown_ = false;
     slot = std::move(page);
@@ -191,26 +213,96 @@ void ilMIOImage::SetPageUniform(int px, int py, uint32_t packedValue)
         SetPage(px, py, PagePtr(Page::NewUniform(GetNumChannels(), packedValue)));
 }
 
+PageContent ilMIOImage::GetContentOf(const ilTile& tile) const
+{
+    const PageContent unstored = fill_.GetPacked() == 0    ? PageContent::Transparent
+                                 : fill_.GetAlpha() == 255 ? PageContent::Opaque
+                                                           : PageContent::Mixed;
+    PageContent all = PageContent::Unknown;
+    ForEachPage(tile, [&](int px, int py, const ilTile&) {
+        const Page* page = FindPage(px, py);
+        const PageContent content = page != nullptr ? page->GetContent() : unstored;
+        all = all == PageContent::Unknown || all == content ? content : PageContent::Mixed;
+    });
+    return all;
+}
+
+/// Stores one shared block of one shared page in all whole blocks of `tile`, and says which pixels these are.
+ilTile ilMIOImage::FillBlocks(const ilTile& tile, const PagePtr& uniform)
+{
+    const ilTile whole = WholeBlocksOf(tile);
+    if (whole.IsEmpty())
+        return whole;
+    const qs::Reference<PageBlock> block(new PageBlock);
+    std::fill(std::begin(block->pages), std::end(block->pages), uniform);
+    block->count = kBlockPages;
+    PageDirectory& directory = DirectoryForWriting();
+    ForgetCache();
+    hasChanged_ = true;
+    GrowTightBounds(whole);
+    for (int64_t y = whole.y; y < whole.Bottom(); y += kBlockPixels)
+        for (int64_t x = whole.x; x < whole.Right(); x += kBlockPixels)
+            directory.SetBlock(static_cast<int>(x / kBlockPixels), static_cast<int>(y / kBlockPixels), block);
+    return whole;
+}
+
+/// Drops all pages of the blocks that lie within `tile`.
+void ilMIOImage::ClearBlocks(const ilTile& tile)
+{
+    qs::vector<std::pair<int, int>> blocks;
+    if (directory_ != nullptr)
+        for (const PageDirectory::Slot& slot : directory_->GetSlots())
+            if (slot.block && slot.block->count > 0 && tile.Contains(BlockTile(slot.bx, slot.by)))
+                blocks.emplace_back(slot.bx, slot.by);
+    if (blocks.empty())
+        return;
+    const qs::Reference<PageBlock> blank(new PageBlock);
+    PageDirectory& directory = DirectoryForWriting();
+    ForgetCache();
+    hasChanged_ = true;
+    pageBoundsKnown_ = false;
+    for (const auto& [bx, by] : blocks)
+        directory.SetBlock(bx, by, blank);
+}
+
+/// Only stored pages can change: a clear costs what is there, not what the tile spans.
+void ilMIOImage::ClearTile(const ilTile& tile)
+{
+    ClearBlocks(tile);
+    qs::vector<std::pair<int, int>> stored;
+    VisitPages(tile, [&](int px, int py, const Page&) { stored.emplace_back(px, py); });
+    for (const auto& [px, py] : stored)
+        FillPagePart(px, py, ilTileIntersection(tile, PageTile(px, py)), fill_.GetPacked());
+}
+
 void ilMIOImage::fillTile(const ilTile& tile, const ilPixel& value)
 {
     const uint32_t packed = ilPixel(kUnsignedByte, GetNumChannels(), value.GetPacked()).GetPacked();
-    const bool isFillValue = packed == fill_.GetPacked();
-    if (isFillValue) {
-        // Only stored pages can change: a clear costs what is there, not what the tile spans.
-        qs::vector<std::pair<int, int>> stored;
-        VisitPages(tile, [&](int px, int py, const Page&) { stored.emplace_back(px, py); });
-        for (const auto& [px, py] : stored)
-            FillPagePart(px, py, ilTileIntersection(tile, PageTile(px, py)), packed);
+    if (tile.IsEmpty())
+        return;
+    if (packed == fill_.GetPacked()) {
+        ClearTile(tile);
         return;
     }
-    // One page for all whole ones: a filled layer costs its directory and 16 KiB at most.
+    // One page for all whole ones, one block for all whole blocks: a filled layer costs 16 KiB at most.
     const PagePtr uniform(Page::NewUniform(GetNumChannels(), packed));
-    ForEachPage(tile, [&](int px, int py, const ilTile& part) {
-        if (part.nx == kPageSize && part.ny == kPageSize)
-            SetPage(px, py, uniform);
-        else
-            FillPagePart(px, py, part, packed);
-    });
+    const ilTile blocks = FillBlocks(tile, uniform);
+    const auto fill = [&](const ilTile& rest) {
+        ForEachPage(rest, [&](int px, int py, const ilTile& part) {
+            if (part.nx == kPageSize && part.ny == kPageSize)
+                SetPage(px, py, uniform);
+            else
+                FillPagePart(px, py, part, packed);
+        });
+    };
+    if (blocks.IsEmpty()) {
+        fill(tile);
+        return;
+    }
+    fill(ilTileFromEdges(tile.x, tile.y, tile.Right(), blocks.y));
+    fill(ilTileFromEdges(tile.x, blocks.y, blocks.x, blocks.Bottom()));
+    fill(ilTileFromEdges(blocks.Right(), blocks.y, tile.Right(), blocks.Bottom()));
+    fill(ilTileFromEdges(tile.x, blocks.Bottom(), tile.Right(), tile.Bottom()));
 }
 
 void ilMIOImage::FillPagePart(int px, int py, const ilTile& part, uint32_t packed)

@@ -119,6 +119,10 @@ public:
     template <class Visitor>
     void VisitDifferentPages(const ilMIOImage& other, Visitor&& visit) const;
 
+    /// What is known of all pixels of `tile` together, from what is known of the pages that it meets: Mixed when they
+    /// differ, or when one of them is neither transparent nor opaque as a whole.
+    PageContent GetContentOf(const ilTile& tile) const;
+
     /// True when the other image has the very same page stored here (or both miss it and fill alike).
     bool SharesPageWith(const ilMIOImage& other, int px, int py) const
     {
@@ -150,7 +154,10 @@ private:
     PageBlock* BlockForWriting(int px, int py);
     PageDirectory& DirectoryForWriting();
     void ForgetCache() const { cachedBlock_ = nullptr; }
-    void GrowTightBounds(int px, int py);
+    void GrowTightBounds(const ilTile& pages);
+    ilTile FillBlocks(const ilTile& tile, const PagePtr& uniform);
+    void ClearBlocks(const ilTile& tile);
+    void ClearTile(const ilTile& tile);
     void FillPagePart(int px, int py, const ilTile& part, uint32_t packed);
 
     qs::Reference<PageDirectory> directory_;

@@ -26,6 +26,9 @@ bool IsPageOf(const Page& page, uint32_t value)
 /// The box of the pixels of a page that differ from `value`, in image coordinates.
 ilTile BoxOfOtherPixels(const Page& page, int px, int py, uint32_t value)
 {
+    const bool coversAll = value == 0 && page.GetContent() == PageContent::Opaque;
+    if (coversAll || page.IsUniform())
+        return coversAll || page.GetUniformValue() != value ? PageTile(px, py) : ilTile();
     const int channels = page.GetNumChannels();
     const uint8_t* bytes = page.GetBytes();
     int left = kPageSize, right = -1, top = kPageSize, bottom = -1;
@@ -53,6 +56,19 @@ ilSmartImage::ilSmartImage(const ilMIOImage& source, int dx, int dy) : ilMIOImag
     const ilTile bounds = source.GetBounds();
     const ilTile moved = ilTileMoved(bounds, dx, dy);
     copyTile3D(moved.x, moved.y, 0, moved.nx, moved.ny, 1, source, moved.x - dx, moved.y - dy, 0);
+}
+
+void ilSmartImage::fillTile(const ilTile& tile, const ilPixel& value)
+{
+    const bool wasEmpty = IsEmpty();
+    ilMIOImage::fillTile(tile, value);
+    if (value == fill_ && tile.Contains(bounds_))
+        hasTightBounds_ = false;  // what they held is gone
+    if (!wasEmpty || IsEmpty() || tile.IsEmpty())
+        return;
+    bounds_ = tile;
+    hasTightBounds_ = true;
+    hasChanged_ = false;
 }
 
 void ilSmartImage::ForceShrinkAttempt()

@@ -7,6 +7,9 @@ class PAINTLAYER_EXPORT ilSmartImage : public ilMIOImage {
 public:
     explicit ilSmartImage(const ilPixel& fill) : ilMIOImage(fill) {}
 
+    /// As for every paged image; filling an empty one settles its tight bounds as well.
+    void fillTile(const ilTile& tile, const ilPixel& value) override;
+
     /// A further image that shares the pages of `source`, moved by whole pages when (dx, dy) are multiples of 64 and
     /// copied to the new place otherwise.
     ilSmartImage(const ilMIOImage& source, int dx, int dy);

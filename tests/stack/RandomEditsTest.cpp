@@ -80,7 +80,9 @@ public:
 
     void Properties()
     {
-        switch (Below(10)) {
+        switch (Below(12)) {
+        case 9:
+        case 10: Select(); break;
         case 0: document->SetLayerActive(Container(), Flip()); break;
         case 1: document->SetSelectionMaskActive(Flip()); break;
         case 2: document->SetShowCurrentLayerOnly(Below(4) == 0); break;
@@ -91,6 +93,20 @@ public:
         case 7: EditSuspended(); break;
         case 8: EditInProxy(); break;
         default: document->ReleaseCachedImages(); break;
+        }
+    }
+
+    void Select()
+    {
+        const float points[] = {-20, 30, 150, 10, 60, static_cast<float>(Below(150))};
+        switch (Below(7)) {
+        case 0: document->FillSelectionMask(Tile(), Flip()); break;
+        case 1: document->AddToSelection(Container(), Flip()); break;
+        case 2: document->SubtractFromSelection(Tile(), Flip()); break;
+        case 3: document->MoveSelection(Below(41) - 20, Below(41) - 20, Flip()); break;
+        case 4: document->InvertSelection(Flip()); break;
+        case 5: document->SelectLasso(points, 3, static_cast<SelectionMode>(Below(4)), FillRule::NonZero); break;
+        default: document->FillLayer(Container(), Tile(), ilPixel::Rgba(9, 0, 90, 99)); break;
         }
     }
 

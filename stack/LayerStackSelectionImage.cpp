@@ -1,0 +1,196 @@
+#include "platform/imaging/CoverageFilters.h"
+#include "platform/imaging/ImageBlend.h"
+#include "stack/LayerStack.h"
+
+#include <cstdio>
+
+namespace {
+
+/// The canvas pixels that an image with its (0, 0) at (x, y) can change.
+ilTile ReachOf(const ilMIOImage& image, int x, int y, const ilTile& canvas)
+{
+    if (image.GetFillValue().GetAlpha() != 0)
+        return canvas;
+    return ilTileIntersection(canvas, ilTileMoved(image.GetBounds(), x, y));
+}
+
+bool IsPlace(int x, int y)
+{
+    constexpr int kFar = LayerStack::kMaxSelectionOffset;
+    return x >= -kFar && x <= kFar && y >= -kFar && y <= kFar;
+}
+
+/// target = target blended with the image, whose (0, 0) lies on the target's (x, y), within `tile`. sourceFactor: one
+/// adds, zero subtracts.
+void BlendCoverage(ilMIOImage& target, const ilTile& tile, const ilMIOImage& image, int64_t x, int64_t y,
+                   int sourceFactor)
+{
+    ImageBlend blend;
+    blend.sourceFactor = sourceFactor;
+    const ilTile onImage = ilTileMoved(tile, -x, -y);
+    if (image.GetNumChannels() == 1)
+        BlendImage(target, tile, image, onImage.x, onImage.y, blend);
+    else
+        BlendImage(target, tile, *GetAlphaCoverage(image, onImage), onImage.x, onImage.y, blend);
+}
+
+/// A one-channel image that is 0 outside: pages are shared, and a fill value becomes pixels of `area`.
+qs::Reference<ilSmartImage> BoundedCopy(const ilMIOImage& image, const ilTile& area)
+{
+    if (image.GetFillValue().GetPacked() == 0)
+        return new ilSmartImage(image, 0, 0);
+    const qs::Reference<ilSmartImage> copy(new ilSmartImage(ilPixel::Coverage(0)));
+    copy->copyTile3D(area.x, area.y, 0, area.nx, area.ny, 1, image, area.x, area.y, 0);
+    return copy;
+}
+
+}  // namespace
+
+void LayerStack::BlendIntoSelection(const ilMIOImage& image, int x, int y, int sourceFactor, bool rebuild)
+{
+    const ilTile onCanvas = ReachOf(image, x, y, size_);
+    EditSelection(onCanvas, rebuild, [&](ilMIOImage& mask) {
+        const int64_t onMaskX = int64_t{x} - selectionMask_->getXOffset();
+        const int64_t onMaskY = int64_t{y} - selectionMask_->getYOffset();
+        BlendCoverage(mask, OnSelection(onCanvas), image, onMaskX, onMaskY, sourceFactor);
+    });
+}
+
+void LayerStack::AddToSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, bool rebuild)
+{
+    if (!IsPlace(x, y))
+        return;
+    if (!selectionMask_)
+        ClearSelectionMask(false);
+    if (image)
+        BlendIntoSelection(*image, x, y, kFactorOne, rebuild);
+}
+
+void LayerStack::SubtractFromSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, bool rebuild)
+{
+    if (!IsPlace(x, y))
+        return;
+    if (!selectionMask_)
+        ClearSelectionMask(false);
+    if (image)
+        BlendIntoSelection(*image, x, y, kFactorZero, rebuild);
+}
+
+void LayerStack::IntersectSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, bool rebuild)
+{
+    if (!IsPlace(x, y))
+        return;
+    if (!selectionMask_)
+        ClearSelectionMask(false);
+    // Taking away all that the image leaves out: a(1 - (1 - b)).
+    const qs::Reference<ilSmartImage> others(new ilSmartImage(ilPixel::Coverage(0)));
+    others->fillTile(size_, ilPixel::Coverage(255));
+    if (image)
+        BlendCoverage(*others, ReachOf(*image, x, y, size_), *image, x, y, kFactorZero);
+    BlendIntoSelection(*others, 0, 0, kFactorZero, rebuild);
+}
+
+void LayerStack::CopyToSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, bool rebuild)
+{
+    if (!IsPlace(x, y))
+        return;
+    if (!image || image->GetNumChannels() != 1) {
+        std::printf("Can't copy a 1 channel image to the selection mask\n");
+        ClearSelectionMask(false);
+        ShowSelection(rebuild);
+        return;
+    }
+    const qs::Reference<Layer> mask =
+        NewSelectionMask(BoundedCopy(*image, ilTileMoved(size_, -int64_t{x}, -int64_t{y})));
+    if (selectionMask_) {
+        mask->SetMaskColor(selectionMask_->GetMaskColor());
+        mask->SetMaskDisplayOpacity(selectionMask_->GetMaskDisplayOpacity());
+    }
+    mask->SetOffset(x, y, LayerStackTransform(), false);
+    SetSelectionMask(mask.get());
+    ShowSelection(rebuild);
+}
+
+void LayerStack::CopyFromSelection(const qs::TempReference<ilMIOImage>& image) const
+{
+    const ilTile bounds = GetSelMaskBounds();
+    if (image && selectionMask_ && image != selectionMask_->GetImage())
+        image->copyTile3D(bounds.x, bounds.y, 0, bounds.nx, bounds.ny, 1, *selectionMask_->GetImage(), bounds.x,
+                          bounds.y, 0);
+}
+
+void LayerStack::FillSelectionMask(const qs::TempReference<ilMIOImage>& image, bool rebuild)
+{
+    const qs::Reference<ilSmartImage> selected(new ilSmartImage(ilPixel::Coverage(0)));
+    if (image)
+        BlendCoverage(*selected, ReachOf(*image, 0, 0, size_), *image, 0, 0, kFactorOne);
+    ReplaceSelection(selected);
+    ShowSelection(rebuild);
+}
+
+void LayerStack::ClearSelectionMask(const qs::TempReference<ilMIOImage>& image, bool rebuild)
+{
+    const qs::Reference<ilSmartImage> selected(new ilSmartImage(ilPixel::Coverage(0)));
+    selected->fillTile(size_, ilPixel::Coverage(255));
+    if (image)
+        BlendCoverage(*selected, ReachOf(*image, 0, 0, size_), *image, 0, 0, kFactorZero);
+    ReplaceSelection(selected);
+    ShowSelection(rebuild);
+}
+
+// --- of layers ---
+
+void LayerStack::AddToSelection(Layer* layer, bool rebuild)
+{
+    if (layer != nullptr)
+        AddToSelection(layer->GetImage(), layer->getXOffset(), layer->getYOffset(), rebuild);
+}
+
+void LayerStack::SubtractFromSelection(Layer* layer, bool rebuild)
+{
+    if (layer != nullptr)
+        SubtractFromSelection(layer->GetImage(), layer->getXOffset(), layer->getYOffset(), rebuild);
+}
+
+void LayerStack::CopyToSelection(Layer* layer, bool rebuild)
+{
+    if (layer != nullptr)
+        CopyToSelection(layer->GetImage(), layer->getXOffset(), layer->getYOffset(), rebuild);
+}
+
+void LayerStack::AddToSelection(const PntHandle& layer, bool rebuild)
+{
+    AddToSelection(GetLayerFromHandle(layer), rebuild);
+}
+
+void LayerStack::SubtractFromSelection(const PntHandle& layer, bool rebuild)
+{
+    SubtractFromSelection(GetLayerFromHandle(layer), rebuild);
+}
+
+void LayerStack::CopyToSelection(const PntHandle& layer, bool rebuild)
+{
+    CopyToSelection(GetLayerFromHandle(layer), rebuild);
+}
+
+qs::TempReference<ilSmartImage> LayerStack::CopyFromSelection(Layer* layer)
+{
+    const qs::TempReference<ilMIOImage> image = layer != nullptr ? layer->GetImage() : nullptr;
+    const ilTile onCanvas = GetSelectionMaskBnd();
+    if (!image || onCanvas.IsEmpty())
+        return {};
+    const ilTile onLayer = ilTileMoved(onCanvas, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
+    const qs::Reference<ilSmartImage> copy(new ilSmartImage(ilPixel(image->GetDataType(), image->GetNumChannels())));
+    const auto copyFrom = [&](const ilMIOImage& source) {
+        copy->copyTile3D(onCanvas.x, onCanvas.y, 0, onCanvas.nx, onCanvas.ny, 1, source, onLayer.x, onLayer.y, 0);
+    };
+    copyFrom(*image);
+    if (const qs::TempReference<ilSmartImage> shown = layer->GetStencilledImage(&onLayer, true))
+        copyFrom(*shown);
+    return copy;
+}
+
+qs::TempReference<ilSmartImage> LayerStack::CopyFromSelection(const PntHandle& layer)
+{
+    return CopyFromSelection(GetLayerFromHandle(layer));
+}
