@@ -156,6 +156,31 @@ public:
     bool AddOwnerLayer(Layer* owner, bool hardLink);
     bool IsHardLinkToOwnerLayer() const { return hardLinkToOwner_; }
 
+    /// Puts `to` in the place of the owner `from`, hard links included. False when `from` is no owner.
+    bool ReplaceOwnerLayer(const PntHandle& from, Layer& to);
+
+    // --- independent copies (LayerDuplicate.cpp) ---
+
+    /// A layer with the same properties and pixels that shares nothing but pages: its handle, images and painter are
+    /// its own, and it has no owners yet. A proxy is ended first. Not null.
+    qs::Reference<Layer> Duplicate();
+
+    /// The same in another role. The pixels of an image layer have its stencils applied; as a mask or stencil they are
+    /// its alpha. A mask or stencil becomes an image in its display colour. What then has no meaning is as in a new
+    /// layer. within: as for MakeBakedImage.
+    qs::Reference<Layer> DuplicateAs(LayerMode mode, const ilTile& within);
+
+    /// The content with what the stencils hide made transparent, in an image of its own that shares the other pages.
+    /// within: in layer coordinates, how far an unstored area that is not transparent is looked after. Null without
+    /// one.
+    qs::Reference<ilSmartImage> MakeBakedImage(const ilTile& within);
+
+    /// The content mirrored within its painted bounds, in an image of its own; null without one.
+    qs::Reference<ilSmartImage> MakeFlippedImage(bool horizontal, bool vertical);
+
+    /// Stores all of `pixels` in the image, which stays the same object, and tells the host. Pages are shared.
+    void TakePixels(const ilMIOImage& pixels);
+
     // --- bounds, pivot, proxy ---
 
     ilTile getLayerBoundsInCanvasCoords();

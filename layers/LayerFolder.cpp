@@ -168,7 +168,10 @@ void LayerFolder::Translate(int dx, int dy)
             int x = 0;
             int y = 0;
             layer->GetOffset(x, y);
-            layer->SetOffset(x + dx, y + dy, LayerStackTransform(), true);
+            const auto moved = [](int64_t from, int by) {
+                return static_cast<int>(std::clamp<int64_t>(from + by, INT32_MIN, INT32_MAX));
+            };
+            layer->SetOffset(moved(x, dx), moved(y, dy), LayerStackTransform(), true);
         }
     }
 }

@@ -39,6 +39,19 @@ bool Layer::RemoveLayerFromOwnerLayer(LayerContainer* owner)
     return true;
 }
 
+bool Layer::ReplaceOwnerLayer(const PntHandle& from, Layer& to)
+{
+    const auto found = std::find(owners_.begin(), owners_.end(), from);
+    if (found == owners_.end())
+        return false;
+    if (HasOwner(to.GetLayerContainerHandle()))
+        owners_.erase(found);
+    else
+        *found = to.GetLayerContainerHandle();
+    to.SetStencilCompositeDirty(true);
+    return true;
+}
+
 bool Layer::HasOwner(const PntHandle& owner) const
 {
     return std::find(owners_.begin(), owners_.end(), owner) != owners_.end();

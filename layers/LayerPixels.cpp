@@ -1,5 +1,6 @@
 #include "layers/DocumentPort.h"
 #include "layers/Layer.h"
+#include "platform/imaging/ImageConvert.h"
 #include "platform/imaging/PageWalk.h"
 #include "platform/imaging/PaintOps.h"
 #include "platform/imaging/ilMemoryImg.h"
@@ -71,22 +72,14 @@ void Layer::Flip(bool horizontal, bool vertical)
 {
     if (!image_ || (!horizontal && !vertical))
         return;
-    ShrinkBounds(false, false);
-    const ilTile bounds = image_->GetBounds();
-    const qs::Reference<ilSmartImage> before = SharedCopy(*image_);
-    image_->fillTile(bounds, image_->GetFillValue());
-    MovePieces(*image_, *before, bounds, [&](ilTile piece, MemoryImage& pixels) {
-        if (horizontal) {
-            pixels->FlipHorizontal();
-            piece.x = static_cast<int>(bounds.x + bounds.Right() - piece.Right());
-        }
-        if (vertical) {
-            pixels->FlipVertical();
-            piece.y = static_cast<int>(bounds.y + bounds.Bottom() - piece.Bottom());
-        }
-        return piece;
-    });
-    TellImageChanged();
+    TakePixels(*MakeFlippedImage(horizontal, vertical));
+}
+
+qs::Reference<ilSmartImage> Layer::MakeFlippedImage(bool horizontal, bool vertical)
+{
+    if (!image_)
+        return {};
+    return FlippedImage(*image_, getLayerBounds(true), horizontal, vertical);
 }
 
 void Layer::SimpleRotate(bool right)
@@ -131,16 +124,20 @@ void Layer::InvertPixels(bool colorOnly)
         return;
     ShrinkBounds(false, false);
     const ilTile bounds = image_->GetBounds();
-    // Whole pages: what a stored page holds outside the painted bounds inverts like the unstored area does.
-    qs::vector<ilTile> stored;
-    image_->VisitPages(bounds, [&](int px, int py, const Page&) { stored.push_back(PageTile(px, py)); });
-    const qs::Reference<PaintOps> painter(new PaintOps(image_));
+    const qs::Reference<ilSmartImage> inverted = SharedCopy(*image_);
+    inverted->SetFillValue(InvertedPixel(image_->GetFillValue(), colorOnly));  // first: pages that equal it are dropped
+    const qs::Reference<PaintOps> painter(new PaintOps(inverted));
     painter->set_paint_mode(colorOnly ? PaintOps::PaintMode::ColorInvert : PaintOps::PaintMode::Invert);
-    for (const ilTile& page : stored)
-        painter->rect_fill(page.x, page.y, page.nx, page.ny, 0u);
-    image_->SetFillValue(InvertedPixel(image_->GetFillValue(), colorOnly));
-    if (ilSmartImage* smart = GetSmartImage())
-        smart->SetBounds(bounds);
+    // Whole pages: what a stored page holds outside the painted bounds inverts like the unstored area does.
+    image_->VisitPages(bounds, [&](int px, int py, const Page& page) {
+        const ilTile tile = PageTile(px, py);
+        if (page.IsUniform())
+            inverted->fillTile(
+                tile, InvertedPixel(ilPixel(kUnsignedByte, page.GetNumChannels(), page.GetUniformValue()), colorOnly));
+        else
+            painter->rect_fill(tile.x, tile.y, tile.nx, tile.ny, 0u);
+    });
+    inverted->SetBounds(bounds);
+    TakePixels(*inverted);
     ShrinkBounds(false, false);
-    TellImageChanged();
 }

@@ -1,48 +1,11 @@
+#include "layers/CoverageUnion.h"
 #include "layers/DocumentPort.h"
 #include "layers/Layer.h"
 #include "platform/imaging/ImageBlend.h"
 #include "platform/imaging/PageCompositor.h"
-#include "platform/imaging/PageWalk.h"
 #include "platform/imaging/PaintOps.h"
 
 namespace {
-
-constexpr ilTile kEverywhere(-(1 << 30), -(1 << 30), INT32_MAX, INT32_MAX);
-
-/// The tile grown to whole pages, so that pages can be shared instead of copied in part.
-ilTile GrownToPages(const ilTile& tile)
-{
-    if (tile.IsEmpty())
-        return tile;
-    constexpr int64_t kMask = kPageSize - 1;
-    return ilTileFromEdges(tile.x & ~kMask, tile.y & ~kMask, (tile.Right() + kMask) & ~kMask,
-                           (tile.Bottom() + kMask) & ~kMask);
-}
-
-/// into = the union of both coverages over `tile`; the source's (0, 0) lies on pixel (dx, dy).
-void UniteWithin(ilSmartImage& into, const ilTile& tile, const ilMIOImage& source, int64_t dx, int64_t dy)
-{
-    BlendImage(into, tile, source, static_cast<int>(tile.x - dx), static_cast<int>(tile.y - dy), ImageBlend());
-}
-
-/// The same everywhere, at the cost of the pages that can change: where neither stores one the fill values unite, and a
-/// missing page of full coverage stays what it is.
-void UniteEverywhere(ilSmartImage& into, const ilMIOImage& source, int64_t dx, int64_t dy)
-{
-    const uint32_t fill = into.GetFillValue().GetPacked();
-    const uint32_t sourceFill = source.GetFillValue().GetPacked();
-    qs::set<std::pair<int, int>> pages;
-    const auto collect = [&](int px, int py, const ilTile&) { pages.emplace(px, py); };
-    if (sourceFill != 0 || fill == 255)
-        into.VisitPages(kEverywhere, [&](int px, int py, const Page&) { pages.emplace(px, py); });
-    if (fill != 255)
-        source.VisitPages(kEverywhere, [&](int px, int py, const Page&) {
-            ForEachPage(ilTileMoved(PageTile(px, py), dx, dy), collect);
-        });
-    for (const auto& [px, py] : pages)
-        UniteWithin(into, PageTile(px, py), source, dx, dy);
-    into.SetFillValue(ilPixel::Coverage(static_cast<uint8_t>(fill + kernels::MulDiv255(sourceFill, 255 - fill))));
-}
 
 bool IsCoverage(const qs::TempReference<ilMIOImage>& image)
 {

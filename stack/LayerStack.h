@@ -406,6 +406,115 @@ public:
     /// Groups of layers that transform together; handles that no longer resolve are allowed.
     const qs::list<qs::vector<PntHandle>>& GetTransformGroups() const { return transformGroups_; }
 
+    // --- merging (LayerStackMerge.cpp); the picture on the canvas stays, pixels outside it go ---
+    //
+    // The receiver gets a new image in canvas coordinates, offset (0, 0) and full opacity; images that existed before
+    // are never written. What a merged layer's active stencils hide becomes transparent, and these stencils lose the
+    // layer as an owner (a stencil without owners, or hard-linked to it, is deleted); its other stencils and its masks
+    // go to the receiver. A merged layer that is not visible adds nothing and goes. A current layer that goes makes the
+    // receiver current. Out of memory leaves the document as it was.
+
+    /// The container directly below the layer in the folder that holds it, or the null handle.
+    void GetLCHForMergeBelow(const PntHandle& layer, PntHandle& below) const;
+
+    /// Merges `upper` into `lower`, which becomes visible and keeps its blend mode; a hard-linked stencil stands for
+    /// its owner. Two masks, or two stencils, unite when they have the same owners. Layers that are not raster layers
+    /// stay, both. makeCurrent: `lower` becomes current whatever was. The image plane follows.
+    void MergeLayers(const PntHandle& upper, const PntHandle& lower, bool makeCurrent);
+
+    /// Puts one normal layer with the folder's picture and name in the folder's place. An inactive folder's is composed
+    /// as if it were active and is not visible. Masks unite; a folder of stencils is left alone.
+    void MergeLayerFolder(LayerFolder* folder);
+
+    /// visibleOnly: the visible image layers merge into the lowest of them and the others stay where they are.
+    /// Otherwise the whole image folder becomes one layer. The result is normal and visible.
+    void MergeAllLayers(bool visibleOnly);
+
+    /// The layer that the operation would give the pixels to, for whoever keeps it as it was; the null handle when
+    /// nothing would be merged.
+    PntHandle GetMergeReceiver(const PntHandle& upper, const PntHandle& lower) const;
+    PntHandle GetFolderMergeReceiver(const LayerFolder* folder) const;
+    PntHandle GetMergeAllReceiver(bool visibleOnly) const;
+
+    // --- copies of layers (LayerStackDuplicate.cpp) ---
+
+    /// What a duplicate becomes: the same as its source, or a layer of the mode one below the number.
+    enum DuplicateTarget : int {
+        kDuplicateSame = 0,
+        kDuplicateAsImage = 1,
+        kDuplicateAsMask = 2,
+        kDuplicateAsStencil = 3,
+    };
+
+    /// Puts an independent copy of the current layer beside it (above, or below), or at the top (bottom) of the folder
+    /// of its mode, and makes it current; pages are shared. Named "<name> copy", "<name> copy 2" and so on. Masks and
+    /// stencils that are hard-linked to the source are duplicated with it. In another role the pixels are converted as
+    /// Layer::DuplicateAs does. redraw: the image plane follows at once.
+    /// connect: a mask or stencil acts on its source when that is an image layer, else on its source's owners.
+    /// Returns the new handle; the null handle for the selection mask, an object-image layer or an unknown target.
+    PntHandle DuplicateCurrentLayer(bool above, bool redraw, int target, bool connect);
+
+    /// Makes the named layer current and duplicates it as a mask or stencil; not the selection mask.
+    PntHandle CopyLayerToMask(const PntHandle& handle, bool connect);
+    PntHandle CopyLayerToStencil(const PntHandle& handle, bool connect);
+
+    /// An image layer with the named layer's look: stencils applied, or the coverage of a mask, stencil or the
+    /// selection mask in its display colour. It stands above its source, or the first owner of that, and becomes
+    /// current.
+    PntHandle CopyLayerToImage(const PntHandle& handle);
+
+    /// The union of the visible masks of a layer within the canvas: one channel, canvas coordinates, an image of its
+    /// own. Null without masks.
+    qs::TempReference<ilSmartImage> MakeMaskComposite(const PntHandle& layer) const;
+
+    // --- baking stencils into pixels (LayerStackBake.cpp); the canvas looks the same ---
+
+    /// Makes what the active stencils of an image layer hide transparent; they lose the layer as an owner. Those
+    /// without an owner then go when deleteUnowned, those hard-linked to it always. newImage: the layer gets an image
+    /// of its own, otherwise its image is written. Not redrawn.
+    void BakeStencilMaskToLayer(const PntHandle& layer, bool deleteUnowned, bool newImage);
+
+    /// The same of all image layers, hidden ones included, deleting what is unowned and writing the images.
+    void BakeAllStencilMaskToLayer();
+
+    // --- cropping (LayerStackCrop.cpp); tiles are canvas pixels, empty ones refused ---
+
+    /// Makes what a layer holds outside the tile, or outside the canvas, transparent.
+    void CropLayer(const PntHandle& layer, const ilTile& canvasTile);
+    void CropLayerToBrushClippingRect(const PntHandle& layer);
+
+    /// Makes the tile the canvas: all layers and the selection move with what is painted on it. No pixel is lost:
+    /// layers keep what lies outside. False, with nothing changed, when the tile misses the canvas or SetSize refuses
+    /// it.
+    bool CropDocument(const ilTile& canvasTile);
+
+    // --- pixels of a layer (LayerStackPixels.cpp); the layer's image is written, and the image plane follows ---
+
+    /// Makes everything transparent, the unstored area included; a selection does not matter.
+    void ClearCurrentLayer();
+    void ClearLayerImageByRect(const PntHandle& layer, const ilTile& canvasTile);
+
+    /// Takes away as much of each pixel as the selection covers; nothing while no selection is used.
+    void ClearLayerImageBySelMask(const PntHandle& layer);
+
+    /// Inverts the colours of an image layer, through the selection while one is used.
+    void InvertImageLayer(const PntHandle& layer);
+
+    /// Inverts a mask or stencil of the folders, the unstored area included.
+    void InvertMaskLayer(const PntHandle& layer);
+    void InvertStencilLayer(const PntHandle& layer);
+
+    /// Mirrors the layers of GetLayersFlippedWith within the bounds that the layer, or its transform group as a whole,
+    /// has on the canvas. Twice is the identity, offsets and bounds included.
+    void FlipImageLayer(const PntHandle& layer, bool horizontal, bool vertical);
+
+    /// The layer, those of its transform group, and the masks and stencils hard-linked to them.
+    qs::vector<PntHandle> GetLayersFlippedWith(const PntHandle& layer) const;
+
+    /// Gives the layer a page-sharing copy of `image`. False, with nothing changed, for null, another number of
+    /// channels, or a layer that is not there.
+    bool ReplaceLayerImage(const PntHandle& layer, qs::TempReference<ilImage> image);
+
     // --- damage and the update pass (LayerStackUpdate.cpp) ---
 
     /// Marks canvas pixels as stale; an empty tile changes nothing.
@@ -524,6 +633,33 @@ private:
     void DamageLayer(Layer& layer);
     void ShowLayer(Layer& layer, bool visible);
     void ShowChange();
+
+    // Merging, copying and baking.
+    void BeginEdit();  // ends a proxy and takes in what was painted
+    void EndStructuralEdit(bool redraw);
+    Layer* FindMergeLayer(const PntHandle& handle) const;
+    bool CanMerge(const Layer* upper, const Layer* lower) const;
+    bool HasPixelsOnCanvas(Layer& layer) const;
+    qs::Reference<ilSmartImage> ComposeApart(const qs::vector<PntHandle>& containers);
+    void ReceiveMerge(Layer& receiver, const qs::Reference<ilSmartImage>& picture, const qs::vector<Layer*>& merged);
+    void RemoveMerged(Layer& receiver, const qs::vector<Layer*>& merged);
+    void ReleaseStencils(Layer& layer, Layer* heir, bool deleteUnowned);
+    void LiftOutOfFolder(Layer& layer);
+    qs::vector<Layer*> FlattenedImageLayers(bool shownOnly) const;
+    PntHandle DuplicateLayer(Layer& source, const PntHandle& where, bool above, bool redraw, int target, bool connect);
+    PntHandle CopyLayerAs(const PntHandle& handle, int target, bool connect);
+    qs::vector<qs::Reference<Layer>> DuplicateFollowers(const Layer& source, Layer& duplicate);
+    qsString::CString MakeCopyName(const char* name) const;
+    bool BakeStencils(Layer& layer, bool deleteUnowned, bool newImage);
+    bool HasActiveStencil(Layer& layer) const;
+
+    // Pixels of one layer.
+    qs::Reference<Layer> BeginPixelEdit(const PntHandle& handle);  // null when there is nothing to edit
+    void EndPixelEdit(Layer& layer, const ilTile& canvasTile);
+    ilTile CanvasOn(const Layer& layer) const;  // in layer coordinates
+    ilTile DamageOf(Layer& layer) const;
+    void InvertLayer(const PntHandle& handle, LayerMode mode);
+    const qs::vector<PntHandle>* FindTransformGroup(const PntHandle& handle) const;
 
     // Composites.
     void BringCompositeUpToDate();

@@ -14,16 +14,19 @@ void LayerStack::TellChanged(Layer& layer)
         composite_.CompositeBaseDirty(layer.GetLayerContainerHandle());
 }
 
-void LayerStack::DamageLayer(Layer& layer)
+ilTile LayerStack::DamageOf(Layer& layer) const
 {
     const qs::TempReference<ilMIOImage> image = layer.GetImage();
     if (!image)
-        return;
+        return {};
     // A fill value reaches as far as the canvas.
-    if (image->GetFillValue().GetPacked() != 0)
-        DamageCanvas();
-    else
-        DamageTile(ilTileIntersection(layer.getLayerBoundsInCanvasCoords(), size_));
+    return image->GetFillValue().GetPacked() != 0 ? size_
+                                                  : ilTileIntersection(layer.getLayerBoundsInCanvasCoords(), size_);
+}
+
+void LayerStack::DamageLayer(Layer& layer)
+{
+    DamageTile(DamageOf(layer));
 }
 
 void LayerStack::ShowChange()

@@ -1,5 +1,6 @@
 #include "platform/imaging/ImageBlend.h"
 
+#include "platform/imaging/ImageConvert.h"
 #include "platform/imaging/PageWalk.h"
 #include "platform/imaging/RowBlender.h"
 #include "platform/imaging/ilMIOImage.h"
@@ -234,26 +235,36 @@ void BlendColorThrough(ilImage& target, const ilTile& tile, const ilImage& cover
 void HideThrough(ilMIOImage& target, const ilTile& tile, const ilMIOImage& coverage, int coverageX, int coverageY,
                  kernels::Weight weight)
 {
-    if (target.GetNumChannels() != 4 || coverage.GetNumChannels() != 1 || weight == 0)
+    if (coverage.GetNumChannels() != 1 || weight == 0)
         return;
     const int64_t dx = int64_t{coverageX} - tile.x;
     const int64_t dy = int64_t{coverageY} - tile.y;
-    const auto hide = kernels::Get().eraseCoverage;
-    // What is not stored and reads as zero has nothing to hide.
+    const int channels = target.GetNumChannels();
+    const kernels::KernelTable& table = kernels::Get();
     const auto hideWithin = [&](int px, int py, const ilTile& part) {
-        ForEachCoveredPiece(part, coverage, dx, dy, [&](const ilTile& piece) {
-            uint8_t rows[kPagePixels];
-            coverage.ReadTile(ilTileMoved(piece, dx, dy), rows, kPageSize);
-            const PageWriter writer = target.WritePage(px, py);
-            uint8_t* out = writer.GetBytes() + PageOffset(piece.x, piece.y, 4);
-            for (int y = 0; y < piece.ny; ++y, out += ptrdiff_t{kPageSize} * 4)
-                hide(out, rows + y * kPageSize, weight, piece.nx);
-        });
+        const PageContent covered = ContentOver(coverage, ilTileMoved(part, dx, dy));
+        if (covered == PageContent::Transparent || ContentOver(target, part) == PageContent::Transparent)
+            return;
+        if (covered == PageContent::Opaque && weight == kernels::kFullWeight) {
+            target.fillTile(part, ilPixel(kUnsignedByte, channels));
+            return;
+        }
+        uint8_t rows[kPagePixels];
+        coverage.ReadTile(ilTileMoved(part, dx, dy), rows, kPageSize);
+        const PageWriter writer = target.WritePage(px, py);
+        uint8_t* out = writer.GetBytes() + PageOffset(part.x, part.y, channels);
+        for (int y = 0; y < part.ny; ++y, out += ptrdiff_t{kPageSize} * channels) {
+            if (channels == 4)
+                table.eraseCoverage(out, rows + y * kPageSize, weight, part.nx);
+            else
+                table.eraseWeighted1(out, rows + y * kPageSize, weight, part.nx);
+        }
     };
     if (target.GetFillValue().GetPacked() != 0) {
         ForEachPage(tile, hideWithin);
         return;
     }
+    // What is not stored and reads as zero has nothing to hide.
     qs::vector<std::pair<int, int>> stored;
     target.VisitPages(tile, [&](int px, int py, const Page&) { stored.emplace_back(px, py); });
     for (const auto& [px, py] : stored)

@@ -51,6 +51,7 @@ PAINTLAYER_EXPORT void FillThrough(ilMIOImage& target, const ilTile& tile, const
 PAINTLAYER_EXPORT void BlendColorThrough(ilImage& target, const ilTile& tile, const ilImage& coverage, int coverageX,
                                          int coverageY, const ilPixel& color, kernels::Weight weight);
 
-/// Multiplies the four-channel `target` within `tile` by 1 - weight·coverage: what the coverage covers is hidden.
+/// Multiplies `target` within `tile` by 1 - weight·coverage: what the coverage covers is hidden. What is covered whole
+/// or not at all is settled a page at a time, without a look at its pixels.
 PAINTLAYER_EXPORT void HideThrough(ilMIOImage& target, const ilTile& tile, const ilMIOImage& coverage, int coverageX,
                                    int coverageY, kernels::Weight weight);

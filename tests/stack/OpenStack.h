@@ -6,6 +6,7 @@
 #include "stack/StackPort.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -96,6 +97,36 @@ private:
     StackPort savedStackPort_;
 };
 
+/// Images as they were, to see that an operation wrote none of them: what a saved copy of the document relies on.
+class KeptImages {
+public:
+    explicit KeptImages(LayerStack& stack)
+    {
+        for (const LayerMode mode : {kLayerModeImage, kLayerModeMask, kLayerModeStencil})
+            for (const PntHandle& handle : stack.GetLayerContainerHandleArray(mode, false))
+                if (Layer* layer = stack.GetLayerFromHandle(handle); layer != nullptr && layer->GetImage())
+                    images_.emplace_back(layer->GetImage(), layer->GetImage()->Snapshot());
+    }
+
+    bool AreUntouched() const
+    {
+        constexpr ilTile everywhere(-(1 << 20), -(1 << 20), 1 << 21, 1 << 21);
+        bool same = true;
+        for (const auto& [image, before] : images_) {
+            same = same && image->GetFillValue() == before->GetFillValue();
+            const auto compare = [&, &now = *image, &then = *before](int px, int py, const Page&) {
+                same = same && now.SharesPageWith(then, px, py);
+            };
+            image->VisitPages(everywhere, compare);
+            before->VisitPages(everywhere, compare);
+        }
+        return same;
+    }
+
+private:
+    qs::vector<std::pair<qs::Reference<ilMIOImage>, qs::Reference<ilMIOImage>>> images_;
+};
+
 /// A view that counts its calls, and can do something from inside one.
 class RecordingView : public LayerStackView {
 public:
@@ -147,6 +178,15 @@ inline std::string Dump(LayerStack& stack)
     for (const LayerMode mode : {kLayerModeImage, kLayerModeMask, kLayerModeStencil})
         text += (mode == kLayerModeImage ? "" : " | ") + Dump(*stack.GetLayerFolder(mode), stack.GetCurrentLayerPtr());
     return text;
+}
+
+/// The largest difference of any component of two pictures; 256 when they have not the same size.
+inline int LargestDifference(const qs::vector<uint8_t>& a, const qs::vector<uint8_t>& b)
+{
+    int largest = a.size() == b.size() ? 0 : 256;
+    for (size_t i = 0; i < a.size() && i < b.size(); ++i)
+        largest = std::max(largest, std::abs(a[i] - b[i]));
+    return largest;
 }
 
 inline qs::vector<uint8_t> BytesOf(const ilImage& image, const ilTile& tile)

@@ -34,10 +34,12 @@ public:
 
     void Structure()
     {
-        switch (Below(9)) {
+        switch (Below(11)) {
         case 0:
         case 1:
         case 2: document.Add("layer", Mode(), Container(), Flip()); break;
+        case 8: Copies(); break;
+        case 9: Merges(); break;
         case 3: document->AddLayerFolder(Mode(), Container()); break;
         case 4: document->DeleteCurrentLayer(Container(), Flip()); break;
         case 5: document->MoveLayer(Container(), Container(), Flip()); break;
@@ -47,6 +49,46 @@ public:
                                       ContainerOf(Below(3) == 0 ? kLayerModeMask : kLayerModeStencil), Below(4) == 0);
             break;
         default: Rarely(); break;
+        }
+    }
+
+    void Copies()
+    {
+        switch (Below(4)) {
+        case 0: document->DuplicateCurrentLayer(Flip(), Flip(), Below(4), Flip()); break;
+        case 1: document->CopyLayerToMask(Container(), Flip()); break;
+        case 2: document->CopyLayerToStencil(Container(), Flip()); break;
+        default: document->CopyLayerToImage(Flip() ? Container() : document->GetSelectionMaskHandle()); break;
+        }
+    }
+
+    void Merges()
+    {
+        PntHandle below = kNullHandle;
+        const PntHandle upper = Container();
+        document->GetLCHForMergeBelow(upper, below);
+        switch (Below(8)) {
+        case 0: document->MergeLayerFolder(document->GetLayerFolderFromHandle(Container())); break;
+        case 1: document->MergeAllLayers(Below(4) != 0); break;
+        case 2: document->BakeStencilMaskToLayer(Container(), Flip(), Flip()); break;
+        case 3: document->BakeAllStencilMaskToLayer(); break;
+        case 4: document->MergeLayers(Container(), Container(), Flip()); break;
+        default: document->MergeLayers(upper, below, Flip()); break;
+        }
+    }
+
+    void EditPixels()
+    {
+        switch (Below(9)) {
+        case 0: document->ClearCurrentLayer(); break;
+        case 1: document->ClearLayerImageByRect(Container(), Tile()); break;
+        case 2: document->ClearLayerImageBySelMask(Container()); break;
+        case 3: document->CropLayer(Container(), Tile()); break;
+        case 4: document->InvertImageLayer(Container()); break;
+        case 5: document->InvertMaskLayer(Container()); break;
+        case 6: document->InvertStencilLayer(Container()); break;
+        case 7: document->FlipImageLayer(Container(), Flip(), Flip()); break;
+        default: document->CropDocument({Below(20), Below(20), 100 + Below(100), 90 + Below(80)}); break;
         }
     }
 
@@ -67,13 +109,15 @@ public:
 
     void Pixels()
     {
-        switch (Below(10)) {
+        switch (Below(12)) {
         case 0: document->SetLayerVisible(Container(), Flip(), Flip()); break;
         case 1: document->SetLayerOpacity(Container(), static_cast<float>(Below(11)) / 10); break;
         case 2: document->SetLayerBlend(Container(), static_cast<LayerBlendMode>(Below(kLayerBlendModeCount))); break;
         case 3: document->SetLayerOffset(Container(), Below(41) - 20, Below(41) - 20, Flip()); break;
         case 4: document->SetLayerFolderActive(Container(), Below(4) != 0, Flip()); break;
         case 5: Properties(); break;
+        case 6:
+        case 7: EditPixels(); break;
         default: PaintSomething(); break;
         }
     }

@@ -1,0 +1,73 @@
+#include "layers/CoverageUnion.h"
+#include "layers/Layer.h"
+#include "platform/imaging/ImageBlend.h"
+#include "platform/imaging/ImageConvert.h"
+#include "platform/imaging/PaintOps.h"
+
+namespace {
+
+qs::Reference<ilSmartImage> SharedCopy(const qs::Reference<ilMIOImage>& image)
+{
+    return image ? qs::Reference<ilSmartImage>(new ilSmartImage(*image, 0, 0)) : qs::Reference<ilSmartImage>();
+}
+
+}  // namespace
+
+qs::Reference<Layer> Layer::Duplicate()
+{
+    const qs::Reference<Layer> made(new Layer(this));
+    made->GenerateUUID();
+    made->SetLocked(IsLocked());
+    made->image_ = SharedCopy(image_);
+    made->auxImage_ = SharedCopy(auxImage_);
+    made->painter_ = nullptr;
+    made->stencilComposite_ = nullptr;
+    made->owners_.clear();
+    made->hardLinkToOwner_ = false;
+    return made;
+}
+
+qs::Reference<Layer> Layer::DuplicateAs(LayerMode mode, const ilTile& within)
+{
+    const bool wasCoverage = isMask() || isStencil();
+    const bool isCoverage = mode == kLayerModeMask || mode == kLayerModeStencil;
+    const qs::Reference<Layer> made = Duplicate();
+    made->mode_ = mode;
+    made->auxImage_ = nullptr;
+    if (!image_)
+        return made;
+    if (!wasCoverage)
+        made->image_ = MakeBakedImage(within);
+    if (isCoverage && !wasCoverage)
+        made->image_ = AlphaImage(*made->image_);
+    else if (!isCoverage && wasCoverage)
+        made->image_ = TintedImage(*image_, maskColor_.Premultiplied());
+    if (isCoverage != wasCoverage) {
+        made->opacity_ = 1.0f;
+        made->blend_ = kBlendNormal;
+        made->visible_ = made->active_ = true;
+        made->SetLocked(false);
+    }
+    return made;
+}
+
+qs::Reference<ilSmartImage> Layer::MakeBakedImage(const ilTile& within)
+{
+    const qs::Reference<ilSmartImage> made = SharedCopy(image_);
+    const ilMIOImage* stencil = GetUpToDateStencil();
+    if (stencil == nullptr || !made)
+        return made;
+    const ilTile bounds = getLayerBounds(true);
+    const ilTile area = made->GetFillValue().GetPacked() != 0 ? ilTileUnion(bounds, within) : bounds;
+    HideThrough(*made, area, *stencil, area.x, area.y, kernels::kFullWeight);
+    made->ShrinkBounds();
+    return made;
+}
+
+void Layer::TakePixels(const ilMIOImage& pixels)
+{
+    if (!image_)
+        return;
+    image_->ShareAllFrom(pixels);
+    TellImageChanged();
+}

@@ -1,0 +1,162 @@
+#include "stack/LayerStack.h"
+#include "stack/StackPort.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+namespace {
+
+constexpr std::string_view kCopySuffix = " copy";
+constexpr size_t kLongestName = 127;
+
+/// The name that `name` is a copy of: without a trailing " copy" or " copy 7".
+std::string_view OriginalName(std::string_view name)
+{
+    std::string_view rest = name;
+    const size_t lastOther = rest.find_last_not_of("0123456789");
+    if (lastOther != std::string_view::npos && lastOther + 1 < rest.size() && rest[lastOther] == ' ')
+        rest = rest.substr(0, lastOther);
+    return rest.ends_with(kCopySuffix) && rest.size() > kCopySuffix.size()
+               ? rest.substr(0, rest.size() - kCopySuffix.size())
+               : name;
+}
+
+/// The text cut to at most `bytes`, never within a character of several bytes.
+std::string_view CutText(std::string_view text, size_t bytes)
+{
+    if (text.size() <= bytes)
+        return text;
+    while (bytes > 0 && (static_cast<unsigned char>(text[bytes]) & 0xC0) == 0x80)
+        --bytes;
+    return text.substr(0, bytes);
+}
+
+bool IsCoverage(const Layer& layer)
+{
+    return layer.isMask() || layer.isStencil();
+}
+
+}  // namespace
+
+qsString::CString LayerStack::MakeCopyName(const char* name) const
+{
+    const std::string_view original = OriginalName(name);
+    for (int number = 1;; ++number) {
+        std::string suffix(kCopySuffix);
+        if (number > 1)
+            suffix += " " + std::to_string(number);
+        std::string made = std::string(CutText(original, kLongestName - suffix.size())) + suffix;
+        if (IsLayerNameUnique(made.c_str()))
+            return qsString::CString(std::move(made));
+    }
+}
+
+PntHandle LayerStack::DuplicateCurrentLayer(bool above, bool redraw, int target, bool connect)
+{
+    BeginEdit();
+    if (currentLayer_ == nullptr || isSelectionMaskCurrent())
+        return kNullHandle;
+    return DuplicateLayer(*currentLayer_, GetCurrentLayerContainerHandle(), above, redraw, target, connect);
+}
+
+PntHandle LayerStack::DuplicateLayer(Layer& source, const PntHandle& where, bool above, bool redraw, int target,
+                                     bool connect)
+{
+    const bool isKnown = target >= kDuplicateSame && target <= kDuplicateAsStencil;
+    if (!isKnown || source.GetLayerType() == kLayerTypeObjectImage)
+        return kNullHandle;
+    const bool isSame = target == kDuplicateSame;
+    const qs::Reference<Layer> made =
+        isSame ? source.Duplicate() : source.DuplicateAs(static_cast<LayerMode>(target - 1), CanvasOn(source));
+    const qs::vector<qs::Reference<Layer>> followers =
+        isSame ? DuplicateFollowers(source, *made) : qs::vector<qs::Reference<Layer>>();
+    if (connect && IsCoverage(*made) && !IsCoverage(source))
+        made->AddOwnerLayer(&source, false);
+    else if (connect && IsCoverage(*made))
+        for (const PntHandle& owner : source.GetOwnerLayerArray())
+            made->AddOwnerLayer(GetLayerFromHandle(owner), source.IsHardLinkToOwnerLayer());
+
+    const PaintColor color = source.GetMaskColor();
+    const float displayOpacity = source.GetMaskDisplayOpacity();
+    made->SetLayerContainerName(MakeCopyName(source.GetLayerContainerName()).c_str());
+    const PntHandle added = AddLayer(made.get(), where, redraw, above);
+    if (IsCoverage(source)) {  // a new mask looks like the default
+        made->SetMaskColor(color);
+        made->SetMaskDisplayOpacity(displayOpacity);
+        maskIsStale_ = true;
+    }
+    GetCurrentLayerPainter();  // with the selection, which limits it again when it was the current layer
+    if (redraw)
+        ForceUpdate();
+    for (const qs::Reference<Layer>& follower : followers)
+        GetStackPort().ContainerAdded(GetStackPort().GetStackHandle(this), follower->GetLayerContainerHandle());
+    return added;
+}
+
+/// Duplicates of what is hard-linked to `source`, linked to `duplicate` and in the folders already, each above its own
+/// source.
+qs::vector<qs::Reference<Layer>> LayerStack::DuplicateFollowers(const Layer& source, Layer& duplicate)
+{
+    qs::vector<PntHandle> handles = getMaskLayers(source.GetLayerContainerHandle());
+    const qs::vector<PntHandle> stencils = getStencilLayers(source.GetLayerContainerHandle());
+    handles.insert(handles.end(), stencils.begin(), stencils.end());
+    qs::vector<qs::Reference<Layer>> made;
+    for (const PntHandle& handle : handles) {
+        Layer* follower = GetLayerFromHandle(handle);
+        if (!follower->IsHardLinkToOwnerLayer())
+            continue;
+        made.push_back(follower->Duplicate());
+        made.back()->SetLayerContainerName(MakeCopyName(follower->GetLayerContainerName()).c_str());
+        made.back()->AddOwnerLayer(&duplicate, true);
+        AddLayerToStack(made.back().get(), handle, true);
+    }
+    return made;
+}
+
+PntHandle LayerStack::CopyLayerAs(const PntHandle& handle, int target, bool connect)
+{
+    BeginEdit();
+    const Layer* layer = GetLayerFromHandle(handle);
+    if (layer == nullptr || layer == selectionMask_ || layer->GetLayerType() == kLayerTypeObjectImage)
+        return kNullHandle;
+    if (layer != currentLayer_) {
+        SetCurrentLayer(handle, false, true, false);
+        GetCurrentLayerPainter();
+        UpdateBrushClippingRect();
+    }
+    return DuplicateCurrentLayer(true, true, target, connect);
+}
+
+PntHandle LayerStack::CopyLayerToMask(const PntHandle& handle, bool connect)
+{
+    return CopyLayerAs(handle, kDuplicateAsMask, connect);
+}
+
+PntHandle LayerStack::CopyLayerToStencil(const PntHandle& handle, bool connect)
+{
+    return CopyLayerAs(handle, kDuplicateAsStencil, connect);
+}
+
+PntHandle LayerStack::CopyLayerToImage(const PntHandle& handle)
+{
+    BeginEdit();
+    const qs::Reference<Layer> layer = GetLayerFromHandle(handle);
+    if (!layer)
+        return kNullHandle;
+    PntHandle where = layer->GetLayerContainerHandle();
+    if (IsCoverage(*layer)) {
+        const qs::vector<PntHandle> owners = layer->GetOwnerLayerArray();
+        where = owners.empty() ? kNullHandle : owners.front();
+    }
+    return DuplicateLayer(*layer, where, true, true, kDuplicateAsImage, false);
+}
+
+qs::TempReference<ilSmartImage> LayerStack::MakeMaskComposite(const PntHandle& layer) const
+{
+    qs::vector<LayerContainer*> masks;
+    for (const PntHandle& handle : getMaskLayers(layer))
+        if (Layer* mask = GetLayerFromHandle(handle); mask->isVisible())
+            masks.push_back(mask);
+    return masks.empty() ? qs::TempReference<ilSmartImage>() : Layer::MakeMaskImage(masks, size_);
+}

@@ -1,0 +1,251 @@
+#include "layers/DocumentPort.h"
+#include "platform/imaging/ImageConvert.h"
+#include "platform/imaging/PageWalk.h"
+#include "stack/LayerStack.h"
+
+#include <algorithm>
+
+namespace {
+
+qs::Reference<ilSmartImage> SharedCopy(const Layer& layer)
+{
+    return qs::Reference<ilSmartImage>(new ilSmartImage(*layer.GetImage(), 0, 0));
+}
+
+/// How far an edit of a whole layer has to reach, in layer coordinates.
+ilTile ReachOf(Layer& layer, const ilTile& canvas)
+{
+    const ilTile bounds = layer.getLayerBounds(true);
+    return layer.GetImage()->GetFillValue().GetPacked() != 0 ? ilTileUnion(bounds, canvas) : bounds;
+}
+
+/// Inverts the colours within `area` through a coverage whose (0, 0) lies on pixel (x, y).
+void InvertColorsThrough(const qs::Reference<ilSmartImage>& image, const ilTile& area,
+                         const qs::TempReference<ilMIOImage>& coverage, int x, int y)
+{
+    qs::vector<ilTile> parts;
+    const auto collect = [&](int px, int py, const auto&) {
+        const ilTile part = ilTileIntersection(area, PageTile(px, py));
+        if (ContentOver(*image, part) != PageContent::Transparent &&
+            ContentOver(*coverage, ilTileMoved(part, -int64_t{x}, -int64_t{y})) != PageContent::Transparent)
+            parts.push_back(part);
+    };
+    if (image->GetFillValue().GetPacked() != 0)
+        ForEachPage(area, collect);
+    else
+        image->VisitPages(area, collect);
+    const qs::Reference<PaintOps> painter(new PaintOps(image));
+    painter->set_paint_mode(PaintOps::PaintMode::ColorInvert);
+    painter->set_clip_image(coverage, x, y);
+    for (const ilTile& part : parts)
+        painter->rect_fill(part.x, part.y, part.nx, part.ny, 0u);
+}
+
+/// A layer about to be mirrored: everything that can run out of memory is made before anything changes.
+struct Mirrored {
+    qs::Reference<Layer> layer;
+    qs::Reference<ilSmartImage> pixels;
+    ilTile bounds;  // on the canvas
+};
+
+}  // namespace
+
+// --- before and after an edit ---
+
+void LayerStack::BeginEdit()
+{
+    EndProxy();
+    DrainPainterDamage();
+}
+
+void LayerStack::EndStructuralEdit(bool redraw)
+{
+    maskIsStale_ = true;
+    MarkTreeStale();
+    GetCurrentLayerPainter();
+    if (redraw)
+        ForceUpdate();
+    Notify(true);
+}
+
+qs::Reference<Layer> LayerStack::BeginPixelEdit(const PntHandle& handle)
+{
+    BeginEdit();
+    const qs::Reference<Layer> layer = GetLayerFromHandle(handle);
+    return layer && layer->GetImage() && layer->GetLayerType() == kLayerTypeRaster ? layer : nullptr;
+}
+
+void LayerStack::EndPixelEdit(Layer& layer, const ilTile& canvasTile)
+{
+    TellChanged(layer);
+    DamageTile(ilTileIntersection(canvasTile, size_));
+    GetCurrentLayerPainter();
+    ShowChange();
+}
+
+ilTile LayerStack::CanvasOn(const Layer& layer) const
+{
+    return ilTileMoved(size_, -int64_t{layer.getXOffset()}, -int64_t{layer.getYOffset()});
+}
+
+// --- clearing ---
+
+void LayerStack::ClearCurrentLayer()
+{
+    const qs::Reference<Layer> layer = BeginPixelEdit(kCurrentLayerHandle);
+    if (!layer)
+        return;
+    const ilTile before = DamageOf(*layer);
+    layer->TakePixels(ilSmartImage(ilPixel(kUnsignedByte, layer->GetImage()->GetNumChannels())));
+    EndPixelEdit(*layer, before);
+}
+
+void LayerStack::ClearLayerImageByRect(const PntHandle& handle, const ilTile& canvasTile)
+{
+    const qs::Reference<Layer> layer = canvasTile.IsEmpty() ? nullptr : BeginPixelEdit(handle);
+    if (!layer)
+        return;
+    const ilTile onLayer = ilTileMoved(canvasTile, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
+    const qs::Reference<ilSmartImage> cleared = SharedCopy(*layer);
+    cleared->fillTile(ilTileIntersection(onLayer, ReachOf(*layer, CanvasOn(*layer))),
+                      ilPixel(kUnsignedByte, cleared->GetNumChannels()));
+    layer->TakePixels(*cleared);
+    EndPixelEdit(*layer, canvasTile);
+}
+
+void LayerStack::ClearLayerImageBySelMask(const PntHandle& handle)
+{
+    const qs::Reference<Layer> layer = BeginPixelEdit(handle);
+    if (!layer || layer == selectionMask_ || !isSelectionMaskUsed())
+        return;
+    const qs::Reference<ilSmartImage> cleared = SharedCopy(*layer);
+    const ilTile area = ReachOf(*layer, CanvasOn(*layer));
+    HideThrough(*cleared, area, *selectionMask_->GetImage(),
+                area.x + layer->getXOffset() - selectionMask_->getXOffset(),
+                area.y + layer->getYOffset() - selectionMask_->getYOffset(), kernels::kFullWeight);
+    layer->TakePixels(*cleared);
+    EndPixelEdit(*layer, DamageOf(*selectionMask_));
+}
+
+// --- inverting ---
+
+void LayerStack::InvertLayer(const PntHandle& handle, LayerMode mode)
+{
+    const qs::Reference<Layer> layer = BeginPixelEdit(handle);
+    if (!layer || layer == selectionMask_ || layer->GetLayerMode() != mode)
+        return;
+    if (mode != kLayerModeImage) {
+        layer->InvertMask();
+        layer->InvertStencil();
+    } else if (!isSelectionMaskUsed()) {
+        layer->InvertImageLayer();
+    } else {
+        const qs::Reference<ilSmartImage> inverted = SharedCopy(*layer);
+        InvertColorsThrough(inverted, ReachOf(*layer, CanvasOn(*layer)), selectionMask_->GetImage(),
+                            selectionMask_->getXOffset() - layer->getXOffset(),
+                            selectionMask_->getYOffset() - layer->getYOffset());
+        layer->TakePixels(*inverted);
+    }
+    EndPixelEdit(*layer, mode == kLayerModeImage ? DamageOf(*layer) : size_);
+}
+
+void LayerStack::InvertImageLayer(const PntHandle& handle)
+{
+    InvertLayer(handle, kLayerModeImage);
+}
+
+void LayerStack::InvertMaskLayer(const PntHandle& handle)
+{
+    InvertLayer(handle, kLayerModeMask);
+}
+
+void LayerStack::InvertStencilLayer(const PntHandle& handle)
+{
+    InvertLayer(handle, kLayerModeStencil);
+}
+
+// --- mirroring ---
+
+const qs::vector<PntHandle>* LayerStack::FindTransformGroup(const PntHandle& handle) const
+{
+    for (const qs::vector<PntHandle>& group : transformGroups_)
+        if (std::find(group.begin(), group.end(), handle) != group.end())
+            return &group;
+    return nullptr;
+}
+
+qs::vector<PntHandle> LayerStack::GetLayersFlippedWith(const PntHandle& handle) const
+{
+    const Layer* layer = GetLayerFromHandle(handle);
+    if (layer == nullptr)
+        return {};
+    const PntHandle own = layer->GetLayerContainerHandle();
+    qs::vector<PntHandle> flipped = {own};
+    if (const qs::vector<PntHandle>* group = FindTransformGroup(own))
+        flipped = *group;
+    const auto append = [&](const PntHandle& follower) {
+        if (GetLayerFromHandle(follower)->IsHardLinkToOwnerLayer() &&
+            std::find(flipped.begin(), flipped.end(), follower) == flipped.end())
+            flipped.push_back(follower);
+    };
+    for (size_t i = 0, count = flipped.size(); i < count; ++i) {
+        const qs::vector<PntHandle> masks = getMaskLayers(flipped[i]);
+        const qs::vector<PntHandle> stencils = getStencilLayers(flipped[i]);
+        std::for_each(masks.begin(), masks.end(), append);
+        std::for_each(stencils.begin(), stencils.end(), append);
+    }
+    std::erase_if(flipped, [&](const PntHandle& one) {
+        const Layer* found = GetLayerFromHandle(one);
+        return found == nullptr || !found->GetImage() || found->GetLayerType() != kLayerTypeRaster;
+    });
+    return flipped;
+}
+
+void LayerStack::FlipImageLayer(const PntHandle& handle, bool horizontal, bool vertical)
+{
+    BeginEdit();
+    if (!horizontal && !vertical)
+        return;
+    qs::vector<Mirrored> all;
+    ilTile
+        area;  // about whose centre all are mirrored: what follows a layer only because it is linked to it adds nothing
+    for (const PntHandle& name : GetLayersFlippedWith(handle)) {
+        const qs::Reference<Layer> layer = GetLayerFromHandle(name);
+        const ilTile bounds = layer->getLayerBoundsInCanvasCoords();
+        if (bounds.IsEmpty())
+            continue;
+        all.push_back({layer, layer->MakeFlippedImage(horizontal, vertical), bounds});
+        if (!layer->IsHardLinkToOwnerLayer() || name == ResolveHandle(handle))
+            area = ilTileUnion(area, bounds);
+    }
+    if (area.IsEmpty())
+        return;
+    for (const auto& [layer, pixels, bounds] : all) {
+        const ilTile origin(layer->getXOffset(), layer->getYOffset(), 1, 1);
+        const ilTile moved =
+            ilTileMoved(origin, horizontal ? int64_t{area.x} - bounds.x + area.Right() - bounds.Right() : 0,
+                        vertical ? int64_t{area.y} - bounds.y + area.Bottom() - bounds.Bottom() : 0);
+        DamageLayer(*layer);
+        layer->TakePixels(*pixels);
+        layer->SetOffset(moved.x, moved.y, LayerStackTransform(), true);
+        TellChanged(*layer);
+        DamageLayer(*layer);
+    }
+    GetCurrentLayerPainter();
+    ShowChange();
+}
+
+// --- replacing ---
+
+bool LayerStack::ReplaceLayerImage(const PntHandle& handle, qs::TempReference<ilImage> image)
+{
+    const qs::Reference<Layer> layer = image ? BeginPixelEdit(handle) : nullptr;
+    if (!layer || image->GetNumChannels() != layer->GetImage()->GetNumChannels())
+        return false;
+    const ilTile before = DamageOf(*layer);
+    if (const ilMIOImage* paged = image->AsPaged())
+        image = qs::Reference<ilImage>(new ilSmartImage(*paged, 0, 0));
+    layer->SetImage(image);
+    EndPixelEdit(*layer, ilTileUnion(before, DamageOf(*layer)));
+    return true;
+}
