@@ -15,6 +15,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 class LayerStackView;
 class MIOLayerStack_sr;
@@ -295,13 +296,25 @@ public:
 
     // --- proxies and transform groups (LayerStackProxy.cpp) ---
 
-    /// The current layer's edits go to a work image from here on. False without a current layer.
+    /// The edits of the named layers (the selection mask may be among them) go to work images from here on, which are
+    /// what is shown; no handles: those that the parameters name. True also when a proxy is in progress already
+    /// (nothing changes); false, with nothing begun, when a handle names no layer with an image, or none is given.
+    bool BeginProxy(const ProxyParameters& parameters, const qs::vector<PntHandle>& layers);
+
+    /// The same for the current layer, without anybody to tell.
     bool BeginProxy(ProxyParameters::ScopeHint scope, ProxyParameters::Images images);
     bool InProxy() const { return inProxy_; }
     void ForceOutProxy() { inProxy_ = false; }
 
-    /// Ends an active proxy: its layers show their originals again.
+    /// Ends an active proxy: its layers show their originals again, unless a slot of the parameters' keep signal wants
+    /// the edits to stay; then tells the ended signal. From inside such a slot nothing happens.
     void EndProxy();
+
+    /// The edits are gone and the proxy goes on; nobody is told.
+    void RevertProxy();
+
+    /// The layers that the proxy in progress holds.
+    const qs::vector<PntHandle>& GetProxyLayers() const { return proxyLayers_; }
 
     bool InProxyRotateCanvas() const { return inProxyRotateCanvas_; }
     void BeginProxyRotateCanvas() { inProxyRotateCanvas_ = true; }
@@ -411,6 +424,7 @@ private:
     void TellChanged(Layer& layer);
     void DamageCanvas();
     void DamageLayer(Layer& layer);
+    void DropProxyEdits(Layer& layer, bool goesOn);
     void ShowLayer(Layer& layer, bool visible);
     void ShowChange();
 
@@ -454,12 +468,13 @@ private:
     qs::Reference<PaintOps> currentPainter_;  // of currentLayer_; null until it is asked for
 
     DamageControl canvasDamage_;
-    DamageControl proxyDamage_;
     uint64_t damageSerial_ = 0;  // grows with every tile damaged
     bool needsFullRedraw_ = false;
 
     bool inProxy_ = false;
     bool inProxyRotateCanvas_ = false;
+    bool isEndingProxy_ = false;  // a slot is asked whether the edits stay
+    std::optional<ProxyParameters> proxyParameters_;  // of the proxy in progress
     qs::vector<PntHandle> proxyLayers_;
     qs::list<qs::vector<PntHandle>> transformGroups_;
 
