@@ -17,6 +17,7 @@
 #include <memory>
 #include <optional>
 
+class FloodRegion;
 class LayerStackView;
 class MIOLayerStack_sr;
 class MaskingPaintOps;
@@ -294,6 +295,28 @@ public:
     /// current layer the stroke under way. At full weight when `full`, else at the layer's opacity. Null without one.
     qs::TempReference<ilMIOImage> GetLayerTargetImg(Layer* layer, const ilTile& tile, bool full);
 
+    // --- flood fills and magic wands (LayerStackFlood.cpp, LayerStackWand.cpp). What is 4-connected to a canvas point
+    // and like it in colour, within the canvas; tolerance in parts of full scale, as ColorMatch takes it. The smooth
+    // ones end in the soft or anti-aliased edge around it. Throws std::bad_alloc, with nothing changed. ---
+
+    /// Fills a raster layer with the colour; a mask, a stencil and the selection mask with its alpha as coverage. A
+    /// used selection limits it. False, with nothing changed, on a layer that is hidden or locked, itself or by its
+    /// folder, for a point outside the canvas or the selection, and for a tolerance or colour that is no number.
+    bool FloodFillDone(int x, int y, float tolerance, const PaintColor& color, const PntHandle& layer);
+
+    /// fillTile: becomes the canvas area of what was filled. The preview image is accepted and not used: it is the
+    /// colour.
+    bool SmoothFloodFillDone(int x, int y, float tolerance, const PaintColor& color,
+                             const qs::TempReference<ilSmartImage>& previewImage, ilTile& fillTile,
+                             const PntHandle& layer);
+
+    /// Moves the selection to the colour's alpha where the layer is alike: 1 selects, 0 deselects. fromAll: from a
+    /// canvas that is selected whole. A point outside the canvas acts as the nearest one inside. Nothing happens for
+    /// shape and object layers and without a selection mask.
+    bool MagicWandDone(int x, int y, float tolerance, const PaintColor& color, bool fromAll, const PntHandle& layer);
+    bool SmoothMagicWandDone(int x, int y, float tolerance, const PaintColor& color, bool fromAll,
+                             const PntHandle& layer);
+
     // --- proxies and transform groups (LayerStackProxy.cpp) ---
 
     /// The edits of the named layers (the selection mask may be among them) go to work images from here on, which are
@@ -427,6 +450,13 @@ private:
     void DropProxyEdits(Layer& layer, bool goesOn);
     void ShowLayer(Layer& layer, bool visible);
     void ShowChange();
+
+    // Flood fills.
+    bool IsFillable(const Layer& layer) const;
+    bool Flood(Layer& layer, int x, int y, float tolerance, const PaintColor& color, bool isSmooth, ilTile& onCanvas);
+    void TellFilled(Layer& layer, const FloodRegion& region);
+    bool SelectByWand(int x, int y, float tolerance, const PaintColor& color, bool fromAll, bool isSmooth,
+                      const PntHandle& handle);
 
     // Composites.
     void BringCompositeUpToDate();
