@@ -1,6 +1,7 @@
 #include "composite/CompositeBase.h"
 #include "composite/CompositeGrouping.h"
 #include "composite/CompositePort.h"
+#include "platform/imaging/PageTiles.h"
 #include "platform/imaging/PageWalk.h"
 
 #include <algorithm>
@@ -118,47 +119,6 @@ bool CanDiffer(const qs::vector<StoredLayer>& layers, const CanvasPage& page, si
     return false;
 }
 
-/// Collects pages in their order into few tiles: neighbours in a row, then equal stretches of rows.
-class PageTiles {
-public:
-    void Add(const CanvasPage& page)
-    {
-        if (!tiles_.empty() && tiles_.back().y == page.y && tiles_.back().x + tiles_.back().nx == page.x) {
-            ++tiles_.back().nx;
-            return;
-        }
-        FoldLast();
-        tiles_.push_back({page.x, page.y, 1, 1});
-    }
-
-    void Damage(LayerStack* stack, const ilTile& canvas)
-    {
-        FoldLast();
-        for (const ilTile& pages : tiles_) {
-            const ilTile tile = ilTileFromEdges(int64_t{pages.x} * kPageSize, int64_t{pages.y} * kPageSize,
-                                                pages.Right() * kPageSize, pages.Bottom() * kPageSize);
-            GetCompositePort().DamageTile(stack, ilTileIntersection(tile, canvas));
-        }
-    }
-
-private:
-    /// The last stretch is complete: joins the tile that ends right above it, when it is of the same width.
-    void FoldLast()
-    {
-        if (tiles_.empty())
-            return;
-        const ilTile last = tiles_.back();
-        for (size_t i = tiles_.size() - 1; i-- > 0 && tiles_[i].Bottom() >= last.y - 1;)
-            if (tiles_[i].x == last.x && tiles_[i].nx == last.nx && tiles_[i].Bottom() == last.y) {
-                tiles_[i].ny += last.ny;
-                tiles_.pop_back();
-                return;
-            }
-    }
-
-    qs::vector<ilTile> tiles_;  // in pages
-};
-
 }  // namespace
 
 void CompositeGrouping::DamageDifference(LayerStack* stack, const qs::vector<CompositeBase*>& members, size_t oldPath,
@@ -177,6 +137,7 @@ void CompositeGrouping::DamageDifference(LayerStack* stack, const qs::vector<Com
     PageTiles stale;
     for (const CanvasPage& page : pages)
         if (CanDiffer(layers, page, low, high))
-            stale.Add(page);
-    stale.Damage(stack, canvas);
+            stale.Add(page.x, page.y);
+    for (const ilTile& tile : stale.TakeTiles())
+        GetCompositePort().DamageTile(stack, ilTileIntersection(tile, canvas));
 }

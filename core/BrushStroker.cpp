@@ -9,6 +9,7 @@
 #include "core/PaintManager.h"
 #include "core/SettledTimer.h"
 #include "core/StrokeSampleRules.h"
+#include "core/UndoableCommand.h"
 #include "platform/imaging/ImageCoreCB.h"
 
 #include <algorithm>
@@ -47,7 +48,7 @@ struct BrushStroker::OpenStroke : qs::ReferenceCount {
     PntHandle layerHandle;
     qs::Reference<PaintOps> painter;
     std::unique_ptr<Stroke> path;
-    qs::Reference<UndoStep> undo;
+    qs::Reference<PntUndoStroke> undo;
     uint64_t stampsBefore = 0;
     uint64_t pixelsBefore = 0;
     bool paintsStencil = false;  // what is painted hides parts of other layers
@@ -143,10 +144,9 @@ void BrushStroker::CaptureForUndo(OpenStroke& stroke)
         brush_.Uses16Bit() ? painter.GetLowOrderBitImage() : qs::TempReference<ilMIOImage>();
     if (!lowBits)
         painter.SetLowOrderBitImage({});
-    UndoRecorder* recorder = manager_.UndoEnable() ? GetUndoRecorder() : nullptr;
-    if (recorder != nullptr)
-        stroke.undo = recorder->BeginStroke(stroke.stackHandle, stroke.layerHandle, *stroke.stack, *stroke.layer,
-                                            stroke.layer->GetImage());
+    if (UndoableCommand::IsRecording(manager_))
+        stroke.undo = new PntUndoStroke(&manager_, stroke.stackHandle, stroke.layerHandle, stroke.stack.get(),
+                                        stroke.layer.get(), stroke.layer->GetImage(), "MioStroke");
     painter.SetLowOrderBitImage(lowBits);
 }
 
@@ -352,11 +352,13 @@ void BrushStroker::FinishUpdates(OpenStroke& stroke)
 
 void BrushStroker::KeepForUndo(OpenStroke& stroke)
 {
-    UndoRecorder* recorder = GetUndoRecorder();
     const bool isLayerThere =
         !stroke.isGone && stroke.stack->GetLayerFromHandle(stroke.layerHandle) == stroke.layer.get();
-    if (stroke.undo && isLayerThere && recorder != nullptr && manager_.UndoEnable())
-        Attempt([&] { recorder->Append(stroke.undo); });
+    if (stroke.undo && isLayerThere && UndoableCommand::IsRecording(manager_))
+        Attempt([&] {
+            if (stroke.undo->HasChanges())
+                UndoableCommand::Keep(stroke.undo);
+        });
 }
 
 void BrushStroker::EndOn(const LayerStack* stack)

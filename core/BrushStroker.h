@@ -4,7 +4,6 @@
 #include "platform/imaging/MaskingPaintOps.h"
 #include "platform/imaging/Stroke.h"
 #include "stack/LayerStack.h"
-#include "undo/UndoRecorder.h"
 
 #include <memory>
 #include <optional>

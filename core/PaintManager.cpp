@@ -7,13 +7,14 @@
 #include "core/LayerStackRegistry.h"
 #include "core/PointerInput.h"
 #include "core/PortBindings.h"
+#include "core/UndoableCommand.h"
 #include "layers/DocumentPort.h"
 #include "platform/imaging/ImageCoreCB.h"
 #include "platform/imaging/SmoothInterpolate2D.h"
 #include "platform/imaging/StampStroke.h"
 #include "platform/imaging/TpressureFilter.h"
 #include "platform/os/Environment.h"
-#include "undo/UndoRecorder.h"
+#include "undo/UndoStore.h"
 
 #include <algorithm>
 #include <cmath>
@@ -167,32 +168,35 @@ bool PaintManager::UndoEnable()
     return IsUndoAllowed() && !isUndoSuspended && logUndo_;
 }
 
-qs::Reference<UndoStep> PaintManager::AddUndoLayerStack(int handle, bool pushToList)
+qs::Reference<PntUndoLayerStack> PaintManager::AddUndoLayerStack(int handle, bool pushToList)
 {
-    return Guarded(qs::Reference<UndoStep>(), [&] {
+    return Guarded(qs::Reference<PntUndoLayerStack>(), [&] {
+        if (const qs::Reference<LayerStack> stack = LayerStackFromHandle(handle))
+            stroker_->EndOn(stack.get());
         const qs::Reference<LayerStack> stack = LayerStackFromHandle(handle);
-        UndoRecorder* recorder = UndoEnable() ? GetUndoRecorder() : nullptr;
-        if (!stack || recorder == nullptr)
-            return qs::Reference<UndoStep>();
-        stroker_->EndOn(stack.get());
-        qs::Reference<UndoStep> step =
-            recorder->BeginStructure(handle, stack->GetCurrentLayerContainerHandle(), *stack);
-        if (step && pushToList)
-            recorder->Append(step);
-        return step;
+        if (!stack || !UndoEnable())
+            return qs::Reference<PntUndoLayerStack>();
+        const qs::Reference<PntUndoLayerStack> record(
+            new PntUndoLayerStack(this, handle, stack->GetCurrentLayerContainerHandle(), stack,
+                                  stack->GetCurrentLayerPtr(), "MioLayerStack"));
+        if (registry_->Get(handle) != record->GetNewLayerStack().get())
+            return qs::Reference<PntUndoLayerStack>();
+        if (pushToList)
+            UndoableCommand::Keep(record);
+        return record;
     });
 }
 
 void PaintManager::UndoListSetDirty()
 {
-    if (UndoRecorder* recorder = GetUndoRecorder())
-        Attempt([&] { recorder->SetListDirty(); });
+    if (PntUndoDatabase* database = PaintUndoDatabase())
+        database->SetDirty();
 }
 
 void PaintManager::FlushUndoQueue()
 {
-    if (UndoRecorder* recorder = GetUndoRecorder())
-        Attempt([&] { recorder->FlushQueue(); });
+    if (PntUndoDatabase* database = PaintUndoDatabase())
+        Attempt([&] { database->FlushUndoDatabase(); });
 }
 
 // --- pointer input ---

@@ -13,6 +13,7 @@
 #include "platform/imaging/ilSmartImage.h"
 #include "stack/LayerStack.h"
 #include "stack/LayerStackView.h"
+#include "undo/PntUndoLayerStack.h"
 
 #include <memory>
 
@@ -22,7 +23,6 @@ class BrushStroker;
 class LayerStackRegistry;
 class PointerInput;
 class TpressureFilter;
-class UndoStep;
 
 /// The library's one entry object (PaintCore): the open documents, the brush and the stroke in progress, the host's
 /// callbacks, and every command.
@@ -139,8 +139,16 @@ public:
     /// Whether edits are recorded now: not switched off by the environment ("MIO_UNDO_DISABLE" is "1" at the first
     /// call), not suspended, and logging is on.
     bool UndoEnable();
-    qs::Reference<UndoStep> AddUndoLayerStack(int handle, bool pushToList);
+
+    /// Puts a copy in the document's place, ready for a structural edit, and returns the record that holds the document
+    /// as it is; kept as a step of its own when pushToList. Null without the document, when memory does not suffice,
+    /// and while edits are not recorded.
+    qs::Reference<PntUndoLayerStack> AddUndoLayerStack(int handle, bool pushToList);
+
+    /// The history does not fit the documents any more: it is flushed before the next step is kept.
     void UndoListSetDirty();
+
+    /// Empties the undo store, whichever there is.
     void FlushUndoQueue();
 
     // --- brush ---
@@ -259,6 +267,10 @@ public:
     void SetLayerBlend(LayerBlendMode mode, const PntHandle& layer = kCurrentLayerHandle);
     void SetLayerContainerName(const char* name, const PntHandle& layer = kCurrentLayerHandle);
     void SetLayerFolderActive(bool active, const PntHandle& folder);
+
+    /// Moves a layer on the canvas: its pixel (0, 0) comes to lie on (x, y). Undone like a stroke.
+    void SetLayerOffset(int x, int y, const PntHandle& layer = kCurrentLayerHandle);
+    void SetCurrentLayerOffset(int x, int y, int layerStack = kCurrentLayerStack);
 
     /// Stores a colour (on a mask or stencil its alpha, as coverage) in nx × ny canvas pixels of a layer, as far as
     /// they lie on the canvas. Undone like a stroke.

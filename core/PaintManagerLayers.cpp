@@ -2,32 +2,25 @@
 #include "core/Guarded.h"
 #include "core/HostCalls.h"
 #include "core/PaintManager.h"
-#include "undo/UndoRecorder.h"
+#include "core/UndoableCommand.h"
 
 #include <cmath>
 
 namespace {
 
-/// Runs a change of a document's structure, which says whether it happened, and keeps an undo step of it if so.
-template <class Command>
-bool ChangeStructure(PaintManager& manager, int layerStack, Command&& command)
-{
-    return Guarded(false, [&] {
-        const qs::Reference<UndoStep> step = manager.AddUndoLayerStack(layerStack, false);
-        // Only now: recording may have put a copy in the document's place.
-        const qs::Reference<LayerStack> stack = manager.LayerStackFromHandle(layerStack);
-        if (!stack || !command(*stack))
-            return false;
-        if (UndoRecorder* recorder = GetUndoRecorder(); step && recorder != nullptr)
-            recorder->Append(step);
-        return true;
-    });
-}
-
 ilPixel FillPixelOf(PaintColor color, int channels)
 {
     const ilPixel pixel = color.Premultiplied();
     return channels == 1 ? ilPixel::Coverage(pixel.GetAlpha()) : pixel;
+}
+
+bool MoveOnCanvas(LayerStack& stack, const PntHandle& handle, int x, int y)
+{
+    const Layer* layer = stack.GetLayerFromHandle(handle);
+    if (layer->getXOffset() == x && layer->getYOffset() == y)
+        return false;
+    stack.SetLayerOffset(handle, x, y, true);
+    return true;
 }
 
 }  // namespace
@@ -39,34 +32,31 @@ PntHandle PaintManager::AddLayer(qs::TempReference<ilImage> image, LayerMode mod
 {
     const bool isMode = mode == kLayerModeImage || mode == kLayerModeMask || mode == kLayerModeStencil;
     const int channels = mode == kLayerModeImage ? 4 : 1;
-    const qs::Reference<LayerStack> before = LayerStackFromHandle(layerStack);
-    if (!before || !isMode || type != kLayerTypeRaster || (image && image->GetNumChannels() != channels))
+    if (!isMode || type != kLayerTypeRaster || (image && image->GetNumChannels() != channels) ||
+        !ValidLayerStackHandle(layerStack))
         return kNullHandle;
+    UndoableCommand command(*this, *stroker_, layerStack);
     PntHandle added = kNullHandle;
     {
         const BusyScope busy(callbacks_);
-        stroker_->EndOn(before.get());
-        ChangeStructure(*this, layerStack, [&](LayerStack& stack) {
+        command.ChangeStructure([&](LayerStack& stack) {
             added = stack.AddLayer(image, {}, mode, type, above, 0, where, false, x, y, true);
             return added != kNullHandle;
         });
     }
-    if (added == kNullHandle)
-        return added;
-    UpdateProcessedLayerImage();
-    TellStack(*this, layerStack, [](LayerStack& stack) { stack.RebuildAllAndRedrawEntireCanvas(); });
+    if (added != kNullHandle)
+        TellStack(*this, command.GetLayerStackHandle(),
+                  [](LayerStack& stack) { stack.RebuildAllAndRedrawEntireCanvas(); });
     return added;
 }
 
 PntHandle PaintManager::AddLayerFolder(LayerMode mode, const PntHandle& where, int layerStack)
 {
-    const qs::Reference<LayerStack> before = LayerStackFromHandle(layerStack);
-    if (!before)
+    if (!ValidLayerStackHandle(layerStack))
         return kNullHandle;
     const BusyScope busy(callbacks_);
-    stroker_->EndOn(before.get());
     PntHandle added = kNullHandle;
-    ChangeStructure(*this, layerStack, [&](LayerStack& stack) {
+    UndoableCommand(*this, *stroker_, layerStack).ChangeStructure([&](LayerStack& stack) {
         added = stack.AddLayerFolder(mode, where);
         return added != kNullHandle;
     });
@@ -75,31 +65,23 @@ PntHandle PaintManager::AddLayerFolder(LayerMode mode, const PntHandle& where, i
 
 void PaintManager::DeleteCurrentLayer(const PntHandle& layer)
 {
-    const int handle = GetCurrentLayerStack(layer);
-    const qs::Reference<LayerStack> before = GetLayerStack(handle);
+    UndoableCommand command(*this, *stroker_, layer);
+    const qs::Reference<LayerStack> before = GetLayerStack(command.GetLayerStackHandle());
     const Layer* deleted = before ? before->GetLayerFromHandle(layer) : nullptr;
     if (deleted == nullptr || deleted == before->GetSelectionMask())
         return;
-    stroker_->EndOn(before.get());
-    ChangeStructure(*this, handle, [&](LayerStack& stack) {
+    command.ChangeStructure([&](LayerStack& stack) {
         stack.DeleteCurrentLayer(layer, true);
         return true;
     });
-    UpdateProcessedLayerImage();
 }
 
 bool PaintManager::MoveLayer(const PntHandle& moved, const PntHandle& target, bool above)
 {
-    const int handle = GetCurrentLayerStack(moved);
-    const qs::Reference<LayerStack> before = GetLayerStack(handle);
-    if (!before)
+    UndoableCommand command(*this, *stroker_, moved);
+    if (!command.ChangeStructure([&](LayerStack& stack) { return stack.MoveLayer(moved, target, above); }))
         return false;
-    stroker_->EndOn(before.get());
-    const bool isMoved =
-        ChangeStructure(*this, handle, [&](LayerStack& stack) { return stack.MoveLayer(moved, target, above); });
-    if (!isMoved)
-        return false;
-    TellStack(*this, handle, [](LayerStack& stack) { stack.RebuildAllAndRedrawEntireCanvas(); });
+    TellStack(*this, command.GetLayerStackHandle(), [](LayerStack& stack) { stack.RebuildAllAndRedrawEntireCanvas(); });
     Attempt([&] { LayerMovedSignal.Emit(moved, target, above); });
     return true;
 }
@@ -172,41 +154,35 @@ void PaintManager::SetLayerFolderActive(bool active, const PntHandle& folder)
 
 // --- pixels ---
 
+void PaintManager::SetLayerOffset(int x, int y, const PntHandle& layer)
+{
+    UndoableCommand(*this, *stroker_, layer).ChangePixels({layer}, [&](LayerStack& stack) {
+        return MoveOnCanvas(stack, layer, x, y);
+    });
+}
+
+void PaintManager::SetCurrentLayerOffset(int x, int y, int layerStack)
+{
+    UndoableCommand(*this, *stroker_, layerStack).ChangePixels({kCurrentLayerHandle}, [&](LayerStack& stack) {
+        return MoveOnCanvas(stack, kCurrentLayerHandle, x, y);
+    });
+}
+
 void PaintManager::FillLayer(const ilTile& area, const PaintColor& color, const PntHandle& layer)
 {
     if (!color.IsFinite())
         return;
-    TellStack(*this, layer, [&](LayerStack& stack) {
-        const ilTile onCanvas = ilTileIntersection(area, stack.GetSize());
-        stroker_->EndOn(&stack);
-        if (stack.InProxy())
-            stack.EndProxy();
+    UndoableCommand(*this, *stroker_, layer).ChangePixels({layer}, [&](LayerStack& stack) {
         const qs::Reference<Layer> filled = stack.GetLayerFromHandle(layer);
-        const qs::TempReference<ilMIOImage> image = filled ? filled->GetImage() : nullptr;
+        const qs::TempReference<ilMIOImage> image = filled->GetImage();
+        const ilTile onCanvas = ilTileIntersection(area, stack.GetSize());
         if (!image || onCanvas.IsEmpty())
-            return;
-        const PntHandle handle = filled->GetLayerContainerHandle();
-        UndoRecorder* recorder = UndoEnable() ? GetUndoRecorder() : nullptr;
-        qs::Reference<UndoStep> step;
-        if (recorder != nullptr)
-            step = recorder->BeginStroke(GetCurrentLayerStack(handle), handle, stack, *filled, image);
+            return false;
         const ilTile onLayer = ilTileMoved(onCanvas, -int64_t{filled->getXOffset()}, -int64_t{filled->getYOffset()});
-        const qs::TempReference<ilMIOImage> before = image->Snapshot();
-        if (!Attempt([&] { image->fillTile(onLayer, FillPixelOf(color, image->GetNumChannels())); })) {
-            image->ShareAllFrom(*before);  // no part of a fill stays when memory runs out on the way
-            return;
-        }
-        if (step)
-            recorder->Append(step);
-
-        if (filled->isMask() || filled->isStencil()) {
-            stack.ReuseLSCAndRedrawCanvas(handle, true);
-        } else {
-            stack.GetLSComposite()->CompositeBaseDirty(handle);
-            stack.DamageTile(onCanvas);
-            stack.ForceUpdate();
-        }
-        CallHost(callbacks_.LayerImageChangedCB, handle);
-        UpdateProcessedLayerImage();
+        image->fillTile(onLayer, FillPixelOf(color, image->GetNumChannels()));
+        stack.LayerContentChanged(*filled, {onCanvas}, false);
+        stack.ForceUpdate();
+        CallHost(callbacks_.LayerImageChangedCB, filled->GetLayerContainerHandle());
+        return true;
     });
 }

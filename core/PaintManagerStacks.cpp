@@ -5,7 +5,7 @@
 #include "core/LayerStackRegistry.h"
 #include "core/PaintManager.h"
 #include "platform/imaging/ImageCoreCB.h"
-#include "undo/UndoRecorder.h"
+#include "undo/UndoStore.h"
 
 #include <new>
 #include <utility>
@@ -67,7 +67,7 @@ void PaintManager::CloseCurrentLayerStack(bool recordUndo)
     if (!stack || closing_ == stack.get())
         return;
     stroker_->StackIsLeaving(stack.get());
-    if (recordUndo)
+    if (recordUndo && PaintUndoDatabase() != nullptr)
         AddUndoLayerStack(handle, true);
     // Recording may have put a copy in its place.
     const qs::Reference<LayerStack> closed = registry_->Get(handle);
@@ -104,16 +104,20 @@ void PaintManager::ReplaceLayerStack(qs::Reference<LayerStack> stack, int handle
     if (handle < 0 || handle >= kMaxLayerStacks || !stack)
         return;
     Attempt([&] {
+        if (registry_->Get(handle) != stack.get())
+            stroker_->StackIsLeaving(registry_->Get(handle));
         const qs::Reference<LayerStack> old = registry_->Get(handle);
-        if (old && old != stack) {
-            stroker_->StackIsLeaving(old.get());
+        const bool isOther = old && old != stack;
+        if (isOther)
+            stack->TakePresentationFrom(*old);
+        stack->AllocateCacheData();  // all that memory can run out for, before anything changes
+        if (isOther) {
             stack->TakeViewsFrom(old);
             old->FreeCacheData();
         }
         registry_->Put(handle, stack);
         if (handle == registry_->GetCurrentHandle())
             registry_->SetCurrent(stack);
-        stack->AllocateCacheData();
         stack->Notify(true);
     });
     UpdateProcessedLayerImage();

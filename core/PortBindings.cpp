@@ -4,12 +4,14 @@
 #include "core/PaintManager.h"
 #include "layers/DocumentPort.h"
 #include "stack/StackPort.h"
+#include "undo/UndoPort.h"
 
 namespace {
 
 struct NeutralPorts {
     DocumentPort document = GetDocumentPort();
     StackPort stack = GetStackPort();
+    UndoPort undo = GetUndoPort();
 };
 
 /// As they were before the first binding.
@@ -78,6 +80,45 @@ PaintColor GetDefaultBackgroundColor()
     return color;
 }
 
+bool FinishStroke()
+{
+    PaintCore.EndBrushStroke();
+    return !PaintCore.InBrushStroke();
+}
+
+/// The manager that a record was made with; one made without any belongs to the process's.
+PaintManager& Of(PaintManager* manager)
+{
+    return manager != nullptr ? *manager : PaintCore;
+}
+
+bool MayRestore(PaintManager* manager, int stackHandle)
+{
+    PntHandle restored = Of(manager).GetCurrentLayerContainerHandle(stackHandle);
+    const auto entry = Of(manager).CB()->UndoRestoreCB;
+    return entry == nullptr || entry(stackHandle, restored);
+}
+
+void BindUndoPort()
+{
+    GetUndoPort() = {
+        .GetLayerStack = [](PaintManager* manager, int handle) { return Of(manager).GetLayerStack(handle); },
+        .GetLayerStackHandle =
+            [](PaintManager* manager, const qs::Reference<LayerStack>& stack) {
+                return Of(manager).GetLayerStackHandle(stack);
+            },
+        .GetCurrentLayerStack = [](PaintManager* manager) { return Of(manager).GetCurrentLayerStack(); },
+        .GetCurrentContainer = [](PaintManager* manager,
+                                  int handle) { return Of(manager).GetCurrentLayerContainerHandle(handle); },
+        .ReplaceLayerStack = [](PaintManager* manager, const qs::Reference<LayerStack>& stack,
+                                int handle) { Of(manager).ReplaceLayerStack(stack, handle); },
+        .FinishStroke = FinishStroke,
+        .ContentChanged = [](PaintManager* manager) { Of(manager).UpdateProcessedLayerImage(); },
+        .MayRestore = MayRestore,
+        .Message = [](const char* text) { CallHost(PaintCore.CB()->MessageCB, -1, -1, 16, 0, text); },
+    };
+}
+
 }  // namespace
 
 void BindPorts()
@@ -114,10 +155,12 @@ void BindPorts()
         .LayerRenamed = [](const PntHandle& container) { CallHost(PaintCore.CB()->LayerRenamedCB, container); },
         .GetStackHandle = GetStackHandle,
     };
+    BindUndoPort();
 }
 
 void UnbindPorts()
 {
     GetDocumentPort() = GetNeutralPorts().document;
     GetStackPort() = GetNeutralPorts().stack;
+    GetUndoPort() = GetNeutralPorts().undo;
 }

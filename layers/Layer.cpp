@@ -71,7 +71,9 @@ Layer::~Layer() = default;
 
 LayerContainer* Layer::Clone()
 {
-    return new Layer(this);
+    auto* clone = new Layer(this);
+    clone->SetLocked(IsLocked());
+    return clone;
 }
 
 void Layer::initializeLayer(qs::TempReference<ilImage> image, qs::TempReference<ilImage> second, LayerMode mode,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "layers/LayerContainer.h"
+#include "layers/LayerContent.h"
 #include "layers/LayerEnums.h"
 #include "layers/LayerPivot.h"
 #include "layers/LayerStackTransform.h"
@@ -109,6 +110,14 @@ public:
 
     /// The layer's painter, bound to the current image; null without an image. Copies of the layer share it.
     PaintOps* GetPainter();
+
+    // --- content as a whole (LayerContent.cpp) ---
+
+    /// Constant time, whatever the size of the image.
+    LayerContent CaptureContent() const;
+
+    /// Puts a captured content back into this layer or a copy of it; tells nobody. Not in a proxy.
+    void RestoreContent(const LayerContent& content) noexcept;
 
     void SetImageChange(bool changed) { imageChange_ = changed; }
     bool GetImageChange() const { return imageChange_; }

@@ -53,6 +53,8 @@ void LayerFolder::Copy(const LayerFolder& source)
         InsertChild(GetSize(), child->Clone());
     SetLayerContainerHandle(source.GetLayerContainerHandle());
     SetLayerContainerName(source.GetLayerContainerName());
+    SetLocked(source.IsLocked());
+    cachedCurrent_ = source.cachedCurrent_;
     active_ = source.active_;
 }
 

@@ -46,7 +46,7 @@ public:
 
     void Clear();
 
-    /// Replaces the contents by clones of the source's; takes its handle, name and active flag.
+    /// Replaces the contents by clones of the source's; takes its handle, name, flags and remembered layer.
     void Copy(const LayerFolder& source);
 
     /// The first / last child, null when empty. Not shallow: goes down into folders until it meets a layer or an

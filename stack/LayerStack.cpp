@@ -44,12 +44,14 @@ LayerStack::LayerStack(qs::Reference<LayerStack> source)
     if (source->selectionMask_)
         selectionMask_.reset(static_cast<Layer*>(source->selectionMask_->Clone()));
     VerifyAllLsHandle();
-    CopyImagePlane(source, true, true, true);
-    SetCurrentLayer(source->GetCurrentLayerContainerHandle(), false, true, false);
-    GetCurrentLayerPainter();
+    currentLayer_ = GetLayerFromHandle(source->GetCurrentLayerContainerHandle());
     composite_.CopyFrom(&source->composite_);
     treeIsStale_ = source->treeIsStale_;
-    maskIsStale_ = true;  // the source gave its mask away with its caches
+    maskIsStale_ = source->maskIsStale_;
+    size_ = source->size_;  // which the painter is clipped to
+    GetCurrentLayerPainter();
+    // Last: from here on the source is without its plane and caches, so nothing that can fail may follow.
+    CopyImagePlane(source, true, true, true);
 }
 
 LayerStack::LayerStack(MIOLayerStack_sr*)
@@ -73,6 +75,7 @@ void LayerStack::CopyPropertiesFrom(const LayerStack& source)
     resolutionY_ = source.resolutionY_;
     backgroundColor_ = source.backgroundColor_;
     canvasDamage_ = source.canvasDamage_;
+    timerBasedUpdate_ = source.timerBasedUpdate_;
     needsFullRedraw_ = source.needsFullRedraw_;
     transformGroups_ = source.transformGroups_;
     stencilScratch_ = source.stencilScratch_;

@@ -373,6 +373,10 @@ public:
     void RemoveViewer(LayerStackView* view);
     void TakeViewsFrom(qs::Reference<LayerStack> other);
 
+    /// Goes on where `other` was shown: takes over its image plane, if this stack has none and the sizes agree, and for
+    /// another version of the same document the suspension of composites. The plane is left to `other` as well.
+    void TakePresentationFrom(LayerStack& other);
+
     /// The whole canvas in an image of its own, made afresh; null while composites are suspended or without a current
     /// layer.
     qs::TempReference<ilImage> GetUpdateImagePlaneBits(bool overlay);
@@ -399,6 +403,10 @@ public:
     void ReuseLSCAndRedrawEntireCanvas(LayerMode mode, const PntHandle& handle);
     void ReuseLSCAndRedrawCanvas(const PntHandle& handle, bool rebuildCache);
     void RedrawCanvasDueToGeometryChange();
+
+    /// The content of a layer was changed from outside within `tiles` (canvas pixels), or lies elsewhere as well
+    /// (`isMoved`): caches, painter and damage follow. Nothing is drawn.
+    void LayerContentChanged(Layer& layer, const qs::vector<ilTile>& tiles, bool isMoved);
 
     /// Rebuilds the composite cache around the current layer.
     void MakeBelowAndAbove(const PntHandle& handle);
@@ -467,7 +475,7 @@ private:
 
     // The update pass.
     void DrainPainterDamage();
-    void RefreshOwnersOfStencil(const ilTile& onCanvas);
+    void RefreshOwnersOfStencil(const Layer& stencil, const ilTile& onCanvas);
     void ComposeTile(const ilTile& tile, bool overlay, PaintOps& target);
     void DrawOverlay(const ilTile& tile, PaintOps& target);
     bool IsViewer(const LayerStackView* view) const;

@@ -23,11 +23,11 @@ void LayerStack::CopyImagePlane(qs::Reference<LayerStack> source, bool, bool not
 {
     if (!source || source == this)
         return;
+    imagePlanePainter_.reset(source->imagePlane_ ? new PaintOps(source->imagePlane_) : nullptr);
     size_ = source->size_;
     clipToSize_ = false;
     imagePlane_ = source->imagePlane_;
     source->FreeCacheData();
-    imagePlanePainter_.reset(imagePlane_ ? new PaintOps(imagePlane_) : nullptr);
     if (updateClip)
         UpdateBrushClippingRect();
     if (notify)
@@ -54,4 +54,6 @@ void LayerStack::ReleaseCachedImages()
 {
     composite_.FreeData();
     maskIsStale_ = true;
+    // What is kept of the stencils is such an image too, and nobody tells a stack that is not shown of their changes.
+    imageFolder_->SetStencilCompositeDirty(true);
 }

@@ -103,6 +103,30 @@ void LayerStack::RedrawCanvasDueToGeometryChange()
     ForceUpdate();
 }
 
+void LayerStack::LayerContentChanged(Layer& layer, const qs::vector<ilTile>& tiles, bool isMoved)
+{
+    if (isMoved) {
+        layer.SetStencilCompositeDirty(true);
+        TellChanged(layer);
+    } else if (layer.isStencil()) {
+        for (const ilTile& tile : tiles)
+            RefreshOwnersOfStencil(layer, tile);
+    } else if (layer.isMask()) {
+        maskIsStale_ = true;
+    } else {
+        ilTile all;
+        for (const ilTile& tile : tiles)
+            all = ilTileUnion(all, tile);
+        composite_.CompositeBaseDirty(layer.GetLayerContainerHandle(), all);
+    }
+    for (const ilTile& tile : tiles)
+        DamageTile(tile);
+    if (&layer == currentLayer_)
+        GetCurrentLayerPainter();
+    else if (&layer == selectionMask_)
+        UpdatePainterClip();
+}
+
 void LayerStack::MakeBelowAndAbove(const PntHandle&)
 {
     composite_.BuildCache(this, false);

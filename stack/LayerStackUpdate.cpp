@@ -52,14 +52,14 @@ void LayerStack::DrainPainterDamage()
     while (currentPainter_->getNextDamagedTile(tile)) {
         const ilTile onCanvas = ilTileMoved(tile, currentLayer_->getXOffset(), currentLayer_->getYOffset());
         if (currentLayer_->isStencil())
-            RefreshOwnersOfStencil(onCanvas);
+            RefreshOwnersOfStencil(*currentLayer_, onCanvas);
         DamageTile(onCanvas);
     }
 }
 
-void LayerStack::RefreshOwnersOfStencil(const ilTile& onCanvas)
+void LayerStack::RefreshOwnersOfStencil(const Layer& stencil, const ilTile& onCanvas)
 {
-    for (const PntHandle& handle : currentLayer_->GetOwnerLayerArray()) {
+    for (const PntHandle& handle : stencil.GetOwnerLayerArray()) {
         Layer* owner = GetLayerFromHandle(handle);
         if (owner == nullptr)
             continue;
@@ -233,6 +233,18 @@ void LayerStack::TakeViewsFrom(qs::Reference<LayerStack> other)
 {
     if (other && other != this)
         viewers_ = std::exchange(other->viewers_, {});
+}
+
+void LayerStack::TakePresentationFrom(LayerStack& other)
+{
+    if (!imagePlane_ && other.imagePlane_ && size_ == other.size_) {
+        imagePlanePainter_.reset(new PaintOps(other.imagePlane_));
+        imagePlane_ = other.imagePlane_;
+        DamageCanvas();
+    }
+    // Who suspended the document holds a handle, whatever version of it answers to that.
+    if (instance_ == other.instance_)
+        compositesSuspended_ = other.compositesSuspended_;
 }
 
 void LayerStack::BeginTimerBasedUpdate(int intervalMs)

@@ -52,7 +52,7 @@ void ilMIOImage::ShareAllFrom(const ilMIOImage& source)
     hasTightBounds_ = source.hasTightBounds_;
     pageBounds_ = source.pageBounds_;
     pageBoundsKnown_ = source.pageBoundsKnown_;
-    hasChanged_ = true;
+    hasChanged_ = source.hasChanged_;  // the bounds come along, so they are as good as they were there
     ForgetCache();
     source.ForgetCache();
 }

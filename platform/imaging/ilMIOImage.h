@@ -114,6 +114,11 @@ public:
     template <class Visitor>
     void VisitPages(const ilTile& area, Visitor&& visit) const;
 
+    /// Calls visit(px, py, const Page* here, const Page* there) for each page that is not the very same shared one in
+    /// both images (null: not stored), in no order. Costs the blocks of pages that differ. Fill values do not count.
+    template <class Visitor>
+    void VisitDifferentPages(const ilMIOImage& other, Visitor&& visit) const;
+
     /// True when the other image has the very same page stored here (or both miss it and fill alike).
     bool SharesPageWith(const ilMIOImage& other, int px, int py) const
     {
@@ -178,4 +183,28 @@ void ilMIOImage::VisitPages(const ilTile& area, Visitor&& visit) const
                 if (const Page* page = slot.block->pages[PageBlock::SlotOf(px, py)].get())
                     visit(px, py, *page);
     }
+}
+
+template <class Visitor>
+void ilMIOImage::VisitDifferentPages(const ilMIOImage& other, Visitor&& visit) const
+{
+    if (directory_ == other.directory_)
+        return;
+    const auto visitBlock = [&](int bx, int by, const PageBlock* here, const PageBlock* there) {
+        for (int i = 0; here != there && i < kBlockPages; ++i) {
+            const Page* mine = here != nullptr ? here->pages[i].get() : nullptr;
+            const Page* theirs = there != nullptr ? there->pages[i].get() : nullptr;
+            if (mine != theirs)
+                visit(bx * kBlockSize + i % kBlockSize, by * kBlockSize + i / kBlockSize, mine, theirs);
+        }
+    };
+    if (directory_ != nullptr)
+        for (const PageDirectory::Slot& slot : directory_->GetSlots())
+            if (slot.block)
+                visitBlock(slot.bx, slot.by, slot.block.get(),
+                           other.directory_ != nullptr ? other.directory_->Find(slot.bx, slot.by) : nullptr);
+    if (other.directory_ != nullptr)
+        for (const PageDirectory::Slot& slot : other.directory_->GetSlots())
+            if (slot.block && (directory_ == nullptr || directory_->Find(slot.bx, slot.by) == nullptr))
+                visitBlock(slot.bx, slot.by, nullptr, slot.block.get());
 }

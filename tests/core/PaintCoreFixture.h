@@ -3,7 +3,7 @@
 #include "core/PaintManager.h"
 #include "platform/imaging/ImageCoreCB.h"
 #include "platform/imaging/PageAllocator.h"
-#include "undo/UndoRecorder.h"
+#include "undo/UndoStore.h"
 
 #include <gtest/gtest.h>
 
@@ -97,27 +97,22 @@ public:
     int checks = 0;
 };
 
-/// Writes down what is recorded; keeps pictures of layers before strokes.
-class FakeRecorder : public UndoRecorder {
+/// A store that writes down the primary ids of what it keeps; the process's for as long as it lives.
+class FakeStore : public PntUndoDatabase {
 public:
-    qs::Reference<UndoStep> BeginStroke(int, const PntHandle&, LayerStack&, Layer&,
-                                        qs::TempReference<ilImage> image) override
+    FakeStore() : before_(ExchangeUndoDatabase(this)) {}
+    ~FakeStore() override { ExchangeUndoDatabase(before_); }
+
+    bool AddUndoOperation(qs::Reference<PntUndoOper> record) override
     {
-        told += "stroke ";
-        before = image->AsPaged()->Snapshot();
-        return new UndoStep;
+        told += std::string(record->GetID(0)) + ' ';
+        return PntUndoDatabase::AddUndoOperation(record);
     }
-    qs::Reference<UndoStep> BeginStructure(int, const PntHandle&, LayerStack&) override
-    {
-        told += "structure ";
-        return new UndoStep;
-    }
-    void Append(qs::Reference<UndoStep>) override { told += "append "; }
-    void SetListDirty() override { told += "dirty "; }
-    void FlushQueue() override { told += "flush "; }
 
     std::string told;
-    qs::Reference<ilMIOImage> before;
+
+private:
+    PntUndoDatabase* before_;
 };
 
 /// PaintCore as a process has it at its start, but for numbers and names given out.
@@ -144,7 +139,8 @@ protected:
         PaintCore.EnableBrushFeedback(false);
         PaintCore.SetLogUndoOper(true);
         PaintCore.SuspendUndo(false);
-        SetUndoRecorder(nullptr);
+        PaintCore.FlushUndoQueue();
+        delete ExchangeUndoDatabase(nullptr);
         FakeTimers::Remove();
         told().clear();
     }

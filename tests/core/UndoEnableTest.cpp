@@ -37,16 +37,14 @@ using UndoEnable = PaintCoreTest;
 
 TEST_F(UndoEnable, EditsAreRecordedUnlessSuspendedOrNotLogged)
 {
-    FakeRecorder recorder;
-    SetUndoRecorder(&recorder);
+    FakeStore store;
     Open();
-    recorder.told.clear();
+    store.told.clear();
     SetBrush(5);
     Dab(20, 20);
-    EXPECT_EQ(recorder.told, "stroke append ");
-    EXPECT_NE(BytesOf(*recorder.before, Stack().GetSize()), LayerBytes());
+    EXPECT_EQ(store.told, "MioStroke ");
 
-    recorder.told.clear();
+    store.told.clear();
     PaintCore.SuspendUndo(true);
     Dab(40, 20);
     PaintCore.AddLayer({});
@@ -55,23 +53,27 @@ TEST_F(UndoEnable, EditsAreRecordedUnlessSuspendedOrNotLogged)
     PaintCore.SuspendUndo(false);
     PaintCore.SetLogUndoOper(false);
     PaintCore.DeleteCurrentLayer();
-    EXPECT_EQ(recorder.told, "");
+    EXPECT_EQ(store.told, "");
     PaintCore.SetLogUndoOper(true);
     PaintCore.FillLayer({0, 0, 10, 10}, {1, 0, 0, 1});
     PaintCore.AddLayer({});
-    EXPECT_EQ(recorder.told, "stroke append structure append ");
+    EXPECT_EQ(store.told, "MioStroke MioLayerStack ");
 }
 
 TEST_F(UndoEnable, RefusedCommandsRecordNothing)
 {
-    FakeRecorder recorder;
     Open();
     const PntHandle image = PaintCore.GetCurrentLayerContainerHandle();
     const PntHandle mask = PaintCore.AddLayer({}, kLayerModeMask);
-    SetUndoRecorder(&recorder);
+    FakeStore store;
+    const qs::Reference<LayerStack> before(&Stack());
     EXPECT_FALSE(PaintCore.MoveLayer(mask, image, true));
     EXPECT_EQ(PaintCore.AddLayer({}, kLayerModeImage, kLayerTypeShape), kNullHandle);
     PaintCore.DeleteCurrentLayer(kNullHandle);
     PaintCore.FillLayer({500, 500, 10, 10}, {1, 0, 0, 1});
-    EXPECT_EQ(recorder.told.find("append"), std::string::npos) << recorder.told;
+    PaintCore.SetLayerOffset(0, 0);
+    PaintCore.SetLayerOffset(5, 5, kNullHandle);
+    Dab(-100, -100);
+    EXPECT_EQ(store.told, "");
+    EXPECT_EQ(&Stack(), before.get()) << "what was recorded before still finds its document";
 }

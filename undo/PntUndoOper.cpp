@@ -1,0 +1,67 @@
+#include "undo/PntUndoOper.h"
+
+#include <algorithm>
+#include <climits>
+
+namespace {
+
+unsigned int lastSequence = 0;
+unsigned int lastUndoHandle = 0;
+
+}  // namespace
+
+PntUndoOper::PntUndoOper(const char* id, bool willDeleteAfterExit, bool flag)
+    : IdList(id), sequence_(++lastSequence), willDeleteAfterExit_(willDeleteAfterExit), flag_(flag),
+      undoHandle_(++lastUndoHandle)
+{
+    SetID("MioOper");
+}
+
+PntUndoOper::PntUndoOper(const PntUndoOper& other)
+    : qs::ReferenceCount(other), IdList(other), sequence_(other.sequence_),
+      willDeleteAfterExit_(other.willDeleteAfterExit_), flag_(other.flag_), undoHandle_(++lastUndoHandle)
+{}
+
+PntUndoOper& PntUndoOper::operator=(const PntUndoOper& other)
+{
+    IdList::operator=(other);
+    sequence_ = other.sequence_;
+    willDeleteAfterExit_ = other.willDeleteAfterExit_;
+    flag_ = other.flag_;
+    return *this;
+}
+
+PntUndoOper::~PntUndoOper() = default;
+
+int PntUndoOper::SumOfBytes(int64_t allocated, int64_t own)
+{
+    return static_cast<int>(std::min<int64_t>(allocated + own, INT_MAX));
+}
+
+int PntUndoOper::GetBytesUsed()
+{
+    return static_cast<int>(sizeof(PntUndoOper));
+}
+
+int PntUndoOper::GetAllocatedBytes()
+{
+    return 0;
+}
+
+void PntUndoOper::Archive(PntUndoDatabase*) {}
+
+void PntUndoOper::Debug() {}
+
+qs::Reference<PntUndoOper> PntUndoOper::CompareOper(qs::Reference<PntUndoOper>)
+{
+    return this;
+}
+
+qs::Reference<PntUndoOper> PntUndoOper::CompareOperFromIDList(qs::Reference<PntUndoOper> other)
+{
+    const char* primary = GetID(0);
+    if (!other || primary == nullptr)
+        return {};
+    // An id stands in the list once, so at most one of them is the primary one.
+    return other->CheckID(primary) ? other->CompareOper(this) : qs::Reference<PntUndoOper>();
+}
