@@ -12,6 +12,7 @@
 #include "platform/imaging/ilSmartImage.h"
 #include "platform/imaging/ilTile.h"
 
+class DamageControl;
 class PaintOps;
 
 /// A raster layer: a paged image at an integer offset on the canvas, with opacity, blend mode, visibility, a pivot for
@@ -72,6 +73,10 @@ public:
     /// From here on edits go to a work image that shares its pages with the original. True also when a proxy is in
     /// progress already (nothing changes); false without an image.
     virtual bool BeginProxy(ProxyParameters::ScopeHint scope, ProxyParameters::Images images);
+
+    /// What the last proxy was begun with.
+    ProxyParameters::ScopeHint GetProxyScopeHint() const { return proxyScope_; }
+    ProxyParameters::Images GetProxyImages() const { return proxyImages_; }
 
     /// Invert every pixel, those of the unstored area included; each acts on layers of its own mode only.
     virtual void InvertMask();
@@ -198,8 +203,14 @@ public:
 
     bool InProxy() const { return inProxy_; }
 
-    /// Ends the proxy and begins it again: the edits are gone, the proxy goes on.
+    /// Ends the proxy and begins it again: the edits are gone, the proxy goes on. Nothing outside a proxy.
     void RevertProxy();
+
+    /// Ends the proxy with its edits: they go into the original image object, and offset and pivot stay as they are.
+    void KeepProxy();
+
+    /// Adds the canvas tiles in which the proxy's work image shows other pages than the original.
+    void CollectProxyDamage(DamageControl& damage) const;
 
     // --- pixels ---
 
@@ -262,6 +273,7 @@ private:
     const Layer* FindVisibilityOwner() const;
     void TellImageChanged();
     void InvertPixels(bool colorOnly);
+    void DropProxyEdits(const qs::Reference<ilMIOImage>& image);
     qs::vector<Layer*> FindActiveStencils() const;
     void MakeStencilComposite();
     qs::TempReference<ilSmartImage> MakeStencilledImage(const ilTile* tile, bool fullOpacity);
@@ -277,7 +289,7 @@ private:
     qs::Reference<ilMIOImage> origImage_;  // what the proxy began with; image_ is the work image then
     bool imageChange_ = false;
     bool inProxy_ = false;
-    ProxyParameters::ScopeHint proxyScope_ = ProxyParameters::kScopeWholeLayer;
+    ProxyParameters::ScopeHint proxyScope_ = ProxyParameters::kScopeWholeLayer;  // of the last proxy begun
     ProxyParameters::Images proxyImages_ = ProxyParameters::kImagesContent;
     int xOffset_ = 0;
     int yOffset_ = 0;

@@ -18,7 +18,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 
+class FloodRegion;
 class LayerStackView;
 class MIOLayerStack_sr;
 class MaskingPaintOps;
@@ -388,15 +390,49 @@ public:
     /// current layer the stroke under way. At full weight when `full`, else at the layer's opacity. Null without one.
     qs::TempReference<ilMIOImage> GetLayerTargetImg(Layer* layer, const ilTile& tile, bool full);
 
+    // --- flood fills and magic wands (LayerStackFlood.cpp, LayerStackWand.cpp). What is 4-connected to a canvas point
+    // and like it in colour, within the canvas; tolerance in parts of full scale, as ColorMatch takes it. The smooth
+    // ones end in the soft or anti-aliased edge around it. Throws std::bad_alloc, with nothing changed. ---
+
+    /// Fills a raster layer with the colour; a mask, a stencil and the selection mask with its alpha as coverage. A
+    /// used selection limits it. False, with nothing changed, on a layer that is hidden or locked, itself or by its
+    /// folder, for a point outside the canvas or the selection, and for a tolerance or colour that is no number.
+    bool FloodFillDone(int x, int y, float tolerance, const PaintColor& color, const PntHandle& layer);
+
+    /// fillTile: becomes the canvas area of what was filled. The preview image is accepted and not used: it is the
+    /// colour.
+    bool SmoothFloodFillDone(int x, int y, float tolerance, const PaintColor& color,
+                             const qs::TempReference<ilSmartImage>& previewImage, ilTile& fillTile,
+                             const PntHandle& layer);
+
+    /// Moves the selection to the colour's alpha where the layer is alike: 1 selects, 0 deselects. fromAll: from a
+    /// canvas that is selected whole. A point outside the canvas acts as the nearest one inside. Nothing happens for
+    /// shape and object layers and without a selection mask.
+    bool MagicWandDone(int x, int y, float tolerance, const PaintColor& color, bool fromAll, const PntHandle& layer);
+    bool SmoothMagicWandDone(int x, int y, float tolerance, const PaintColor& color, bool fromAll,
+                             const PntHandle& layer);
+
     // --- proxies and transform groups (LayerStackProxy.cpp) ---
 
-    /// The current layer's edits go to a work image from here on. False without a current layer.
+    /// The edits of the named layers (the selection mask may be among them) go to work images from here on, which are
+    /// what is shown; no handles: those that the parameters name. True also when a proxy is in progress already
+    /// (nothing changes); false, with nothing begun, when a handle names no layer with an image, or none is given.
+    bool BeginProxy(const ProxyParameters& parameters, const qs::vector<PntHandle>& layers);
+
+    /// The same for the current layer, without anybody to tell.
     bool BeginProxy(ProxyParameters::ScopeHint scope, ProxyParameters::Images images);
     bool InProxy() const { return inProxy_; }
     void ForceOutProxy() { inProxy_ = false; }
 
-    /// Ends an active proxy: its layers show their originals again.
+    /// Ends an active proxy: its layers show their originals again, unless a slot of the parameters' keep signal wants
+    /// the edits to stay; then tells the ended signal. From inside such a slot nothing happens.
     void EndProxy();
+
+    /// The edits are gone and the proxy goes on; nobody is told.
+    void RevertProxy();
+
+    /// The layers that the proxy in progress holds.
+    const qs::vector<PntHandle>& GetProxyLayers() const { return proxyLayers_; }
 
     bool InProxyRotateCanvas() const { return inProxyRotateCanvas_; }
     void BeginProxyRotateCanvas() { inProxyRotateCanvas_ = true; }
@@ -631,6 +667,7 @@ private:
     void TellChanged(Layer& layer);
     void DamageCanvas();
     void DamageLayer(Layer& layer);
+    void DropProxyEdits(Layer& layer, bool goesOn);
     void ShowLayer(Layer& layer, bool visible);
     void ShowChange();
 
@@ -660,6 +697,13 @@ private:
     ilTile DamageOf(Layer& layer) const;
     void InvertLayer(const PntHandle& handle, LayerMode mode);
     const qs::vector<PntHandle>* FindTransformGroup(const PntHandle& handle) const;
+
+    // Flood fills.
+    bool IsFillable(const Layer& layer) const;
+    bool Flood(Layer& layer, int x, int y, float tolerance, const PaintColor& color, bool isSmooth, ilTile& onCanvas);
+    void TellFilled(Layer& layer, const FloodRegion& region);
+    bool SelectByWand(int x, int y, float tolerance, const PaintColor& color, bool fromAll, bool isSmooth,
+                      const PntHandle& handle);
 
     // Composites.
     void BringCompositeUpToDate();
@@ -701,12 +745,13 @@ private:
     qs::Reference<PaintOps> currentPainter_;  // of currentLayer_; null until it is asked for
 
     DamageControl canvasDamage_;
-    DamageControl proxyDamage_;
     uint64_t damageSerial_ = 0;  // grows with every tile damaged
     bool needsFullRedraw_ = false;
 
     bool inProxy_ = false;
     bool inProxyRotateCanvas_ = false;
+    bool isEndingProxy_ = false;  // a slot is asked whether the edits stay
+    std::optional<ProxyParameters> proxyParameters_;  // of the proxy in progress
     qs::vector<PntHandle> proxyLayers_;
     qs::list<qs::vector<PntHandle>> transformGroups_;
 

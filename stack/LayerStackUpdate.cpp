@@ -37,8 +37,6 @@ void LayerStack::DamageTile(const ilTile& tile)
         return;
     ++damageSerial_;
     canvasDamage_.DamageTile(tile);
-    if (inProxy_)
-        proxyDamage_.DamageTile(tile);
 }
 
 void LayerStack::DamageCanvas()

@@ -7,6 +7,7 @@
 #include "platform/imaging/kernels/EraseKernels.cpp"
 #include "platform/imaging/kernels/FactorKernels.cpp"
 #include "platform/imaging/kernels/HueBlendModeKernels.cpp"
+#include "platform/imaging/kernels/MatchKernels.cpp"
 #include "platform/imaging/kernels/OverKernels.cpp"
 #include "platform/imaging/kernels/PixelKernels.cpp"
 #include "platform/imaging/kernels/StampKernels.cpp"

@@ -237,25 +237,4 @@ TEST_F(Stencils, ReplacedPixelsAreToldAsDirty)
     ExpectShown(kRed, kBlue);
 }
 
-TEST(Proxies, EndingOneBringsTheOriginalBack)
-{
-    OpenStack document;
-    document.Add("a");
-    document.Paint({10, 10, 10, 10}, kRed);
-    document->ForceUpdate();
-    const auto before = BytesOf(*document->GetImagePlane(), document->GetSize());
-    ASSERT_TRUE(document->BeginProxy(ProxyParameters::kScopeWholeLayer, ProxyParameters::kImagesContent));
-    document.Paint({100, 100, 10, 10}, kRed);
-    document->SetCurrentLayerOffset(5, 5, true);
-    EXPECT_EQ(document->GetImagePlane()->GetPixel(105, 105), kRed);
-    document->EndProxy();
-    EXPECT_FALSE(document->InProxy());
-    document->ForceUpdate();
-    EXPECT_EQ(Difference(BytesOf(*document->GetImagePlane(), document->GetSize()), before, 200), "");
-
-    document->BeginProxy(ProxyParameters::kScopeWholeLayer, ProxyParameters::kImagesContent);
-    document.Add("b");
-    EXPECT_FALSE(document->InProxy()) << "a structural change ends the proxy";
-}
-
 }  // namespace

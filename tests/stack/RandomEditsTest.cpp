@@ -175,8 +175,16 @@ public:
 
     void EditInProxy()
     {
-        document->BeginProxy(ProxyParameters::kScopeWholeLayer, ProxyParameters::kImagesContent);
-        PaintSomething();
+        ProxyParameters parameters;
+        const bool keep = Flip();
+        parameters.keepsEdits->Connect([keep](bool& keeps, const auto&) { keeps = keep; });
+        document->BeginProxy(parameters, {OneOf({kCurrentLayerHandle, ContainerOf(Mode())}), kCurrentLayerHandle});
+        for (int i = Below(4); i > 0; --i) {
+            PaintSomething();
+            document->SetLayerOffset(OneOf(document->GetProxyLayers()), Below(41) - 20, Below(41) - 20, Flip());
+            if (Flip())
+                document->RevertProxy();
+        }
         if (Flip())
             document->ForceUpdate();
         document->EndProxy();

@@ -39,6 +39,15 @@ struct StampBlock {
     int rows;
 };
 
+/// What is like a seed pixel (made by ColorMatch). A pixel of alpha a and component c is like the seed of alpha sa and
+/// component s when its alpha lies in the range and |c·sa - s·a| <= a·sa·weight >> 16 for each colour: the difference
+/// of the straight colours, without a division. Where either is fully transparent the alpha alone decides.
+struct PixelMatch {
+    uint8_t seed[4];  // premultiplied; one channel: the coverage in seed[3]
+    uint8_t low[4], high[4];  // components of an opaque pixel that is like the seed; [3]: alphas of any pixel that is
+    uint16_t weight;  // the tolerance in 1/65535 of full scale, plus 1
+};
+
 /// The W3C blend functions work on one pair of spans with a weight on the source.
 using BlendModeSpan = void (*)(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 
@@ -99,6 +108,10 @@ struct KernelTable {
     // --- looking at pixels ---
     /// Ands and ors all 32-bit words together (bytes: a multiple of 64).
     void (*foldWords)(const uint8_t* bytes, int byteCount, uint32_t* andOfAll, uint32_t* orOfAll);
+    /// Bit x of word y tells whether pixel 64·y + x is like the seed; 64·words pixels in one piece.
+    void (*matchPixels)(uint64_t* bits, const uint8_t* pixels, const PixelMatch& match, int words);
+    void (*matchOpaquePixels)(uint64_t* bits, const uint8_t* pixels, const PixelMatch& match, int words);  // alphas 255
+    void (*matchCoverage)(uint64_t* bits, const uint8_t* coverage, const PixelMatch& match, int words);  // one channel
 
     /// Layer blend modes, within 0.52 of a level: some take a product twice. [kBlendNormal] is paintOverWeighted.
     BlendModeSpan blendMode[kLayerBlendModeCount];

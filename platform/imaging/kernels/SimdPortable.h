@@ -106,6 +106,22 @@ PAINTLAYER_KERNEL_INLINE bool IsZero(const Vec& a)
     return all == 0;
 }
 
+PAINTLAYER_KERNEL_INLINE uint64_t ZeroByteBits(const Vec& a)
+{
+    uint64_t bits = 0;
+    for (int i = 0; i < kVecBytes; ++i)
+        bits |= uint64_t{a.v[i] == 0} << i;
+    return bits;
+}
+
+PAINTLAYER_KERNEL_INLINE uint64_t ZeroPixelBits(const Vec& a)
+{
+    uint64_t bits = 0;
+    for (int i = 0; i < kVecBytes; i += 4)
+        bits |= uint64_t{(a.v[i] | a.v[i + 1] | a.v[i + 2] | a.v[i + 3]) == 0} << (i / 4);
+    return bits;
+}
+
 // --- 16-bit lanes ---
 
 PAINTLAYER_KERNEL_INLINE Wide operator+(const Wide& a, const Wide& b)

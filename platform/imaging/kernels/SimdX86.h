@@ -123,6 +123,30 @@ PAINTLAYER_KERNEL_INLINE bool IsZero(Vec a)
 #endif
 }
 
+/// Bit i tells whether byte i is zero.
+PAINTLAYER_KERNEL_INLINE uint64_t ZeroByteBits(Vec a)
+{
+#if defined(__AVX512BW__)
+    return _mm512_testn_epi8_mask(a.v, a.v);
+#else
+    return static_cast<uint32_t>(
+        PAINTLAYER_MM(movemask_epi8)(PAINTLAYER_MM(cmpeq_epi8)(a.v, PAINTLAYER_MM_ALL(setzero)())));
+#endif
+}
+
+/// Bit i tells whether the four bytes of pixel i are zero.
+PAINTLAYER_KERNEL_INLINE uint64_t ZeroPixelBits(Vec a)
+{
+#if defined(__AVX512BW__)
+    return _mm512_testn_epi32_mask(a.v, a.v);
+#elif defined(__AVX2__)
+    return static_cast<uint32_t>(
+        _mm256_movemask_ps(_mm256_castsi256_ps(_mm256_cmpeq_epi32(a.v, _mm256_setzero_si256()))));
+#else
+    return static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(_mm_cmpeq_epi32(a.v, _mm_setzero_si128()))));
+#endif
+}
+
 // --- 16-bit lanes; + and - wrap ---
 
 PAINTLAYER_KERNEL_INLINE Wide operator+(Wide a, Wide b)

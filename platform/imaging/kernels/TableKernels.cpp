@@ -30,6 +30,9 @@ const KernelTable kTable = {
     .invertColor = InvertColor,
     .maximum = Maximum,
     .foldWords = FoldWords,
+    .matchPixels = MatchPixels,
+    .matchOpaquePixels = MatchOpaquePixels,
+    .matchCoverage = MatchCoverage,
     .blendMode =
         {
             PaintOverWeighted,

@@ -33,6 +33,9 @@ void Invert(uint8_t* dst, int bytes);
 void InvertColor(uint8_t* dst, int count);
 void Maximum(uint8_t* dst, const uint8_t* src, int bytes);
 void FoldWords(const uint8_t* bytes, int byteCount, uint32_t* andOfAll, uint32_t* orOfAll);
+void MatchPixels(uint64_t* bits, const uint8_t* pixels, const PixelMatch& match, int words);
+void MatchOpaquePixels(uint64_t* bits, const uint8_t* pixels, const PixelMatch& match, int words);
+void MatchCoverage(uint64_t* bits, const uint8_t* coverage, const PixelMatch& match, int words);
 
 void BlendMultiply(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 void BlendScreen(uint8_t* dst, const uint8_t* src, Weight weight, int count);

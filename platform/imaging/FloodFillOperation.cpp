@@ -1,0 +1,48 @@
+#include "platform/imaging/FloodFillOperation.h"
+
+#include "platform/imaging/FloodPainter.h"
+#include "platform/imaging/FloodSearch.h"
+#include "platform/imaging/FloodSoftEdge.h"
+
+FloodFillOperation::FloodFillOperation(CachedSmartImage& source, CachedSmartImage& target, const ilTile& area,
+                                       float tolerance, const PaintColor& color)
+    : source_(source), target_(target), area_(area), tolerance_(tolerance), color_(color)
+{}
+
+void FloodFillOperation::SetTargetOffset(int dx, int dy)
+{
+    dx_ = dx;
+    dy_ = dy;
+}
+
+void FloodFillOperation::SetSelection(qs::TempReference<ilMIOImage> image, int x, int y)
+{
+    selection_ = FloodSelection(std::move(image), x, y);
+}
+
+bool FloodFillOperation::DoFlood(int x, int y)
+{
+    region_ = FloodRegion();
+    if (!color_.IsFinite() || !area_.Contains(x, y))
+        return false;
+    const int channels = source_.GetImage().GetNumChannels();
+    const ilPixel seed(kUnsignedByte, channels, source_.LookAtPixel(x, y));
+    const ColorMatch match(seed, tolerance_);
+    if (match.IsRefused())
+        return false;
+    region_ = FloodSearch(source_, match, area_, selection_).Run(x, y);
+    if (region_.IsEmpty())
+        return false;
+    if (isSmooth_)
+        AddSoftEdge(region_, source_, seed, area_);
+    source_.LetGo();
+
+    FloodPaint paint;
+    const ilPixel color = color_.Premultiplied();
+    paint.value = target_.GetImage().GetNumChannels() == 1 ? ilPixel::Coverage(color.GetAlpha()) : color;
+    if (&source_.GetImage() == &target_.GetImage())
+        paint.replaced = seed;
+    paint.selection = selection_.MovedBy(dx_, dy_);
+    PaintRegion(target_, region_, dx_, dy_, paint);
+    return true;
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/imaging/CachedSmartImage.h"
+#include "platform/imaging/FloodSelection.h"
+#include "platform/imaging/PaintColor.h"
+
+/// Floods what is 4-connected to a seed pixel and like it in colour (ColorMatch), and paints it into a target.
+///
+/// Source and target may be the same image. A four-channel target takes the colour, a one-channel one the colour's
+/// alpha as coverage: 1 adds to a mask, 0 takes away from it.
+class PAINTLAYER_EXPORT FloodFillOperation {
+public:
+    /// area: what may be reached, in the source's pixels. tolerance: parts of full scale, as ColorMatch takes it.
+    FloodFillOperation(CachedSmartImage& source, CachedSmartImage& target, const ilTile& area, float tolerance,
+                       const PaintColor& color);
+
+    /// Where source pixel (0, 0) lies in the target; (0, 0) at first.
+    void SetTargetOffset(int dx, int dy);
+
+    /// One channel, its (0, 0) on source pixel (x, y): pixels that it does not cover are walls, and what it covers in
+    /// part changes by as much.
+    void SetSelection(qs::TempReference<ilMIOImage> image, int x, int y);
+
+    /// The region goes on into the soft or anti-aliased edge around it (AddSoftEdge).
+    void SetSmooth(bool smooth) { isSmooth_ = smooth; }
+
+    /// Floods from a source pixel. False, with the target unchanged, for a tolerance that is negative or not a number,
+    /// a colour that is not finite, and a seed outside the area or the selection. Throws std::bad_alloc with the target
+    /// painted in part.
+    bool DoFlood(int x, int y);
+
+    /// What the last DoFlood reached, in the source's pixels.
+    const FloodRegion& GetRegion() const { return region_; }
+
+private:
+    CachedSmartImage& source_;
+    CachedSmartImage& target_;
+    ilTile area_;
+    float tolerance_;
+    PaintColor color_;
+    int dx_ = 0;
+    int dy_ = 0;
+    FloodSelection selection_;
+    bool isSmooth_ = false;
+    FloodRegion region_;
+};

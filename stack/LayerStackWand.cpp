@@ -1,0 +1,68 @@
+#include "platform/imaging/FloodFillOperation.h"
+#include "stack/LayerStack.h"
+
+#include <algorithm>
+
+namespace {
+
+void Shrink(const qs::TempReference<ilMIOImage>& image)
+{
+    if (auto* smart = dynamic_cast<ilSmartImage*>(image.get()))
+        smart->ForceShrinkAttempt();
+}
+
+}  // namespace
+
+bool LayerStack::MagicWandDone(int x, int y, float tolerance, const PaintColor& color, bool fromAll,
+                               const PntHandle& handle)
+{
+    return SelectByWand(x, y, tolerance, color, fromAll, false, handle);
+}
+
+bool LayerStack::SmoothMagicWandDone(int x, int y, float tolerance, const PaintColor& color, bool fromAll,
+                                     const PntHandle& handle)
+{
+    return SelectByWand(x, y, tolerance, color, fromAll, true, handle);
+}
+
+bool LayerStack::SelectByWand(int x, int y, float tolerance, const PaintColor& color, bool fromAll, bool isSmooth,
+                              const PntHandle& handle)
+{
+    const Layer* layer = GetLayerFromHandle(handle);
+    const qs::TempReference<ilMIOImage> image = layer != nullptr ? layer->GetImage() : nullptr;
+    const qs::TempReference<ilMIOImage> mask = selectionMask_ ? selectionMask_->GetImage() : nullptr;
+    if (!image || !mask || layer->GetLayerType() != kLayerTypeRaster)
+        return false;
+    Shrink(image);
+    Shrink(mask);
+    int maskX = 0, maskY = 0;
+    GetSelMaskOffset(maskX, maskY);
+    const qs::Reference<ilMIOImage> before = mask->Snapshot();
+    const ilTile area = GetLayerStackBndInLayerCoord(handle);
+    LayerStackToLayerCoords(x, y, handle);
+    x = std::clamp(x, area.x, static_cast<int>(area.Right() - 1));
+    y = std::clamp(y, area.y, static_cast<int>(area.Bottom() - 1));
+    try {
+        if (fromAll)
+            mask->fillTile(ilTileMoved(size_, -int64_t{maskX}, -int64_t{maskY}), ilPixel::Coverage(255));
+        CachedSmartImage source(image);
+        CachedSmartImage target(mask);
+        FloodFillOperation wand(source, target, area, tolerance, color);
+        wand.SetTargetOffset(layer->getXOffset() - maskX, layer->getYOffset() - maskY);
+        wand.SetSmooth(isSmooth);
+        if (!wand.DoFlood(x, y)) {
+            mask->ShareAllFrom(*before);
+            return false;
+        }
+    } catch (...) {
+        mask->ShareAllFrom(*before);
+        throw;
+    }
+    UpdatePainterClip();
+    RebuildCompositeMask();
+    DamageCanvas();
+    ForceUpdate();
+    // Once more for those who take the damage by themselves, so that every view redraws.
+    DamageCanvas();
+    return true;
+}
