@@ -694,9 +694,10 @@ private:
     qs::Reference<Layer> BeginPixelEdit(const PntHandle& handle);  // null when there is nothing to edit
     void EndPixelEdit(Layer& layer, const ilTile& canvasTile);
     ilTile CanvasOn(const Layer& layer) const;  // in layer coordinates
-    ilTile DamageOf(Layer& layer) const;
+    ilTile DamageOf(Layer& layer) const;  // where the layer can show, on the canvas
+    ilTile ReachOf(Layer& layer) const;  // how far an edit of all its pixels goes, in layer coordinates
     void InvertLayer(const PntHandle& handle, LayerMode mode);
-    const qs::vector<PntHandle>* FindTransformGroup(const PntHandle& handle) const;
+    qs::vector<PntHandle> GroupOrLayer(const PntHandle& handle) const;  // the transform group, or the layer alone
 
     // Flood fills.
     bool IsFillable(const Layer& layer) const;

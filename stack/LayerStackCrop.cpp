@@ -8,7 +8,7 @@ void LayerStack::CropLayer(const PntHandle& handle, const ilTile& canvasTile)
         return;
     const ilTile before = DamageOf(*layer);
     const ilTile kept = ilTileMoved(canvasTile, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
-    layer->TakePixels(*CroppedImage(*layer->GetImage(), kept));
+    layer->TakePixels(*CroppedImage(*layer->GetImage(), ilTileIntersection(kept, ReachOf(*layer))));
     EndPixelEdit(*layer, before);
 }
 

@@ -145,7 +145,8 @@ void LayerStack::MergeLayers(const PntHandle& upper, const PntHandle& lower, boo
     below->SetVisible(true);  // to be in the picture
     try {
         if (mergesPixels && IsCoverage(*above))
-            picture = UnionOf({below.get(), above.get()});
+            picture = UnionOf(above->isStencil() || above->isVisible() ? qs::vector<Layer*>{below.get(), above.get()}
+                                                                       : qs::vector<Layer*>{below.get()});
         else if (mergesPixels && HasPixelsOnCanvas(*above))
             picture = ComposeApart({below->GetLayerContainerHandle(), above->GetLayerContainerHandle()});
     } catch (...) {

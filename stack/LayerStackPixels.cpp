@@ -12,13 +12,6 @@ qs::Reference<ilSmartImage> SharedCopy(const Layer& layer)
     return qs::Reference<ilSmartImage>(new ilSmartImage(*layer.GetImage(), 0, 0));
 }
 
-/// How far an edit of a whole layer has to reach, in layer coordinates.
-ilTile ReachOf(Layer& layer, const ilTile& canvas)
-{
-    const ilTile bounds = layer.getLayerBounds(true);
-    return layer.GetImage()->GetFillValue().GetPacked() != 0 ? ilTileUnion(bounds, canvas) : bounds;
-}
-
 /// Inverts the colours within `area` through a coverage whose (0, 0) lies on pixel (x, y).
 void InvertColorsThrough(const qs::Reference<ilSmartImage>& image, const ilTile& area,
                          const qs::TempReference<ilMIOImage>& coverage, int x, int y)
@@ -88,6 +81,12 @@ ilTile LayerStack::CanvasOn(const Layer& layer) const
     return ilTileMoved(size_, -int64_t{layer.getXOffset()}, -int64_t{layer.getYOffset()});
 }
 
+ilTile LayerStack::ReachOf(Layer& layer) const
+{
+    const ilTile bounds = layer.getLayerBounds(true);
+    return layer.GetImage()->GetFillValue().GetPacked() != 0 ? ilTileUnion(bounds, CanvasOn(layer)) : bounds;
+}
+
 // --- clearing ---
 
 void LayerStack::ClearCurrentLayer()
@@ -107,8 +106,7 @@ void LayerStack::ClearLayerImageByRect(const PntHandle& handle, const ilTile& ca
         return;
     const ilTile onLayer = ilTileMoved(canvasTile, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
     const qs::Reference<ilSmartImage> cleared = SharedCopy(*layer);
-    cleared->fillTile(ilTileIntersection(onLayer, ReachOf(*layer, CanvasOn(*layer))),
-                      ilPixel(kUnsignedByte, cleared->GetNumChannels()));
+    cleared->fillTile(ilTileIntersection(onLayer, ReachOf(*layer)), ilPixel(kUnsignedByte, cleared->GetNumChannels()));
     layer->TakePixels(*cleared);
     EndPixelEdit(*layer, canvasTile);
 }
@@ -119,10 +117,10 @@ void LayerStack::ClearLayerImageBySelMask(const PntHandle& handle)
     if (!layer || layer == selectionMask_ || !isSelectionMaskUsed())
         return;
     const qs::Reference<ilSmartImage> cleared = SharedCopy(*layer);
-    const ilTile area = ReachOf(*layer, CanvasOn(*layer));
-    HideThrough(*cleared, area, *selectionMask_->GetImage(),
-                area.x + layer->getXOffset() - selectionMask_->getXOffset(),
-                area.y + layer->getYOffset() - selectionMask_->getYOffset(), kernels::kFullWeight);
+    const ilTile area = ReachOf(*layer);
+    const ilTile onSelection = ilTileMoved(area, int64_t{layer->getXOffset()} - selectionMask_->getXOffset(),
+                                           int64_t{layer->getYOffset()} - selectionMask_->getYOffset());
+    HideThrough(*cleared, area, *selectionMask_->GetImage(), onSelection.x, onSelection.y, kernels::kFullWeight);
     layer->TakePixels(*cleared);
     EndPixelEdit(*layer, DamageOf(*selectionMask_));
 }
@@ -141,9 +139,9 @@ void LayerStack::InvertLayer(const PntHandle& handle, LayerMode mode)
         layer->InvertImageLayer();
     } else {
         const qs::Reference<ilSmartImage> inverted = SharedCopy(*layer);
-        InvertColorsThrough(inverted, ReachOf(*layer, CanvasOn(*layer)), selectionMask_->GetImage(),
-                            selectionMask_->getXOffset() - layer->getXOffset(),
-                            selectionMask_->getYOffset() - layer->getYOffset());
+        const ilTile origin(selectionMask_->getXOffset(), selectionMask_->getYOffset(), 1, 1);
+        const ilTile onLayer = ilTileMoved(origin, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
+        InvertColorsThrough(inverted, ReachOf(*layer), selectionMask_->GetImage(), onLayer.x, onLayer.y);
         layer->TakePixels(*inverted);
     }
     EndPixelEdit(*layer, mode == kLayerModeImage ? DamageOf(*layer) : size_);
@@ -166,23 +164,20 @@ void LayerStack::InvertStencilLayer(const PntHandle& handle)
 
 // --- mirroring ---
 
-const qs::vector<PntHandle>* LayerStack::FindTransformGroup(const PntHandle& handle) const
+qs::vector<PntHandle> LayerStack::GroupOrLayer(const PntHandle& handle) const
 {
+    const PntHandle own = ResolveHandle(handle);
     for (const qs::vector<PntHandle>& group : transformGroups_)
-        if (std::find(group.begin(), group.end(), handle) != group.end())
-            return &group;
-    return nullptr;
+        if (std::find(group.begin(), group.end(), own) != group.end())
+            return group;
+    return {own};
 }
 
 qs::vector<PntHandle> LayerStack::GetLayersFlippedWith(const PntHandle& handle) const
 {
-    const Layer* layer = GetLayerFromHandle(handle);
-    if (layer == nullptr)
+    if (GetLayerFromHandle(handle) == nullptr)
         return {};
-    const PntHandle own = layer->GetLayerContainerHandle();
-    qs::vector<PntHandle> flipped = {own};
-    if (const qs::vector<PntHandle>* group = FindTransformGroup(own))
-        flipped = *group;
+    qs::vector<PntHandle> flipped = GroupOrLayer(handle);
     const auto append = [&](const PntHandle& follower) {
         if (GetLayerFromHandle(follower)->IsHardLinkToOwnerLayer() &&
             std::find(flipped.begin(), flipped.end(), follower) == flipped.end())
@@ -207,15 +202,15 @@ void LayerStack::FlipImageLayer(const PntHandle& handle, bool horizontal, bool v
     if (!horizontal && !vertical)
         return;
     qs::vector<Mirrored> all;
-    ilTile
-        area;  // about whose centre all are mirrored: what follows a layer only because it is linked to it adds nothing
+    const qs::vector<PntHandle> members = GroupOrLayer(handle);
+    ilTile area;  // of the members; all is mirrored within it, also what only follows them
     for (const PntHandle& name : GetLayersFlippedWith(handle)) {
         const qs::Reference<Layer> layer = GetLayerFromHandle(name);
         const ilTile bounds = layer->getLayerBoundsInCanvasCoords();
         if (bounds.IsEmpty())
             continue;
         all.push_back({layer, layer->MakeFlippedImage(horizontal, vertical), bounds});
-        if (!layer->IsHardLinkToOwnerLayer() || name == ResolveHandle(handle))
+        if (std::find(members.begin(), members.end(), name) != members.end())
             area = ilTileUnion(area, bounds);
     }
     if (area.IsEmpty())

@@ -95,9 +95,7 @@ qs::Reference<ilSmartImage> TintedImage(const ilMIOImage& coverage, const ilPixe
 qs::Reference<ilSmartImage> CroppedImage(const ilMIOImage& image, const ilTile& tile)
 {
     const qs::Reference<ilSmartImage> made(new ilSmartImage(ilPixel(kUnsignedByte, image.GetNumChannels())));
-    const bool isFilled = image.GetFillValue().GetPacked() != 0;
-    const ilTile kept = isFilled ? tile : ilTileIntersection(tile, image.GetBounds());
-    made->copyTile3D(kept.x, kept.y, 0, kept.nx, kept.ny, 1, image, kept.x, kept.y, 0);
+    made->copyTile3D(tile.x, tile.y, 0, tile.nx, tile.ny, 1, image, tile.x, tile.y, 0);
     made->ShrinkBounds();
     return made;
 }

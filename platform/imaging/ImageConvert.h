@@ -14,7 +14,8 @@ PAINTLAYER_EXPORT qs::Reference<ilSmartImage> AlphaImage(const ilMIOImage& image
 /// `color` (premultiplied, four channels) seen through a one-channel image.
 PAINTLAYER_EXPORT qs::Reference<ilSmartImage> TintedImage(const ilMIOImage& coverage, const ilPixel& color);
 
-/// The pixels of `image` within `tile`, at their places; all else is transparent. Whole pages are shared.
+/// The pixels of `image` within `tile`, at their places; all else is transparent. Whole pages are shared; an unstored
+/// area that is not transparent is stored, so the tile should be of a canvas's order.
 PAINTLAYER_EXPORT qs::Reference<ilSmartImage> CroppedImage(const ilMIOImage& image, const ilTile& tile);
 
 /// The image with its pixels within `bounds` mirrored there; all else has the fill value.
