@@ -1,7 +1,5 @@
 #include "PaintCoreFixture.h"
 
-#include <limits>
-
 using SelectionCommands = PaintCoreTest;
 
 TEST_F(SelectionCommands, StrokesAndFillsFollowASoftSelection)
@@ -103,15 +101,4 @@ TEST_F(SelectionCommands, RunningOutOfMemoryLeavesSelectionAndLayerAsTheyWere)
         }
         EXPECT_GT(refusedWhole, 0) << "edit " << &edit - edits;
     }
-}
-
-TEST_F(SelectionCommands, WithoutADocumentNothingHappens)
-{
-    const float lasso[] = {0, 0, 100, 0, 100, 100};
-    PaintCore.FillSelectionMask();
-    PaintCore.AddToSelection();
-    PaintCore.FeatherSelection(std::numeric_limits<float>::quiet_NaN());
-    EXPECT_FALSE(PaintCore.SelectLasso(lasso, 3, SelectionMode::Add, FillRule::NonZero));
-    EXPECT_FALSE(PaintCore.GetLassoImage(lasso, 3, true));
-    EXPECT_FALSE(PaintCore.CopyFromSelection());
 }

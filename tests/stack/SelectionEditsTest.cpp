@@ -407,6 +407,18 @@ TEST_F(SelectionEdits, WhatCannotBeChangesNothing)
     EXPECT_EQ(document->GetSelectionMaskBnd(), canvas);
 }
 
+TEST_F(SelectionEdits, TheFirstPixelLimitsThePainterInUseAndTheLastOneFreesIt)
+{
+    PaintOps* const painter = document->GetCurrentLayerPainter();
+    document->SetSelectionMaskActive(true);
+    document->AddToSelection(ilTile(20, 20, 10, 10), false);
+    painter->rect_fill(0, 0, 100, 100, kGreen);
+    EXPECT_EQ(document->GetCurrentLayerPtr()->getLayerBounds(true), ilTile(20, 20, 10, 10));
+    document->SubtractFromSelection(ilTile(0, 0, 100, 100), false);
+    painter->rect_fill(0, 0, 100, 100, kGreen);
+    EXPECT_EQ(document->GetCurrentLayerPtr()->getLayerBounds(true), ilTile(0, 0, 100, 100));
+}
+
 TEST_F(SelectionEdits, GrowingAndFeatheringKeepTheirPlaceWhenMoved)
 {
     document->FillSelectionMask({60, 50, 40, 30}, true);
