@@ -30,10 +30,12 @@ struct PAINTLAYER_EXPORT PaintCoreCallbacks {
     void (*LayerStackAddedCB)(int layerStack) = nullptr;  // 15
     void (*StrokeSettledCB)() = nullptr;  // 16: 3030 ms after a stroke
     void (*ShowMessageCB)(const char* text) = nullptr;  // 17
-    void (*FillDoneCB)(PntHandle layer, bool done) = nullptr;  // 18
-    void (*FillLayersCB)(const qs::vector<PntHandle>& layers) = nullptr;  // 19
-    bool (*WandProgressCB)(float done) = nullptr;  // 20
-    void (*WandDoneCB)(bool done) = nullptr;  // 21
+    // A preview of a fill (18, 19) or a magic wand (20, 21) ends: whether its edits stay, false on arrival; then that
+    // it has ended. With the layers that it held.
+    void (*FillEndingCB)(bool& keepsEdits, const qs::vector<PntHandle>& layers) = nullptr;  // 18
+    void (*FillEndedCB)(const qs::vector<PntHandle>& layers) = nullptr;  // 19
+    void (*WandEndingCB)(bool& keepsEdits, const qs::vector<PntHandle>& layers) = nullptr;  // 20
+    void (*WandEndedCB)(const qs::vector<PntHandle>& layers) = nullptr;  // 21
     void (*GeneratorsRegisteredCB)() = nullptr;  // 22
     Unused unused23 = nullptr;  // 23
     void* (*CurveBoundsCB)(void* curve, void* parameters) = nullptr;  // 24

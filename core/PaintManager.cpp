@@ -3,6 +3,7 @@
 #include "core/BrushPreview.h"
 #include "core/BrushState.h"
 #include "core/BrushStroker.h"
+#include "core/FillTools.h"
 #include "core/Guarded.h"
 #include "core/LayerStackRegistry.h"
 #include "core/PointerInput.h"
@@ -53,7 +54,8 @@ PaintManager PaintCore;
 PaintManager::PaintManager()
     : registry_(std::make_unique<LayerStackRegistry>()), brush_(std::make_unique<BrushState>(*this)),
       stroker_(std::make_unique<BrushStroker>(*this, *brush_)),
-      preview_(std::make_unique<BrushPreview>(*this, *brush_)), pointer_(std::make_unique<PointerInput>())
+      preview_(std::make_unique<BrushPreview>(*this, *brush_)), pointer_(std::make_unique<PointerInput>()),
+      fillTools_(std::make_unique<FillTools>(*this, *stroker_))
 {
     if (this == &PaintCore)
         BindPorts();

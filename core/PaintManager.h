@@ -20,6 +20,7 @@
 class BrushPreview;
 class BrushState;
 class BrushStroker;
+class FillTools;
 class LayerStackRegistry;
 class PointerInput;
 class TpressureFilter;
@@ -306,6 +307,36 @@ public:
     bool InProxy(int layerStack = kCurrentLayerStack) const;
     void EndProxy(int layerStack = kCurrentLayerStack);
 
+    // --- fill and wand tools (PaintManagerFill.cpp): what is connected to a canvas point and like it in colour, as
+    // LayerStack fills and selects it. tolerance: parts of full scale, 0 to 1.
+    //
+    // A Do call shows the result in a proxy of the layer (of the selection mask, for the wand); while that lasts a
+    // further one takes the attempt before back and tries again. The proxy's end takes the last one back as well,
+    // unless the host's callback keeps it; a Done call after that fills for good. All of it is one step of undo.
+    // Without a document the user is told. A refused fill leaves no proxy and no step. ---
+
+    void DoFloodFill(int x, int y, float tolerance, const PaintColor& color,
+                     const PntHandle& layer = kCurrentLayerHandle);
+    void FloodFillDone(int x, int y, float tolerance, const PaintColor& color,
+                       const PntHandle& layer = kCurrentLayerHandle);
+
+    /// From the first Do to the Done call a smooth fill is in progress.
+    void DoSmoothFloodFill(int x, int y, float tolerance, const PaintColor& color,
+                           const PntHandle& layer = kCurrentLayerHandle);
+    void SmoothFloodFillDone(int x, int y, float tolerance, const PaintColor& color,
+                             const PntHandle& layer = kCurrentLayerHandle);
+
+    /// Moves the selection to the colour's alpha where the layer is alike, with soft edges; fromAll: from a canvas that
+    /// is selected whole.
+    void DoMagicWand(int x, int y, float tolerance, const PaintColor& color, bool fromAll,
+                     const PntHandle& layer = kCurrentLayerHandle);
+    void MagicWandDone(int x, int y, float tolerance, const PaintColor& color, bool fromAll,
+                       const PntHandle& layer = kCurrentLayerHandle);
+
+    /// Whether a smooth fill in progress fills with that colour here: within the canvas box that it filled, whose right
+    /// and bottom edges count one pixel wider.
+    bool IsPointBeingFilled(int x, int y, const PaintColor& color) const;
+
     // --- masks and selection ---
 
     void EnableMasking(bool on, int layerStack = kCurrentLayerStack);
@@ -384,6 +415,7 @@ private:
     std::unique_ptr<BrushStroker> stroker_;
     std::unique_ptr<BrushPreview> preview_;
     std::unique_ptr<PointerInput> pointer_;
+    std::unique_ptr<FillTools> fillTools_;
     const LayerStack* closing_ = nullptr;  // a slot that hears of it may ask for the same once more
     bool currLSLocked_ = false;
     bool initialised_ = false;

@@ -66,17 +66,9 @@ void LayerStack::TellFilled(Layer& layer, const FloodRegion& region)
     region.ForEachPage([&](int px, int py, FloodRegion::Cover) {
         damage.DamageTile(ilTileMoved(PageTile(px, py), layer.getXOffset(), layer.getYOffset()));
     });
-    if (layer.isMask() || layer.isStencil())
-        TellChanged(layer);
-    if (&layer == selectionMask_.get())
-        UpdatePainterClip();
+    qs::vector<ilTile> tiles;
     ilTile tile;
-    while (damage.nextDamaged(tile)) {
-        const ilTile onCanvas = ilTileIntersection(tile, size_);
-        composite_.CompositeBaseDirty(layer.GetLayerContainerHandle(), onCanvas);
-        for (const PntHandle& owner : layer.GetOwnerLayerArray())
-            if (layer.isStencil())
-                composite_.CompositeBaseDirty(owner, onCanvas);
-        DamageTile(onCanvas);
-    }
+    while (damage.nextDamaged(tile))
+        tiles.push_back(ilTileIntersection(tile, size_));
+    LayerContentChanged(layer, tiles, false);
 }

@@ -58,9 +58,8 @@ bool LayerStack::SelectByWand(int x, int y, float tolerance, const PaintColor& c
         mask->ShareAllFrom(*before);
         throw;
     }
-    UpdatePainterClip();
+    LayerContentChanged(*selectionMask_, {size_}, false);
     RebuildCompositeMask();
-    DamageCanvas();
     ForceUpdate();
     // Once more for those who take the damage by themselves, so that every view redraws.
     DamageCanvas();

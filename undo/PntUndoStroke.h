@@ -30,6 +30,8 @@ public:
     /// Whether a captured layer is otherwise now, as far as shared pages tell.
     bool HasChanges() const;
 
+    bool IsUndone() const { return isUndone_; }
+
 private:
     struct Saved {
         LayerContent content;
