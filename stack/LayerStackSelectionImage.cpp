@@ -7,7 +7,7 @@
 namespace {
 
 /// The canvas pixels that an image with its (0, 0) at (x, y) can change.
-ilTile ReachOf(const ilMIOImage& image, int x, int y, const ilTile& canvas)
+ilTile CanvasReachOf(const ilMIOImage& image, int x, int y, const ilTile& canvas)
 {
     if (image.GetFillValue().GetAlpha() != 0)
         return canvas;
@@ -48,7 +48,7 @@ qs::Reference<ilSmartImage> BoundedCopy(const ilMIOImage& image, const ilTile& a
 
 void LayerStack::BlendIntoSelection(const ilMIOImage& image, int x, int y, int sourceFactor, bool rebuild)
 {
-    const ilTile onCanvas = ReachOf(image, x, y, size_);
+    const ilTile onCanvas = CanvasReachOf(image, x, y, size_);
     EditSelection(onCanvas, rebuild, [&](ilMIOImage& mask) {
         const int64_t onMaskX = int64_t{x} - selectionMask_->getXOffset();
         const int64_t onMaskY = int64_t{y} - selectionMask_->getYOffset();
@@ -86,7 +86,7 @@ void LayerStack::IntersectSelection(const qs::TempReference<ilMIOImage>& image, 
     const qs::Reference<ilSmartImage> others(new ilSmartImage(ilPixel::Coverage(0)));
     others->fillTile(size_, ilPixel::Coverage(255));
     if (image)
-        BlendCoverage(*others, ReachOf(*image, x, y, size_), *image, x, y, kFactorZero);
+        BlendCoverage(*others, CanvasReachOf(*image, x, y, size_), *image, x, y, kFactorZero);
     BlendIntoSelection(*others, 0, 0, kFactorZero, rebuild);
 }
 
@@ -123,7 +123,7 @@ void LayerStack::FillSelectionMask(const qs::TempReference<ilMIOImage>& image, b
 {
     const qs::Reference<ilSmartImage> selected(new ilSmartImage(ilPixel::Coverage(0)));
     if (image)
-        BlendCoverage(*selected, ReachOf(*image, 0, 0, size_), *image, 0, 0, kFactorOne);
+        BlendCoverage(*selected, CanvasReachOf(*image, 0, 0, size_), *image, 0, 0, kFactorOne);
     ReplaceSelection(selected);
     ShowSelection(rebuild);
 }
@@ -133,7 +133,7 @@ void LayerStack::ClearSelectionMask(const qs::TempReference<ilMIOImage>& image, 
     const qs::Reference<ilSmartImage> selected(new ilSmartImage(ilPixel::Coverage(0)));
     selected->fillTile(size_, ilPixel::Coverage(255));
     if (image)
-        BlendCoverage(*selected, ReachOf(*image, 0, 0, size_), *image, 0, 0, kFactorZero);
+        BlendCoverage(*selected, CanvasReachOf(*image, 0, 0, size_), *image, 0, 0, kFactorZero);
     ReplaceSelection(selected);
     ShowSelection(rebuild);
 }
