@@ -15,6 +15,7 @@
 #include "stack/LayerStackView.h"
 #include "undo/PntUndoLayerStack.h"
 
+#include <functional>
 #include <memory>
 
 class BrushPreview;
@@ -247,16 +248,33 @@ public:
     // --- layers and folders of a document ---
 
     /// A new empty raster layer (or one with a copy of `image`) beside `where`, which becomes current. Kinds other than
-    /// raster and images of other channels than the mode's (image 4, mask and stencil 1) are refused.
+    /// raster and images of other channels than the mode's (image 4, mask and stencil 1) are refused. owners: the
+    /// layers that a mask or stencil acts on.
     PntHandle AddLayer(qs::TempReference<ilImage> image, LayerMode mode = kLayerModeImage,
                        LayerType type = kLayerTypeRaster, bool above = true,
                        const PntHandle& where = kCurrentLayerHandle, int x = 0, int y = 0,
-                       int layerStack = kCurrentLayerStack);
+                       int layerStack = kCurrentLayerStack, const qs::vector<PntHandle>& owners = {});
     PntHandle AddLayerFolder(LayerMode mode, const PntHandle& where = kCurrentLayerHandle,
                              int layerStack = kCurrentLayerStack);
-    void DeleteCurrentLayer(const PntHandle& layer = kCurrentLayerHandle);
+
+    /// A layer of any kind but the selection mask; of image layers one always stays.
+    void DeleteLayer(const PntHandle& layer = kCurrentLayerHandle);
+    void DeleteCurrentLayer(int layerStack = kCurrentLayerStack);
+    void DeleteAllLayers(int layerStack = kCurrentLayerStack);
+    void DeleteAllMasks(int layerStack = kCurrentLayerStack);
+
+    /// Stencils that are hard-linked to their owner stay unless `all`.
+    void DeleteAllStencils(bool all, int layerStack = kCurrentLayerStack);
+    void DeleteInvisibleLayers(int layerStack = kCurrentLayerStack);
     bool MoveLayer(const PntHandle& moved, const PntHandle& target, bool above);
+
+    /// Connects a mask or stencil to a layer that it acts on, or ends that.
+    bool AddOwnerToLayer(const PntHandle& owner, const PntHandle& layer, bool hardLink);
+    bool RemoveOwnerFromLayer(const PntHandle& owner, const PntHandle& layer);
     void SetCurrentLayer(const PntHandle& layer);
+
+    /// Makes the visible layer that shows at a canvas point, or no farther from it than `tolerance` pixels, current.
+    PntHandle PickLayer(int x, int y, float tolerance, int layerStack = kCurrentLayerStack);
     PntHandle GetCurrentLayerContainerHandle(int layerStack = kCurrentLayerStack) const;
     qs::vector<PntHandle> GetLayerContainerHandles(LayerMode mode, bool directOnly,
                                                    int layerStack = kCurrentLayerStack) const;
@@ -268,14 +286,56 @@ public:
     void SetLayerBlend(LayerBlendMode mode, const PntHandle& layer = kCurrentLayerHandle);
     void SetLayerContainerName(const char* name, const PntHandle& layer = kCurrentLayerHandle);
     void SetLayerFolderActive(bool active, const PntHandle& folder);
+    void SetLayerActive(bool active, const PntHandle& layer = kCurrentLayerHandle);
+    void SetLayerContainerLocked(bool locked, const PntHandle& layer = kCurrentLayerHandle);
 
-    /// Moves a layer on the canvas: its pixel (0, 0) comes to lie on (x, y). Undone like a stroke.
+    // --- merging, baking and copying layers; false, or the null handle, when nothing was done ---
+
+    /// Into the layer below in the same folder. The picture on the canvas stays, for all merges.
+    bool MergeLayerWithBelow(const PntHandle& layer = kCurrentLayerHandle);
+    bool MergeFolder(const PntHandle& folder, int layerStack = kCurrentLayerStack);
+
+    /// All image layers become one, hidden ones go; or the visible ones become one and the others stay.
+    bool MergeAllLayers(int layerStack = kCurrentLayerStack);
+    bool MergeVisibleLayers(int layerStack = kCurrentLayerStack);
+
+    /// Makes transparent what stencils hide; the stencils go.
+    bool BakeAllStencils(int layerStack = kCurrentLayerStack);
+
+    /// A copy of the current layer above it, which becomes current.
+    PntHandle DuplicateCurrentLayer(int layerStack = kCurrentLayerStack);
+
+    /// A new layer of the layer's look, or of its coverage; connect: it acts on the layer.
+    PntHandle CopyLayerToImage(const PntHandle& layer = kCurrentLayerHandle);
+    PntHandle CopyLayerToMask(const PntHandle& layer = kCurrentLayerHandle, bool connect = true);
+    PntHandle CopyLayerToStencil(const PntHandle& layer = kCurrentLayerHandle, bool connect = true);
+
+    // --- pixels of a layer; tiles are canvas pixels. Undone like a stroke, where not stated otherwise ---
+
+    /// Moves a layer on the canvas: its pixel (0, 0) comes to lie on (x, y).
     void SetLayerOffset(int x, int y, const PntHandle& layer = kCurrentLayerHandle);
     void SetCurrentLayerOffset(int x, int y, int layerStack = kCurrentLayerStack);
 
     /// Stores a colour (on a mask or stencil its alpha, as coverage) in nx × ny canvas pixels of a layer, as far as
-    /// they lie on the canvas and are selected. Undone like a stroke.
+    /// they lie on the canvas and are selected.
     void FillLayer(const ilTile& area, const PaintColor& color, const PntHandle& layer = kCurrentLayerHandle);
+
+    /// Makes pixels transparent: all, those in the tile, those outside it, or what is selected.
+    void ClearCurrentLayer(int layerStack = kCurrentLayerStack);
+    void ClearLayerImageByRect(const ilTile& area, const PntHandle& layer = kCurrentLayerHandle);
+    void CropLayer(const ilTile& area, const PntHandle& layer = kCurrentLayerHandle);
+    void ClearLayerImageBySelMask(const PntHandle& layer = kCurrentLayerHandle);
+
+    /// Each acts on layers of its own mode; colours of image layers, through the selection while one is used.
+    void InvertImageLayer(const PntHandle& layer = kCurrentLayerHandle);
+    void InvertMaskLayer(const PntHandle& layer = kCurrentLayerHandle);
+    void InvertStencilLayer(const PntHandle& layer = kCurrentLayerHandle);
+
+    /// Mirrors the layer, with its transform group, within its bounds.
+    void FlipImageLayer(bool horizontal, bool vertical, const PntHandle& layer = kCurrentLayerHandle);
+
+    /// Gives the layer a page-sharing copy of `image`, of as many channels. Not undoable.
+    bool ReplaceLayerImage(qs::TempReference<ilImage> image, const PntHandle& layer = kCurrentLayerHandle);
 
     // --- canvas ---
 
@@ -408,6 +468,12 @@ public:
 private:
     void CloseCurrentLayerStack(bool recordUndo);
     void CloseLayerStack(int handle);
+    bool HasLayers(LayerMode mode, int layerStack) const;
+    bool ChangeStructure(int layerStack, const std::function<void(LayerStack&)>& change);
+    bool ChangePixels(const PntHandle& layer, const std::function<void(LayerStack&)>& change);
+    bool MergeLayers(bool visibleOnly, int layerStack);
+    bool Merge(int layerStack, const PntHandle& receiver, const std::function<void(LayerStack&)>& merge);
+    PntHandle Duplicate(int layerStack, const std::function<PntHandle(LayerStack&)>& duplicate);
 
     PaintCoreCallbacks callbacks_;
     std::unique_ptr<LayerStackRegistry> registry_;

@@ -6,29 +6,11 @@
 
 #include <cmath>
 
-namespace {
-
-ilPixel FillPixelOf(PaintColor color, int channels)
-{
-    const ilPixel pixel = color.Premultiplied();
-    return channels == 1 ? ilPixel::Coverage(pixel.GetAlpha()) : pixel;
-}
-
-bool MoveOnCanvas(LayerStack& stack, const PntHandle& handle, int x, int y)
-{
-    const Layer* layer = stack.GetLayerFromHandle(handle);
-    if (layer->getXOffset() == x && layer->getYOffset() == y)
-        return false;
-    stack.SetLayerOffset(handle, x, y, true);
-    return true;
-}
-
-}  // namespace
-
 // --- structure ---
 
 PntHandle PaintManager::AddLayer(qs::TempReference<ilImage> image, LayerMode mode, LayerType type, bool above,
-                                 const PntHandle& where, int x, int y, int layerStack)
+                                 const PntHandle& where, int x, int y, int layerStack,
+                                 const qs::vector<PntHandle>& owners)
 {
     const bool isMode = mode == kLayerModeImage || mode == kLayerModeMask || mode == kLayerModeStencil;
     const int channels = mode == kLayerModeImage ? 4 : 1;
@@ -41,6 +23,8 @@ PntHandle PaintManager::AddLayer(qs::TempReference<ilImage> image, LayerMode mod
         const BusyScope busy(callbacks_);
         command.ChangeStructure([&](LayerStack& stack) {
             added = stack.AddLayer(image, {}, mode, type, above, 0, where, false, x, y, true);
+            for (const PntHandle& owner : owners)
+                stack.AddOwnerToLayer(owner, added, false);
             return added != kNullHandle;
         });
     }
@@ -63,7 +47,7 @@ PntHandle PaintManager::AddLayerFolder(LayerMode mode, const PntHandle& where, i
     return added;
 }
 
-void PaintManager::DeleteCurrentLayer(const PntHandle& layer)
+void PaintManager::DeleteLayer(const PntHandle& layer)
 {
     UndoableCommand command(*this, *stroker_, layer);
     const qs::Reference<LayerStack> before = GetLayerStack(command.GetLayerStackHandle());
@@ -74,6 +58,49 @@ void PaintManager::DeleteCurrentLayer(const PntHandle& layer)
         stack.DeleteCurrentLayer(layer, true);
         return true;
     });
+}
+
+void PaintManager::DeleteCurrentLayer(int layerStack)
+{
+    DeleteLayer(GetCurrentLayerContainerHandle(layerStack));
+}
+
+void PaintManager::DeleteAllLayers(int layerStack)
+{
+    ChangeStructure(layerStack, [](LayerStack& stack) { stack.DeleteAllLayers(); });
+}
+
+void PaintManager::DeleteAllMasks(int layerStack)
+{
+    if (HasLayers(kLayerModeMask, layerStack))
+        ChangeStructure(layerStack, [](LayerStack& stack) {
+            stack.DeleteAllMasks(true);
+            stack.RebuildAllAndRedrawEntireCanvas();
+        });
+}
+
+void PaintManager::DeleteAllStencils(bool all, int layerStack)
+{
+    if (HasLayers(kLayerModeStencil, layerStack))
+        ChangeStructure(layerStack, [&](LayerStack& stack) {
+            stack.DeleteAllStencils(true, all);
+            stack.RebuildAllAndRedrawEntireCanvas();
+        });
+}
+
+void PaintManager::DeleteInvisibleLayers(int layerStack)
+{
+    const bool hasHidden = AskStack(*this, layerStack, false, [](LayerStack& stack) {
+        for (const LayerMode mode : {kLayerModeImage, kLayerModeMask, kLayerModeStencil})
+            for (const PntHandle& handle : stack.GetLayerContainerHandleArray(mode, false)) {
+                const LayerFolder* folder = stack.GetLayerFolderFromHandle(handle);
+                if (folder != nullptr ? !folder->isActive() : !stack.isLayerVisible(handle))
+                    return true;
+            }
+        return false;
+    });
+    if (hasHidden)
+        ChangeStructure(layerStack, [](LayerStack& stack) { stack.DeleteInvisibleLayers(true); });
 }
 
 bool PaintManager::MoveLayer(const PntHandle& moved, const PntHandle& target, bool above)
@@ -105,6 +132,33 @@ qs::vector<PntHandle> PaintManager::GetLayerContainerHandles(LayerMode mode, boo
 {
     return AskStack(*this, layerStack, qs::vector<PntHandle>(),
                     [&](LayerStack& stack) { return stack.GetLayerContainerHandleArray(mode, directOnly); });
+}
+
+bool PaintManager::HasLayers(LayerMode mode, int layerStack) const
+{
+    return !GetLayerContainerHandles(mode, true, layerStack).empty();
+}
+
+bool PaintManager::ChangeStructure(int layerStack, const std::function<void(LayerStack&)>& change)
+{
+    return UndoableCommand(*this, *stroker_, layerStack).ChangeStructure([&](LayerStack& stack) {
+        change(stack);
+        return true;
+    });
+}
+
+bool PaintManager::AddOwnerToLayer(const PntHandle& owner, const PntHandle& layer, bool hardLink)
+{
+    return UndoableCommand(*this, *stroker_, layer).ChangeStructure([&](LayerStack& stack) {
+        return stack.AddOwnerToLayer(owner, layer, hardLink);
+    });
+}
+
+bool PaintManager::RemoveOwnerFromLayer(const PntHandle& owner, const PntHandle& layer)
+{
+    return UndoableCommand(*this, *stroker_, layer).ChangeStructure([&](LayerStack& stack) {
+        return stack.RemoveOwnerFromLayer(owner, layer);
+    });
 }
 
 // --- properties ---
@@ -147,41 +201,27 @@ void PaintManager::SetLayerContainerName(const char* name, const PntHandle& laye
     TellStack(*this, layer, [&](LayerStack& stack) { stack.SetLayerContainerName(layer, name); });
 }
 
+void PaintManager::SetLayerActive(bool active, const PntHandle& layer)
+{
+    TellStack(*this, layer, [&](LayerStack& stack) { stack.SetLayerActive(layer, active); });
+}
+
+void PaintManager::SetLayerContainerLocked(bool locked, const PntHandle& layer)
+{
+    TellStack(*this, layer, [&](LayerStack& stack) { stack.SetLayerContainerLocked(layer, locked); });
+}
+
+PntHandle PaintManager::PickLayer(int x, int y, float tolerance, int layerStack)
+{
+    const PntHandle picked = AskStack(*this, layerStack, kNullHandle, [&](LayerStack& stack) {
+        return std::isfinite(tolerance) ? stack.FindLayer(x, y, false, true, tolerance) : kNullHandle;
+    });
+    if (picked != kNullHandle)
+        SetCurrentLayer(picked);
+    return picked;
+}
+
 void PaintManager::SetLayerFolderActive(bool active, const PntHandle& folder)
 {
     TellStack(*this, folder, [&](LayerStack& stack) { stack.SetLayerFolderActive(folder, active, true); });
-}
-
-// --- pixels ---
-
-void PaintManager::SetLayerOffset(int x, int y, const PntHandle& layer)
-{
-    UndoableCommand(*this, *stroker_, layer).ChangePixels({layer}, [&](LayerStack& stack) {
-        return MoveOnCanvas(stack, layer, x, y);
-    });
-}
-
-void PaintManager::SetCurrentLayerOffset(int x, int y, int layerStack)
-{
-    UndoableCommand(*this, *stroker_, layerStack).ChangePixels({kCurrentLayerHandle}, [&](LayerStack& stack) {
-        return MoveOnCanvas(stack, kCurrentLayerHandle, x, y);
-    });
-}
-
-void PaintManager::FillLayer(const ilTile& area, const PaintColor& color, const PntHandle& layer)
-{
-    if (!color.IsFinite())
-        return;
-    UndoableCommand(*this, *stroker_, layer).ChangePixels({layer}, [&](LayerStack& stack) {
-        const qs::Reference<Layer> filled = stack.GetLayerFromHandle(layer);
-        const qs::TempReference<ilMIOImage> image = filled->GetImage();
-        const ilTile onCanvas = ilTileIntersection(area, stack.GetSize());
-        if (!image || onCanvas.IsEmpty())
-            return false;
-        stack.FillLayer(filled->GetLayerContainerHandle(), onCanvas, FillPixelOf(color, image->GetNumChannels()));
-        stack.LayerContentChanged(*filled, {onCanvas}, false);
-        stack.ForceUpdate();
-        CallHost(callbacks_.LayerImageChangedCB, filled->GetLayerContainerHandle());
-        return true;
-    });
 }

@@ -1,18 +1,19 @@
 #include "core/BrushStroker.h"
 #include "core/Guarded.h"
 #include "core/PaintManager.h"
+#include "core/UndoableCommand.h"
 
 #include <cmath>
 
 namespace {
 
-/// Tells the document that `target` names of a change of its selection, after the stroke that the old one limits.
+/// Changes the selection of the document that `target` names, as one step that can be taken back.
 template <class Target, class Call>
-void Select(const PaintManager& manager, BrushStroker& stroker, Target target, Call&& call)
+void Select(PaintManager& manager, BrushStroker& stroker, Target target, Call&& call)
 {
-    TellStack(manager, target, [&](LayerStack& stack) {
-        stroker.EndOn(&stack);
+    UndoableCommand(manager, stroker, target).ChangeSelection([&](LayerStack& stack) {
         call(stack);
+        return true;
     });
 }
 
@@ -190,8 +191,7 @@ qs::TempReference<ilSmartImage> PaintManager::GetLassoImage(const float* points,
 
 bool PaintManager::SelectLasso(const float* points, int count, SelectionMode mode, FillRule rule, int layerStack)
 {
-    return AskStack(*this, layerStack, false, [&](LayerStack& stack) {
-        stroker_->EndOn(&stack);
+    return UndoableCommand(*this, *stroker_, layerStack).ChangeSelection([&](LayerStack& stack) {
         return stack.SelectLasso(points, count, mode, rule);
     });
 }

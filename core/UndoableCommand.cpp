@@ -80,6 +80,18 @@ bool UndoableCommand::ChangePixels(const qs::vector<PntHandle>& layers, const Op
     });
 }
 
+bool UndoableCommand::ChangeSelection(const Operation& operation)
+{
+    return Guarded(false, [&] {
+        const qs::Reference<LayerStack> stack = manager_.GetLayerStack(stackHandle_);
+        if (!stack)
+            return false;
+        if (stack->GetSelectionMask() == nullptr)
+            stack->ClearSelectionMask(false);  // as if it had been there, empty
+        return ChangePixels({stack->GetSelectionMaskHandle()}, operation);
+    });
+}
+
 /// Runs the operation on what has the document's place now. Takes everything back when it does nothing or fails.
 bool UndoableCommand::RunOnCopy(PntUndoLayerStack* structure, PntUndoStroke* pixels, const Operation& operation)
 {

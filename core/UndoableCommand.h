@@ -42,6 +42,9 @@ public:
     /// recorded or not.
     bool ChangePixels(const qs::vector<PntHandle>& layers, const Operation& operation);
 
+    /// Changes the selection mask: its pixels, place and visibility.
+    bool ChangeSelection(const Operation& operation);
+
     /// Changes the structure, and the pixels of the layers that receive those of others: one combined step.
     bool Merge(const qs::vector<PntHandle>& receivers, const Operation& operation);
 

@@ -196,7 +196,7 @@ TEST_F(BadInput, HandlesThatNameNothingGetNeutralAnswers)
     for (const PntHandle& layer : {kNullHandle, stranger}) {
         PaintCore.SetLayerVisible(false, layer);
         PaintCore.SetLayerOpacity(0, layer);
-        PaintCore.DeleteCurrentLayer(layer);
+        PaintCore.DeleteLayer(layer);
         PaintCore.SetCurrentLayer(layer);
         PaintCore.FillLayer({0, 0, 50, 50}, {1, 0, 0, 1}, layer);
         PaintCore.SetLayerContainerName("name", layer);

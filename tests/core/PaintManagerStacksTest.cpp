@@ -207,6 +207,6 @@ TEST_F(PaintManagerStacks, LayersFindTheirDocumentThroughThePorts)
 
     static PntHandle removed = kNullHandle;
     Connect(PaintCore.ContainerRemovedSignal, [](int, const PntHandle& handle) { removed = handle; });
-    PaintCore.DeleteCurrentLayer(above);
+    PaintCore.DeleteLayer(above);
     EXPECT_EQ(removed, above);
 }

@@ -170,7 +170,7 @@ TEST_F(StrokePicture, TheCachedImagePlaneIsWhatComposingAfreshGives)
             switch (below(12)) {
             case 0: PaintCore.AddLayer({}, kLayerModeImage, kLayerTypeRaster, below(2) == 0, anyLayer()); break;
             case 1: PaintCore.AddLayerFolder(kLayerModeImage, anyLayer()); break;
-            case 2: PaintCore.DeleteCurrentLayer(anyLayer()); break;
+            case 2: PaintCore.DeleteLayer(anyLayer()); break;
             case 3: PaintCore.MoveLayer(anyLayer(), anyLayer(), below(2) == 0); break;
             case 4: PaintCore.SetCurrentLayer(anyLayer()); break;
             case 5: PaintCore.SetLayerVisible(below(4) != 0, anyLayer()); break;

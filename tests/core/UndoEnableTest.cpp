@@ -69,7 +69,7 @@ TEST_F(UndoEnable, RefusedCommandsRecordNothing)
     const qs::Reference<LayerStack> before(&Stack());
     EXPECT_FALSE(PaintCore.MoveLayer(mask, image, true));
     EXPECT_EQ(PaintCore.AddLayer({}, kLayerModeImage, kLayerTypeShape), kNullHandle);
-    PaintCore.DeleteCurrentLayer(kNullHandle);
+    PaintCore.DeleteLayer(kNullHandle);
     PaintCore.FillLayer({500, 500, 10, 10}, {1, 0, 0, 1});
     PaintCore.SetLayerOffset(0, 0);
     PaintCore.SetLayerOffset(5, 5, kNullHandle);
