@@ -307,6 +307,7 @@ private:
             layer->SetOffset(Shift(), Shift(), LayerStackTransform(), true);
         if (layer.get() == stack.GetSelectionMask())
             layer->SetVisible(Flip());
+        stack.SetStencilCompositeDirty(handle);
         stack.RebuildAllAndRedrawEntireCanvas();
     }
 
