@@ -240,6 +240,8 @@ void LayerStack::TakePresentationFrom(LayerStack& other)
     if (!imagePlane_ && other.imagePlane_ && size_ == other.size_) {
         imagePlanePainter_.reset(new PaintOps(other.imagePlane_));
         imagePlane_ = other.imagePlane_;
+        if (currentLayer_ == nullptr)  // nothing is composed then, and the plane of a new document is blank
+            imagePlane_->fillTile(size_, ilPixel(kUnsignedByte, 4));
         DamageCanvas();
     }
     // Who suspended the document holds a handle, whatever version of it answers to that.

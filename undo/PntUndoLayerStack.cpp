@@ -49,38 +49,50 @@ void PntUndoLayerStack::Archive(PntUndoDatabase* database)
 /// The place is empty, as after the document was closed, or holds a version of the same document.
 bool PntUndoLayerStack::CanTakePlace(const qs::Reference<LayerStack>& stack) const
 {
-    const qs::Reference<LayerStack> present = GetUndoPort().GetLayerStack(GetPaintCore(), GetLayerStackHandle());
+    const qs::Reference<LayerStack> present = GetPresent();
     return stack && (!present || present->GetLsInstanceHandle() == stack->GetLsInstanceHandle());
 }
 
-void PntUndoLayerStack::Restore(const qs::Reference<LayerStack>& restored)
+qs::Reference<LayerStack> PntUndoLayerStack::GetPresent() const
+{
+    return GetUndoPort().GetLayerStack(GetPaintCore(), GetLayerStackHandle());
+}
+
+/// Puts the stack in its place, and returns what was there (null for nothing); null as well when it is refused.
+qs::Reference<LayerStack> PntUndoLayerStack::Restore(const qs::Reference<LayerStack>& stack)
 {
     const UndoPort& port = GetUndoPort();
-    const qs::Reference<LayerStack> stack = restored;  // the host may flush this record from a callback
-    const qs::Reference<PntUndoOper> kept(this);
-    Attempt([&] {
+    return Guarded(qs::Reference<LayerStack>(), [&] {
         if (!CanTakePlace(stack) || !port.FinishStroke() || !port.MayRestore(GetPaintCore(), GetLayerStackHandle()))
-            return;
+            return qs::Reference<LayerStack>();
+        const qs::Reference<LayerStack> before = GetPresent();  // the host may have changed it meanwhile
         if (!CanTakePlace(stack))
-            return;
-        if (const qs::Reference<LayerStack> present = port.GetLayerStack(GetPaintCore(), GetLayerStackHandle()))
-            present->EndProxy();
+            return qs::Reference<LayerStack>();
+        if (before)
+            before->EndProxy();
         port.ReplaceLayerStack(GetPaintCore(), stack, GetLayerStackHandle());
-        if (port.GetLayerStack(GetPaintCore(), GetLayerStackHandle()) != stack)
-            return;
+        if (GetPresent() != stack)
+            return qs::Reference<LayerStack>();
         Attempt([&] { stack->RebuildAllAndRedrawEntireCanvas(); });
         GetStackPort().CanvasUpdated();
+        return before;
     });
 }
 
 void PntUndoLayerStack::UndoOper()
 {
-    Restore(GetLayerStack());
+    const qs::Reference<PntUndoOper> kept(this);
+    const qs::Reference<LayerStack> old = GetLayerStack();
+    const qs::Reference<LayerStack> before = Restore(old);
+    // Redo leads back to what there was, even if it was exchanged without a record since the edit.
+    if (before && before != old && newStack_)
+        newStack_ = before;
 }
 
 void PntUndoLayerStack::RedoOper()
 {
-    Restore(newStack_);
+    const qs::Reference<PntUndoOper> kept(this);
+    Restore(qs::Reference<LayerStack>(newStack_));
 }
 
 void PntUndoLayerStack::Cancel()

@@ -10,7 +10,8 @@ public:
     PntUndoLayerStack(PaintManager* manager, int stackHandle, const PntHandle& handle, qs::Reference<LayerStack> stack,
                       Layer* layer, const char* id);
 
-    /// Nothing happens when the host refuses or another document has the place now.
+    /// Nothing happens when the host refuses or another document has the place now. Into the place of the document
+    /// after it was closed, undo brings it back.
     void UndoOper() override;
     void RedoOper() override;
     int GetBytesUsed() override;
@@ -25,7 +26,8 @@ public:
 
 private:
     bool CanTakePlace(const qs::Reference<LayerStack>& stack) const;
-    void Restore(const qs::Reference<LayerStack>& stack);
+    qs::Reference<LayerStack> GetPresent() const;
+    qs::Reference<LayerStack> Restore(const qs::Reference<LayerStack>& stack);
 
     qs::Reference<LayerStack> newStack_;
 };

@@ -1,0 +1,355 @@
+#pragma once
+
+#include "PaintCoreFixture.h"
+#include "undo/PntUndoCombo.h"
+#include "undo/PntUndoStroke.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <span>
+
+/// A host that edits a few small documents at random, and describes all of them in a text.
+///
+/// Where it begins is the seed, printed with every failure; the environment variable PAINTLAYER_SEED sets it.
+class RandomHost : public PaintCoreTest {
+protected:
+    /// An edit that can be undone by one step at most. It chooses what it works on by itself.
+    struct Command {
+        const char* name;
+        void (*run)(RandomHost& host);
+    };
+
+    /// All that can be undone: a new command is one line.
+    static std::span<const Command> GetCommands()
+    {
+        static const Command commands[] = {
+            {"stroke", [](RandomHost& host) { host.Stroke(); }},
+            {"stroke", [](RandomHost& host) { host.Stroke(); }},
+            {"fill", [](RandomHost& host) { PaintCore.FillLayer(host.Tile(), host.Color(), host.Layer_()); }},
+            {"fill", [](RandomHost& host) { PaintCore.FillLayer(host.Tile(), host.Color(), host.Layer_()); }},
+            {"fill selection",
+             [](RandomHost& host) {
+                 PaintCore.FillLayer(host.Tile(), {1, 1, 1, 1}, PaintCore.GetSelectionMaskHandle());
+             }},
+            {"offset", [](RandomHost& host) { PaintCore.SetLayerOffset(host.Shift(), host.Shift(), host.Layer_()); }},
+            {"offset current", [](RandomHost& host) { PaintCore.SetCurrentLayerOffset(host.Shift(), host.Shift()); }},
+            {"add layer",
+             [](RandomHost& host) {
+                 PaintCore.AddLayer({}, host.Mode(), kLayerTypeRaster, host.Flip(), host.Container(), host.Shift());
+             }},
+            {"add follower", [](RandomHost& host) { host.AddFollower(); }},
+            {"add folder", [](RandomHost& host) { PaintCore.AddLayerFolder(host.Mode(), host.Container()); }},
+            {"delete layer", [](RandomHost& host) { PaintCore.DeleteCurrentLayer(host.Layer_()); }},
+            {"move layer",
+             [](RandomHost& host) { PaintCore.MoveLayer(host.Container(), host.Container(), host.Flip()); }},
+            {"record alone",
+             [](RandomHost& host) {
+                 const std::string before = host.Describe();
+                 PaintCore.AddUndoLayerStack(-2, true);
+                 EXPECT_EQ(host.Describe(), before) << "the copy that goes on is as its source";
+             }},
+            {"properties", [](RandomHost& host) { host.ChangeProperties(); }},
+            {"several layers", [](RandomHost& host) { host.ChangeSeveralLayers(); }},
+            {"merge", [](RandomHost& host) { host.Merge(); }},
+        };
+        return commands;
+    }
+
+    void Begin(unsigned seed)
+    {
+        random_.seed(seed);
+        CloseAll();
+        documents_ = {Open(200, 150), Open(130, 70), Open(64, 64)};
+        trace_.clear();
+    }
+
+    static unsigned FirstSeed()
+    {
+        const char* const set = std::getenv("PAINTLAYER_SEED");
+        return set != nullptr ? static_cast<unsigned>(std::strtoul(set, nullptr, 10)) : 1;
+    }
+
+    void RunCommand()
+    {
+        PaintCore.SetCurrentLayerStack(OneOf(documents_));
+        const Command& command = GetCommands()[static_cast<size_t>(Below(static_cast<int>(GetCommands().size())))];
+        Note(command.name);
+        command.run(*this);
+    }
+
+    void Note(const std::string& what) { trace_ += what + "; "; }
+    const std::string& GetTrace() const { return trace_; }
+    int Below(int limit) { return static_cast<int>(random_() % static_cast<unsigned>(limit)); }
+    bool Flip() { return Below(2) == 0; }
+
+    template <class T>
+    T OneOf(const qs::vector<T>& values)
+    {
+        return values[static_cast<size_t>(Below(static_cast<int>(values.size())))];
+    }
+
+    // --- all that there is, as text ---
+
+    std::string Describe() const
+    {
+        std::string text;
+        for (const int handle : documents_) {
+            const qs::Reference<LayerStack> stack = PaintCore.GetLayerStack(handle);
+            text += "document " + std::to_string(handle) + (stack ? "\n" + Describe(*stack) : " is closed\n");
+        }
+        return text;
+    }
+
+    /// Fails where an image plane is not what composing afresh, without any cache, gives.
+    void ExpectTruePlanes() const
+    {
+        for (const int handle : documents_) {
+            const qs::Reference<LayerStack> stack = PaintCore.GetLayerStack(handle);
+            if (!stack)
+                continue;
+            stack->ForceUpdate();
+            const auto shown = BytesOf(*stack->GetImagePlane(), stack->GetSize());
+            stack->GetLayerFolder(kLayerModeImage)->SetStencilCompositeDirty(true);
+            const qs::TempReference<ilImage> composed = stack->GetUpdateImagePlaneBits(true);
+            ASSERT_EQ(composed == nullptr, stack->GetCurrentLayerPtr() == nullptr);
+            EXPECT_EQ(shown, composed ? BytesOf(*composed, stack->GetSize()) : qs::vector<uint8_t>(shown.size()))
+                << "document " << handle;
+        }
+    }
+
+    qs::vector<int> documents_;
+
+private:
+    static std::string Describe(const PntHandle& handle) { return handle.own.asString().c_str(); }
+
+    /// All stored pixels, whatever pages they lie in.
+    static uint64_t HashOf(const ilMIOImage& image)
+    {
+        const uint32_t fill = image.GetFillValue().GetPacked();
+        uint64_t sum = fill;
+        image.VisitPages({-(1 << 30), -(1 << 30), INT32_MAX, INT32_MAX}, [&](int px, int py, const Page& page) {
+            if (page.IsUniform() && page.GetUniformValue() == fill)
+                return;
+            const uint8_t* bytes = page.GetBytes();
+            const auto word = [&](size_t at) {
+                uint64_t value = 0;
+                std::memcpy(&value, bytes + at, sizeof value);
+                return value;
+            };
+            const uint64_t blank =
+                image.GetNumChannels() == 1 ? (fill & 255) * 0x0101010101010101u : uint64_t{fill} << 32 | fill;
+            uint64_t hash = static_cast<uint64_t>(px) * 0x9E3779B97F4A7C15u + static_cast<uint64_t>(py);
+            bool isBlank = true;
+            for (size_t at = 0; at < page.GetByteCount(); at += sizeof blank) {
+                isBlank = isBlank && word(at) == blank;
+                hash = (hash ^ word(at)) * 0x9E3779B97F4A7C15u;
+                hash ^= hash >> 29;
+            }
+            sum += isBlank ? 0 : hash;  // pages come in no order
+        });
+        return sum;
+    }
+
+    static std::string Describe(Layer& layer)
+    {
+        std::string text = Describe(layer.GetLayerContainerHandle()) + ' ' + layer.GetLayerContainerName();
+        for (const int value : {layer.getXOffset(), layer.getYOffset(), int{layer.GetLayerBlend()},
+                                int{layer.GetLayerMode()}, int{layer.isVisible()}, int{layer.isActive()},
+                                int{layer.IsLocked()}, int{layer.IsHardLinkToOwnerLayer()}})
+            text += ' ' + std::to_string(value);
+        text += ' ' + std::to_string(layer.GetOpacity()) + ' ' + layer.GetAppData("key").c_str();
+        for (const PntHandle& owner : layer.GetOwnerLayerArray())
+            text += " of " + Describe(owner);
+        const qs::TempReference<ilMIOImage> image = layer.GetImage();
+        return text + " pixels " + (image ? std::to_string(HashOf(*image)) : "none") + '\n';
+    }
+
+    static std::string Describe(const LayerFolder& folder)
+    {
+        std::string text = Describe(folder.GetLayerContainerHandle()) + ' ' + folder.GetLayerContainerName() +
+                           (folder.isActive() ? " active" : "") + (folder.IsLocked() ? " locked" : "") + " (\n";
+        for (LayerContainer* child : folder.GetLCArray())
+            if (auto* inner = dynamic_cast<LayerFolder*>(child))
+                text += Describe(*inner);
+            else
+                text += Describe(dynamic_cast<Layer&>(*child));
+        return text + ")\n";
+    }
+
+    static std::string Describe(LayerStack& stack)
+    {
+        std::string text;
+        for (const LayerMode mode : {kLayerModeImage, kLayerModeMask, kLayerModeStencil})
+            text += Describe(*stack.GetLayerFolder(mode));
+        int x = 0;
+        int y = 0;
+        stack.GetResolution(x, y);
+        const Symmetry* symmetry = stack.GetSymmetry();
+        text += "selection " + Describe(*stack.GetSelectionMask()) + "current " +
+                Describe(stack.GetCurrentLayerContainerHandle());
+        for (const int value : {stack.GetSize().nx, stack.GetSize().ny, x, y, int{stack.GetShowCurrentLayerOnly()},
+                                int{stack.GetMaskDisable()}, int{stack.GetMaskVisible()},
+                                symmetry != nullptr ? static_cast<int>(symmetry->GetCenterX()) : -1,
+                                static_cast<int>(255 * stack.GetBackgroundColor().r)})
+            text += ' ' + std::to_string(value);
+        return text + '\n';
+    }
+
+    // --- choices ---
+
+    LayerMode Mode() { return static_cast<LayerMode>(std::max(0, Below(5) - 2)); }
+    ilTile Tile() { return {Below(220) - 20, Below(170) - 20, 1 + Below(90), 1 + Below(90)}; }
+    int Shift() { return Below(90) - 45; }
+    float Part() { return static_cast<float>(Below(256)) / 255; }
+    PaintColor Color() { return {Part(), Part(), Part(), Flip() ? 1 : Part()}; }
+
+    qs::vector<PntHandle> Containers()
+    {
+        qs::vector<PntHandle> all = {kCurrentLayerHandle};
+        for (const LayerMode mode : {kLayerModeImage, kLayerModeMask, kLayerModeStencil}) {
+            const qs::vector<PntHandle> some = PaintCore.GetLayerContainerHandles(mode, false);
+            all.insert(all.end(), some.begin(), some.end());
+        }
+        return all;
+    }
+    PntHandle Container() { return OneOf(Containers()); }
+    PntHandle Layer_()
+    {
+        qs::vector<PntHandle> layers = Containers();
+        std::erase_if(layers, [](const PntHandle& handle) { return Stack().GetLayerFromHandle(handle) == nullptr; });
+        layers.push_back(PaintCore.GetSelectionMaskHandle());
+        return OneOf(layers);
+    }
+
+    // --- commands ---
+
+    void Stroke()
+    {
+        BrushParameters brush;
+        brush.color = Color();
+        brush.profile.hardness = Part();
+        brush.firstSize = brush.secondSize = static_cast<float>(1 + Below(25));
+        brush.threshold = Flip() ? 0.0F : 1.0F;  // 16 bits or 8
+        PaintCore.SetBrushParameters(brush, true);
+        StrokeParameters stroke;
+        stroke.markerBlend = Below(3) == 0;
+        PaintCore.SetStrokeParameters(stroke);
+        PaintCore.BeginBrushStroke(Flip());
+        for (int i = Below(5); i >= 0; --i)
+            Sample(static_cast<float>(Below(220) - 10), static_cast<float>(Below(170) - 10), brush.firstSize, Part());
+        PaintCore.EndBrushStroke();
+    }
+
+    /// A mask or stencil that acts on a layer, as one step that the host makes.
+    void AddFollower()
+    {
+        const PntHandle owner = Layer_();
+        PaintCore.AddUndoLayerStack(-2, true);
+        LayerStack& stack = Stack();
+        const PntHandle added =
+            stack.AddLayer({}, {}, Below(3) == 0 ? kLayerModeMask : kLayerModeStencil, kLayerTypeRaster, true, 0,
+                           kCurrentLayerHandle, true, Shift(), Shift(), true);
+        stack.AddOwnerToLayer(owner, added, Below(4) == 0);
+        if (const Layer* layer = stack.GetLayerFromHandle(added))
+            layer->GetImage()->fillTile(Tile(), ilPixel::Coverage(static_cast<uint8_t>(100 + Below(156))));
+        stack.RebuildAllAndRedrawEntireCanvas();
+    }
+
+    /// What the library does not record by itself: the host makes the step.
+    void ChangeProperties()
+    {
+        PaintCore.AddUndoLayerStack(-2, true);
+        LayerStack& stack = Stack();
+        for (int i = Below(12); i >= 0; --i) {
+            const PntHandle handle = Container();
+            const PntHandle other = Layer_();
+            switch (Below(16)) {
+            case 0: stack.SetLayerOpacity(handle, Part()); break;
+            case 1: stack.SetLayerBlend(handle, static_cast<LayerBlendMode>(Below(kLayerBlendModeCount))); break;
+            case 2: stack.SetLayerVisible(handle, Flip(), Flip()); break;
+            case 3: stack.SetLayerContainerName(handle, std::to_string(Below(100)).c_str()); break;
+            case 4: stack.SetLayerContainerLocked(handle, Flip()); break;
+            case 5: stack.AddOwnerToLayer(handle, other, Below(4) == 0); break;
+            case 6: stack.RemoveOwnerFromLayer(handle, other); break;
+            case 7: stack.SetAppData(handle, "key", std::to_string(Below(100)).c_str()); break;
+            case 8: stack.SetCurrentLayer(handle, Flip(), Flip(), false); break;
+            case 9: stack.SetLayerFolderActive(handle, Flip(), Flip()); break;
+            case 10: stack.SetSelectionMaskActive(Flip()); break;
+            case 11: Flip() ? stack.SetSelectionMaskCurrent() : stack.SetShowCurrentLayerOnly(Below(4) == 0); break;
+            case 12: Flip() ? stack.SetMaskDisable(Below(4) == 0) : stack.SetMaskVisible(Below(4) != 0); break;
+            case 13: stack.SetSymmetry(Flip() ? new Symmetry(Below(100), 50) : nullptr); break;
+            case 14: stack.SetLayerActive(handle, Flip()); break;
+            default:
+                stack.SetBackgroundColor(Color());
+                stack.SetResolution(Below(300), Below(300));
+                break;
+            }
+        }
+        stack.ForceUpdate();
+    }
+
+    /// Fills a layer as a command of the stack may: in its image or in a new one.
+    void FillFromBelow(LayerStack& stack, const PntHandle& handle, bool inNewImage)
+    {
+        const qs::Reference<Layer> layer = stack.GetLayerFromHandle(handle);
+        const int channels = layer->GetImage()->GetNumChannels();
+        const ilPixel pixel =
+            channels == 1 ? ilPixel::Coverage(static_cast<uint8_t>(Below(256))) : Color().Premultiplied();
+        if (inNewImage) {
+            const qs::Reference<ilSmartImage> image(new ilSmartImage(*layer->GetImage(), 0, 0));
+            image->fillTile(Tile(), pixel);
+            layer->SetImage(image);
+        } else {
+            layer->GetImage()->fillTile(Tile(), pixel);
+        }
+        if (Below(4) == 0)
+            layer->SetOffset(Shift(), Shift(), LayerStackTransform(), true);
+        if (layer.get() == stack.GetSelectionMask())
+            layer->SetVisible(Flip());
+        stack.SetStencilCompositeDirty(handle);
+        stack.RebuildAllAndRedrawEntireCanvas();
+    }
+
+    void ChangeSeveralLayers()
+    {
+        const qs::Reference<LayerStack> stack(&Stack());
+        qs::vector<PntHandle> handles;
+        qs::vector<Layer*> layers;
+        for (int i = Below(3); i >= 0; --i) {
+            handles.push_back(Layer_());
+            layers.push_back(stack->GetLayerFromHandle(handles.back()));
+            handles.back() = layers.back()->GetLayerContainerHandle();
+        }
+        qs::Reference<PntUndoOper> step;
+        if (PaintCore.UndoEnable())
+            step = new PntUndoStroke(&PaintCore, PaintCore.GetCurrentLayerStack(), handles, stack.get(), layers,
+                                     "MioStroke");
+        if (step && PaintUndoDatabase() != nullptr)
+            PaintUndoDatabase()->AddUndoOperation(step);
+        for (const PntHandle& handle : handles)
+            FillFromBelow(*stack, handle, Below(3) == 0);
+    }
+
+    /// One layer goes, another one takes something over.
+    void Merge()
+    {
+        const PntHandle goes = Stack().GetLayerFromHandle(Layer_())->GetLayerContainerHandle();
+        const PntHandle receives = Stack().GetLayerFromHandle(Layer_())->GetLayerContainerHandle();
+        const int handle = PaintCore.GetCurrentLayerStack();
+        if (PaintCore.UndoEnable()) {
+            const qs::Reference<LayerStack> before(&Stack());
+            const qs::Reference<PntUndoOper> pixels(new PntUndoStroke(
+                &PaintCore, handle, receives, before.get(), before->GetLayerFromHandle(receives), {}, "MioStroke"));
+            const qs::Reference<PntUndoOper> structure = PaintCore.AddUndoLayerStack(handle, false);
+            if (PaintUndoDatabase() != nullptr)
+                PaintUndoDatabase()->AddUndoOperation(new PntUndoCombo("MioCombo", false, false, structure, pixels));
+        }
+        FillFromBelow(Stack(), receives, Flip());
+        if (goes != receives)
+            Stack().DeleteCurrentLayer(goes, true);
+    }
+
+    std::mt19937 random_;
+    std::string trace_;
+};

@@ -1,0 +1,166 @@
+#include "RandomHost.h"
+
+#include <memory>
+
+namespace {
+
+/// The order of undo that a host keeps for the list.
+qs::vector<unsigned int> listed;
+
+}  // namespace
+
+class UndoProperty : public RandomHost {
+protected:
+    void TearDown() override
+    {
+        listed.clear();
+        RandomHost::TearDown();
+    }
+
+    static bool Listed(unsigned int handle)
+    {
+        listed.push_back(handle);
+        return true;
+    }
+
+    /// The property of every command, given by number of steps before: without a step nothing changed.
+    void RunRecorded(std::string& description)
+    {
+        const size_t before = PaintUndoDatabase()->GetUndoDB()->size();
+        RunCommand();
+        const size_t steps = PaintUndoDatabase()->GetUndoDB()->size() - before;
+        ASSERT_LE(steps, 1U) << GetTrace();
+        const std::string now = Describe();
+        ASSERT_TRUE(steps == 1 || now == description) << "changed without a step: " << GetTrace();
+        description = now;
+    }
+
+    void CheckPlanes(int one)
+    {
+        if (one % 4 == 0)
+            ExpectTruePlanes();
+    }
+};
+
+TEST_F(UndoProperty, AListGoesAllTheWayBackAndForthThroughTheSameStates)
+{
+    for (unsigned seed = FirstSeed(); seed < FirstSeed() + 4 && !HasFailure(); ++seed) {
+        SCOPED_TRACE("PAINTLAYER_SEED=" + std::to_string(seed));
+        delete ExchangeUndoDatabase(nullptr);
+        Begin(seed);
+        listed.clear();
+        SetupPntUndoList(Listed);
+        qs::vector<std::string> states = {Describe()};
+        for (int i = 0; i < 120 && !HasFatalFailure(); ++i) {
+            std::string state = states.back();
+            RunRecorded(state);
+            if (listed.size() == states.size())
+                states.push_back(state);
+        }
+        for (int round = 0; round < 2 && !HasFailure(); ++round) {
+            for (size_t i = listed.size(); i-- > 0 && !HasFailure();) {
+                ASSERT_TRUE(PaintUndoList()->Undo(listed[i]));
+                ASSERT_EQ(Describe(), states[i]) << "undo of " << i << " of " << GetTrace();
+                CheckPlanes(static_cast<int>(i));
+            }
+            for (size_t i = 0; i < listed.size() && !HasFailure(); ++i) {
+                ASSERT_TRUE(PaintUndoList()->Redo(listed[i]));
+                ASSERT_EQ(Describe(), states[i + 1]) << "redo of " << i << " of " << GetTrace();
+                CheckPlanes(static_cast<int>(i));
+            }
+        }
+    }
+}
+
+TEST_F(UndoProperty, AQueueIsAHistoryOfStatesThatIsWalkedAndBranches)
+{
+    for (const int capacity : {PntUndoQueue::kDefaultCapacity, 1, 10000})
+        for (unsigned seed = FirstSeed(); seed < FirstSeed() + 2 && !HasFailure(); ++seed) {
+            SCOPED_TRACE("PAINTLAYER_SEED=" + std::to_string(seed) + ", capacity " + std::to_string(capacity));
+            Begin(seed);
+            delete ExchangeUndoDatabase(nullptr);
+            auto* queue = new PntUndoQueue(capacity);
+            ExchangeUndoDatabase(queue);
+            qs::vector<std::string> states = {Describe()};
+            size_t cursor = 0;
+            unsigned int newest = 0;  // undo handle
+            for (int i = 0; i < 250 && !HasFailure(); ++i) {
+                const int what = Below(10);
+                const int runs = 1 + Below(6);
+                for (int run = 0; run < runs && !HasFailure(); ++run) {
+                    if (what < 4) {
+                        Note("undo");
+                        ASSERT_EQ(queue->Undo(), cursor > 0) << GetTrace();
+                        cursor -= cursor > 0 ? 1 : 0;
+                    } else if (what < 7) {
+                        Note("redo");
+                        const bool isPossible = cursor + 1 < states.size();
+                        ASSERT_EQ(queue->Redo(), isPossible) << GetTrace();
+                        cursor += isPossible ? 1 : 0;
+                    } else {
+                        RunCommand();
+                        const auto& records = *queue->GetUndoDB();
+                        if (records.empty() || records.back()->GetUndoHandle() <= newest)
+                            continue;
+                        newest = records.back()->GetUndoHandle();
+                        states.resize(cursor + 1);
+                        states.push_back(Describe());
+                        if (states.size() > static_cast<size_t>(capacity) + 1)
+                            states.erase(states.begin());
+                        cursor = states.size() - 1;
+                    }
+                    ASSERT_EQ(Describe(), states[cursor]) << GetTrace();
+                }
+                CheckPlanes(i);
+            }
+        }
+}
+
+TEST_F(UndoProperty, WhateverHappensUnrecordedRedoLeadsBackToWhereUndoBegan)
+{
+    PaintCoreCallbacks callbacks;
+    callbacks.UndoRestoreCB = [](int handle, PntHandle&) { return PaintCore.CheckLayerStackHandle(handle); };
+    PaintCore.SetCallbacks(callbacks);  // a host that does not open closed documents again
+    for (unsigned seed = FirstSeed(); seed < FirstSeed() + 6 && !HasFailure(); ++seed) {
+        SCOPED_TRACE("PAINTLAYER_SEED=" + std::to_string(seed));
+        delete ExchangeUndoDatabase(nullptr);
+        Begin(seed);
+        listed.clear();
+        SetupPntUndoList(Listed);
+        for (int i = 0; i < 100; ++i) {
+            PaintCore.SuspendUndo(Below(4) == 0);
+            RunCommand();
+            PaintCore.SuspendUndo(false);
+            const int handle = OneOf(documents_);
+            if (Below(40) == 0) {
+                Note("close " + std::to_string(handle));
+                PaintCore.DeleteLayerStack(handle, false);
+                if (Flip()) {
+                    PaintCore.AddLayerStack(90, 90);
+                    PaintCore.AddLayer({});
+                }
+            } else if (Below(40) == 0) {
+                Note("replace " + std::to_string(handle));
+                if (const qs::Reference<LayerStack> stack = PaintCore.GetLayerStack(handle))
+                    PaintCore.ReplaceLayerStack(new LayerStack(stack), handle);
+            }
+            PaintCore.SetCurrentLayerStack(documents_.front());
+            if (PaintCore.GetCurrentLayerStack() != documents_.front())
+                documents_.front() = Open(80, 80);
+        }
+        qs::vector<std::string> states(listed.size() + 1);
+        for (int round = 0; round < 2 && !HasFailure(); ++round) {
+            states.back() = Describe();
+            for (size_t i = listed.size(); i-- > 0 && !HasFailure();) {
+                ASSERT_TRUE(PaintUndoList()->Undo(listed[i]));
+                states[i] = Describe();
+                CheckPlanes(static_cast<int>(i));
+            }
+            for (size_t i = 0; i < listed.size() && !HasFailure(); ++i) {
+                ASSERT_TRUE(PaintUndoList()->Redo(listed[i]));
+                ASSERT_EQ(Describe(), states[i + 1]) << "redo of " << i << " of " << GetTrace();
+                CheckPlanes(static_cast<int>(i));
+            }
+        }
+    }
+}
