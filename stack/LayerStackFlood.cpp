@@ -44,8 +44,9 @@ bool LayerStack::Flood(Layer& layer, int x, int y, float tolerance, const PaintC
     FloodFillOperation fill(source, target, GetLayerStackBndInLayerCoord(handle), tolerance, color);
     fill.SetSmooth(isSmooth);
     if (&layer != selectionMask_.get() && isSelectionMaskUsed())
-        fill.SetSelection(selectionMask_->GetImage(), selectionMask_->getXOffset() - layer.getXOffset(),
-                          selectionMask_->getYOffset() - layer.getYOffset());
+        fill.SetSelection(selectionMask_->GetImage(),
+                          FloodFillOperation::Distance(layer.getXOffset(), selectionMask_->getXOffset()),
+                          FloodFillOperation::Distance(layer.getYOffset(), selectionMask_->getYOffset()));
     LayerStackToLayerCoords(x, y, handle);
     try {
         if (!fill.DoFlood(x, y))

@@ -38,17 +38,19 @@ bool LayerStack::SelectByWand(int x, int y, float tolerance, const PaintColor& c
     int maskX = 0, maskY = 0;
     GetSelMaskOffset(maskX, maskY);
     const qs::Reference<ilMIOImage> before = mask->Snapshot();
+    const ilTile onMask = ilTileMoved(size_, -int64_t{maskX}, -int64_t{maskY});
     const ilTile area = GetLayerStackBndInLayerCoord(handle);
+    x = std::clamp(x, size_.x, static_cast<int>(size_.Right() - 1));
+    y = std::clamp(y, size_.y, static_cast<int>(size_.Bottom() - 1));
     LayerStackToLayerCoords(x, y, handle);
-    x = std::clamp(x, area.x, static_cast<int>(area.Right() - 1));
-    y = std::clamp(y, area.y, static_cast<int>(area.Bottom() - 1));
     try {
         if (fromAll)
-            mask->fillTile(ilTileMoved(size_, -int64_t{maskX}, -int64_t{maskY}), ilPixel::Coverage(255));
+            mask->fillTile(onMask, ilPixel::Coverage(255));
         CachedSmartImage source(image);
         CachedSmartImage target(mask);
         FloodFillOperation wand(source, target, area, tolerance, color);
-        wand.SetTargetOffset(layer->getXOffset() - maskX, layer->getYOffset() - maskY);
+        wand.SetTargetOffset(FloodFillOperation::Distance(area.x, onMask.x),
+                             FloodFillOperation::Distance(area.y, onMask.y));
         wand.SetSmooth(isSmooth);
         if (!wand.DoFlood(x, y)) {
             mask->ShareAllFrom(*before);

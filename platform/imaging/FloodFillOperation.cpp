@@ -20,10 +20,17 @@ void FloodFillOperation::SetSelection(qs::TempReference<ilMIOImage> image, int x
     selection_ = FloodSelection(std::move(image), x, y);
 }
 
+bool FloodFillOperation::IsWithinReach() const
+{
+    const auto isNear = [](int64_t v) { return v >= -kMaxDistance && v <= kMaxDistance; };
+    return isNear(area_.x) && isNear(area_.y) && isNear(area_.Right()) && isNear(area_.Bottom()) && isNear(dx_) &&
+           isNear(dy_) && isNear(selection_.GetX()) && isNear(selection_.GetY());
+}
+
 bool FloodFillOperation::DoFlood(int x, int y)
 {
     region_ = FloodRegion();
-    if (!color_.IsFinite() || !area_.Contains(x, y))
+    if (!color_.IsFinite() || !area_.Contains(x, y) || !IsWithinReach())
         return false;
     const int channels = source_.GetImage().GetNumChannels();
     const ilPixel seed(kUnsignedByte, channels, source_.LookAtPixel(x, y));

@@ -25,14 +25,23 @@ public:
     void SetSmooth(bool smooth) { isSmooth_ = smooth; }
 
     /// Floods from a source pixel. False, with the target unchanged, for a tolerance that is negative or not a number,
-    /// a colour that is not finite, and a seed outside the area or the selection. Throws std::bad_alloc with the target
-    /// painted in part.
+    /// a colour that is not finite, a seed outside the area or the selection, and for places further than kMaxDistance
+    /// from the origin or from each other. Throws std::bad_alloc with the target painted in part.
     bool DoFlood(int x, int y);
+    static constexpr int kMaxDistance = 1 << 29;
+
+    /// to - from, for offsets; what int cannot hold becomes a distance that is refused.
+    static int Distance(int from, int to)
+    {
+        return static_cast<int>(std::clamp<int64_t>(int64_t{to} - from, INT32_MIN, INT32_MAX));
+    }
 
     /// What the last DoFlood reached, in the source's pixels.
     const FloodRegion& GetRegion() const { return region_; }
 
 private:
+    bool IsWithinReach() const;
+
     CachedSmartImage& source_;
     CachedSmartImage& target_;
     ilTile area_;

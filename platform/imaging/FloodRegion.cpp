@@ -36,6 +36,16 @@ void FloodRegion::ReadRow(const Cell& cell, int y, uint8_t* row)
         std::memset(row, cell.cover == Cover::All ? 255 : 0, kPageSize);
 }
 
+uint64_t FloodRegion::ReachedInRow(const Cell& cell, int y)
+{
+    if (cell.bits)
+        return (*cell.bits)[static_cast<size_t>(y)];
+    uint64_t reached = 0;
+    for (int x = 0; x < kPageSize; ++x)
+        reached |= uint64_t{(*cell.coverage)[static_cast<size_t>(y * kPageSize + x)] != 0} << x;
+    return reached;
+}
+
 ilTile FloodRegion::GetBounds() const
 {
     ilTile bounds;
@@ -45,16 +55,15 @@ ilTile FloodRegion::GetBounds() const
             bounds = ilTileUnion(bounds, page);
         if (cell.cover != Cover::Some || bounds.Contains(page))
             return;
+        uint64_t columns = 0, rows = 0;
         for (int y = 0; y < kPageSize; ++y) {
-            uint8_t row[kPageSize];
-            ReadRow(cell, y, row);
-            int left = 0, right = kPageSize;
-            while (left < right && row[left] == 0)
-                ++left;
-            while (right > left && row[right - 1] == 0)
-                --right;
-            bounds = ilTileUnion(bounds, {page.x + left, page.y + y, right - left, 1});
+            const uint64_t row = ReachedInRow(cell, y);
+            columns |= row;
+            rows |= uint64_t{row != 0} << y;
         }
+        const int left = std::countr_zero(columns), right = kPageSize - std::countl_zero(columns);
+        const int top = std::countr_zero(rows), bottom = kPageSize - std::countl_zero(rows);
+        bounds = ilTileUnion(bounds, {page.x + left, page.y + top, right - left, bottom - top});
     });
     return bounds;
 }

@@ -70,6 +70,7 @@ private:
 
     Cell& Reach(int px, int py, Cover cover);
     static void ReadRow(const Cell& cell, int y, uint8_t* row);  // 64 bytes
+    static uint64_t ReachedInRow(const Cell& cell, int y);  // of a page in part, one bit a pixel
 
     PageGrid<Cell> cells_;
     ilTile pageBounds_;

@@ -205,7 +205,6 @@ void FloodSearch::FillPart(const Place& at, Part& part, uint64_t rowsWaiting, ui
 
 void FloodSearch::Leave(const Place& at, const uint64_t leaving[4])
 {
-    // The grid has an end where the numbers of its pages have one, far outside any area: no neighbour overflows.
     if (leaving[kAbove] != 0)
         Enter(at.px, at.py - 1, kBelow, leaving[kAbove]);
     if (leaving[kBelow] != 0)

@@ -13,6 +13,9 @@ public:
 
     FloodSelection MovedBy(int dx, int dy) const { return {image_, x_ + dx, y_ + dy}; }
 
+    int GetX() const { return x_; }
+    int GetY() const { return y_; }
+
     /// What is known of a tile of the other image without looking at pixels.
     FloodRegion::Cover GetCover(const ilTile& tile) const;
 

@@ -123,6 +123,11 @@ TEST_F(Floods, AreRefusedWithNothingChangedOrTold)
     EXPECT_FALSE(document->MagicWandDone(30, 50, nan, kGreen, true, a));
     EXPECT_FALSE(document->SmoothMagicWandDone(30, 50, 0, kGreen, true, folder));
     EXPECT_TRUE(document->GetSelectionMask()->GetImage()->IsEmpty());
+    for (const int far : {INT32_MIN, INT32_MAX, 1 << 30}) {
+        document->SetLayerOffset(a, far, -30, true);
+        tryAll(30, 50, 0, kGreen, a);
+        EXPECT_FALSE(document->MagicWandDone(30, INT32_MIN, 0, kGreen, true, a));
+    }
     document->SetSelectionMask(nullptr);
     EXPECT_FALSE(document->MagicWandDone(30, 50, 0, kGreen, true, a));
 }
