@@ -9,5 +9,6 @@
 #include "platform/imaging/kernels/HueBlendModeKernels.cpp"
 #include "platform/imaging/kernels/OverKernels.cpp"
 #include "platform/imaging/kernels/PixelKernels.cpp"
+#include "platform/imaging/kernels/ResampleKernels.cpp"
 #include "platform/imaging/kernels/StampKernels.cpp"
 #include "platform/imaging/kernels/TableKernels.cpp"

@@ -28,6 +28,13 @@ const KernelTable kTable = {
     .invert = Invert,
     .invertColor = InvertColor,
     .maximum = Maximum,
+    .bytesToFloats = BytesToFloats,
+    .floatsToCoverage = FloatsToCoverage,
+    .floatsToPixels = FloatsToPixels,
+    .addWeighted = AddWeighted,
+    .filterRow = FilterRow,
+    .sampleBilinear = SampleBilinear,
+    .sampleBicubic = SampleBicubic,
     .foldWords = FoldWords,
     .blendMode =
         {

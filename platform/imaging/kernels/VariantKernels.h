@@ -33,6 +33,15 @@ void InvertColor(uint8_t* dst, int count);
 void Maximum(uint8_t* dst, const uint8_t* src, int bytes);
 void FoldWords(const uint8_t* bytes, int byteCount, uint32_t* andOfAll, uint32_t* orOfAll);
 
+void BytesToFloats(float* dst, const uint8_t* src, int count);
+void FloatsToCoverage(uint8_t* dst, const float* src, float scale, int count);
+void FloatsToPixels(uint8_t* dst, const float* src, float scale, int count);
+void AddWeighted(float* sums, const float* src, float weight, int count);
+void FilterRow(float* dst, const float* src, const int32_t* firsts, const float* weights, int tapCount, int channels,
+               int count);
+void SampleBilinear(float* sums, const SampleSource& source, const int32_t* x, const int32_t* y, int count);
+void SampleBicubic(float* sums, const SampleSource& source, const int32_t* x, const int32_t* y, int count);
+
 void BlendMultiply(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 void BlendScreen(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 void BlendOverlay(uint8_t* dst, const uint8_t* src, Weight weight, int count);
