@@ -258,7 +258,7 @@ qs::Reference<ilSmartImage> WarpImage(const ilMIOImage& source, const ilTile& fr
     for (int i = 0; i < 4; ++i)
         if (!(std::fabs(to.x[i]) <= kMaxTransformedCoordinate) || !(std::fabs(to.y[i]) <= kMaxTransformedCoordinate))
             return {};
-    if (from.IsEmpty() || !IsConvex(to))
+    if (from.IsEmpty() || !IsConvex(to) || (kind != WarpKind::Perspective && kind != WarpKind::Bilinear))
         return {};
     // A parallelogram takes no perspective: the affine ways are exact or faster.
     const AffineMatrix plain = ToParallelogram(from, to);

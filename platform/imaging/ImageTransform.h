@@ -25,7 +25,7 @@ PAINTLAYER_EXPORT qs::Reference<ilSmartImage>
 TransformImage(const ilMIOImage& source, const qsLinear::AffineMatrix& matrix, const TransformFilters& filters);
 
 /// The part `from` of the image drawn into the quadrilateral `to`; what lies outside of it is left out. Null as above,
-/// and for a quadrilateral that is not convex or has no area.
+/// and for a quadrilateral that is not convex or has no area, and for an unknown kind.
 PAINTLAYER_EXPORT qs::Reference<ilSmartImage> WarpImage(const ilMIOImage& source, const ilTile& from, const Rect8f& to,
                                                         WarpKind kind, const TransformFilters& filters);
 

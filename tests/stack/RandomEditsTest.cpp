@@ -67,13 +67,14 @@ public:
 
     void Pixels()
     {
-        switch (Below(10)) {
+        switch (Below(11)) {
         case 0: document->SetLayerVisible(Container(), Flip(), Flip()); break;
         case 1: document->SetLayerOpacity(Container(), static_cast<float>(Below(11)) / 10); break;
         case 2: document->SetLayerBlend(Container(), static_cast<LayerBlendMode>(Below(kLayerBlendModeCount))); break;
         case 3: document->SetLayerOffset(Container(), Below(41) - 20, Below(41) - 20, Flip()); break;
         case 4: document->SetLayerFolderActive(Container(), Below(4) != 0, Flip()); break;
         case 5: Properties(); break;
+        case 6: Transform(); break;
         default: PaintSomething(); break;
         }
     }
@@ -91,6 +92,32 @@ public:
         case 7: EditSuspended(); break;
         case 8: EditInProxy(); break;
         default: document->ReleaseCachedImages(); break;
+        }
+    }
+
+    void Transform()
+    {
+        const FilterMethod filter = FilterMethodFrom(Below(5));
+        const auto random = [&](int low, int high) { return static_cast<float>(low + Below(high - low)); };
+        const LayerStackTransform turn(random(-9, 9), random(-9, 9), random(5, 15) / 10, random(5, 15) / 10,
+                                       random(0, 200), random(0, 150), Flip() ? 0 : random(-180, 180));
+        const Rect8f quad{{random(0, 30), random(90, 200), random(80, 160), random(0, 30)},
+                          {random(0, 30), random(0, 30), random(60, 140), random(60, 140)}};
+        switch (Below(9)) {
+        case 0: document->XForm(turn, filter, filter, Container()); break;
+        case 1: document->Deform(quad, filter, Below(3), 1.5, 0, Container()); break;
+        case 2: document->addLayerToCurrTransformGroup(Container()); break;
+        case 3: document->DeleteTransformGroup(Container(), Flip()); break;
+        case 4: document->RotateCanvas(Flip() ? 90 : Below(360), filter, filter); break;
+        case 5: document->FlipDocument(Flip(), Flip()); break;
+        case 6: document->ScaleAllLayers(100 + Below(150), 100 + Below(80), filter, filter); break;
+        case 7: document->ResizeDocument(220, 170, static_cast<LayerStack::Anchor>(Below(9))); break;
+        default:
+            for (int i = Below(4); i > 0; --i)
+                Flip() ? document->ProxyXForm(turn, filter, filter, Container())
+                       : document->ProxyDeform(quad, filter, Below(2), 0, i, Container());
+            Flip() ? document->ForceUpdate() : document->EndProxy();
+            break;
         }
     }
 
