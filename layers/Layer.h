@@ -92,6 +92,13 @@ public:
     virtual bool ProxyDeform(const Rect8f& corners, FilterMethod filter, int kind, double dx, double dy);
     virtual bool ProxyXForm(LayerStackTransform transform, FilterMethod minify, FilterMethod magnify);
 
+    /// A preview of an adjustment, from the original: within `tile` (canvas pixels; empty: everywhere), `amount` (0 to
+    /// 1) of the way. data: filled with what the original has there when `analyses`; may be null. autoLevels: the
+    /// channels' levels come from that analysis instead of `parm`. False outside a proxy, for null and for values that
+    /// are not finite.
+    virtual bool ProxyColorAdjust(ColorAdjustParm* parm, ImageAnalysisData* data, ilTile tile, float amount,
+                                  bool analyses, bool autoLevels);
+
     /// Invert every pixel, those of the unstored area included; each acts on layers of its own mode only.
     virtual void InvertMask();
     virtual void InvertImageLayer();  // colour only, alpha stays

@@ -3,6 +3,7 @@
 #include "platform/imaging/ImageBlend.h"
 
 #include <cmath>
+#include <cstdint>
 
 namespace {
 
@@ -143,6 +144,21 @@ LayerPicture DeformPicture(const LayerPicture& picture, const ilTile& from, cons
     return {WarpImage(*picture.image, ilTileMoved(from, -int64_t{picture.x}, -int64_t{picture.y}),
                       onCanvas.Moved(-picture.x, -picture.y), kind, filters),
             picture.x, picture.y};
+}
+
+LayerPicture AdjustPicture(const LayerPicture& picture, const ColorAdjustParm& parm, const ilTile& area, float amount,
+                           const EditLimit& limit)
+{
+    if (!picture || !parm.IsValid() || !std::isfinite(amount))
+        return {};
+    // A limit that covers nothing outside its bounds spares what lies there.
+    constexpr ilTile kEverywhere(-(1 << 30), -(1 << 30), INT32_MAX, INT32_MAX);
+    ilTile within = area.IsEmpty() ? kEverywhere : ilTileMoved(area, -int64_t{picture.x}, -int64_t{picture.y});
+    if (limit.coverage && limit.coverage->GetFillValue().GetPacked() == 0)
+        within = ilTileIntersection(within, ilTileMoved(limit.coverage->GetBounds(), int64_t{limit.x} - picture.x,
+                                                        int64_t{limit.y} - picture.y));
+    const LayerPicture adjusted{AdjustColors(*picture.image, parm, within, amount), picture.x, picture.y};
+    return adjusted ? LimitPicture(picture, adjusted, limit) : adjusted;
 }
 
 LayerPicture LimitPicture(const LayerPicture& original, const LayerPicture& edited, const EditLimit& limit)

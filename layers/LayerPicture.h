@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/imaging/ColorAdjust.h"
 #include "platform/imaging/ImageTransform.h"
 #include "platform/imaging/ilSmartImage.h"
 
@@ -39,6 +40,11 @@ PAINTLAYER_EXPORT ilTile GetPaintedBox(const LayerPicture& picture, const EditLi
 PAINTLAYER_EXPORT LayerPicture DeformPicture(const LayerPicture& picture, const ilTile& from, const Rect8f& onCanvas,
                                              WarpKind kind, const TransformFilters& filters,
                                              const EditLimit& limit = {});
+
+/// The picture with its colours adjusted within `area` (canvas pixels; empty: everywhere), `amount` of the way, softly
+/// limited. Null for values that are not finite.
+PAINTLAYER_EXPORT LayerPicture AdjustPicture(const LayerPicture& picture, const ColorAdjustParm& parm,
+                                             const ilTile& area, float amount, const EditLimit& limit = {});
 
 /// `edited` where the limit covers, `original` where it does not, and in between in between. Both lie alike.
 PAINTLAYER_EXPORT LayerPicture LimitPicture(const LayerPicture& original, const LayerPicture& edited,

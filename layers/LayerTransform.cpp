@@ -1,5 +1,12 @@
 #include "layers/Layer.h"
 
+namespace {
+
+/// The part of the pixels that automatic levels leave out at each end: single stray pixels decide nothing.
+constexpr double kAutoLevelsClip = 0.001;
+
+}  // namespace
+
 LayerPicture Layer::GetOriginalPicture() const
 {
     if (inProxy_)
@@ -86,4 +93,23 @@ LayerPicture Layer::GetScaleLayerImage(double xScale, double yScale, FilterMetho
     if (!original)
         return {};
     return RebasePicture(original, qsLinear::AffineMatrix::Scale(xScale, yScale), {minify, magnify});
+}
+
+bool Layer::ProxyColorAdjust(ColorAdjustParm* parm, ImageAnalysisData* data, ilTile tile, float amount, bool analyses,
+                             bool autoLevels)
+{
+    if (!inProxy_ || parm == nullptr)
+        return false;
+    const LayerPicture original = GetOriginalPicture();
+    ColorAdjustParm used = *parm;
+    if (analyses || autoLevels) {
+        const ilTile onImage = ilTileMoved(tile, -int64_t{original.x}, -int64_t{original.y});
+        const ImageAnalysisData found =
+            AnalyzeImage(*original.image, tile.IsEmpty() ? original.image->GetBounds() : onImage);
+        if (analyses && data != nullptr)
+            *data = found;
+        if (autoLevels)
+            used.channels = MakeAutoLevels(found, kAutoLevelsClip);
+    }
+    return TakePicture(AdjustPicture(original, used, tile, amount));
 }

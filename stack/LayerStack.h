@@ -366,6 +366,21 @@ public:
     /// The canvas box of what XForm and Deform would change: where a tool shows its handles. Empty for nothing.
     ilTile GetTransformBounds(const PntHandle& handle) const;
 
+    // --- colours and sharpness of one layer (LayerStackColorAdjust.cpp); limited and shown as transforms are ---
+
+    /// `amount` is 0 to 1. False, with nothing changed, for values that are not finite.
+    bool ColorAdjust(const ColorAdjustParm& parm, float amount, const PntHandle& handle);
+
+    /// As a preview: from the original, in the proxy in progress or one that it begins.
+    bool ProxyColorAdjust(const ColorAdjustParm& parm, float amount, const PntHandle& handle);
+
+    /// What the layer's original consists of within the box of what is selected; all zero for no layer.
+    ImageAnalysisData AnalyzeLayer(const PntHandle& handle) const;
+
+    /// amount above 0, to 10: an unsharp mask; below 0, to -1: a Gaussian blur that far. radius: the Gaussian's
+    /// standard deviation in pixels, 0.1 to 1000. False, with nothing changed, for other values.
+    bool SharpenOrBlurDone(float amount, float radius, const PntHandle& handle);
+
     // --- the whole document (LayerStackResize.cpp) ---
     // Layers, masks, stencils and the selection alike. Each layer whose pixels change gets a new image object: the old
     // one stays as it is for whoever holds it. A proxy is ended first. False, with nothing changed, for a size that
@@ -495,6 +510,7 @@ private:
     // Edits of layers: the pictures are made for all before the first is taken.
     using MakePicture = std::function<LayerPicture(const Layer& layer, const EditLimit& limit)>;
     qs::vector<PntHandle> GetTransformTargets(const PntHandle& handle) const;
+    qs::vector<PntHandle> GetEditTarget(const PntHandle& handle) const;
     bool LeaveTransformGroup(const PntHandle& own);
     EditLimit GetEditLimit(const Layer& layer) const;
     bool EditLayers(const qs::vector<PntHandle>& handles, const MakePicture& make);

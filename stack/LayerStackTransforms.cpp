@@ -2,13 +2,19 @@
 
 #include <algorithm>
 
+qs::vector<PntHandle> LayerStack::GetEditTarget(const PntHandle& handle) const
+{
+    const Layer* layer = GetLayerFromHandle(handle);
+    if (layer == nullptr || !layer->GetImage())
+        return {};
+    return {layer->GetLayerContainerHandle()};
+}
+
 qs::vector<PntHandle> LayerStack::GetTransformTargets(const PntHandle& handle) const
 {
     qs::vector<PntHandle> group = getTransformGroup(handle);
-    if (group.empty() && GetLayerFromHandle(handle) != nullptr)
-        group.push_back(ResolveHandle(handle));
-    std::erase_if(group, [&](const PntHandle& one) { return !GetLayerFromHandle(one)->GetImage(); });
-    return group;
+    std::erase_if(group, [&](const PntHandle& one) { return GetEditTarget(one).empty(); });
+    return group.empty() ? GetEditTarget(handle) : group;
 }
 
 EditLimit LayerStack::GetEditLimit(const Layer& layer) const

@@ -1,7 +1,6 @@
 #include "platform/imaging/ImageScale.h"
 
 #include "platform/imaging/PageWalk.h"
-#include "platform/imaging/ResampleTaps.h"
 #include "platform/imaging/TransformPages.h"
 #include "platform/imaging/kernels/Kernels.h"
 
@@ -28,7 +27,7 @@ public:
     void MakePage(int px, int py)
     {
         if (!across_ || px != column_) {
-            across_.emplace(px * kPageSize, kPageSize, x_.scale, x_.shift, x_.filter);
+            across_.emplace(px * kPageSize, kPageSize, x_);
             column_ = px;
             // The weights belong to pixels of a strip from here on.
             firstColumn_ = across_->GetSourceBegin();
@@ -36,7 +35,7 @@ public:
             for (int& first : across_->firsts)
                 first -= firstColumn_;
         }
-        const ResampleTaps down(py * kPageSize, kPageSize, y_.scale, y_.shift, y_.filter);
+        const ResampleTaps down(py * kPageSize, kPageSize, y_);
         const ilTile box(firstColumn_, down.GetSourceBegin(), columns_, down.GetSourceEnd() - down.GetSourceBegin());
         if (const std::optional<uint32_t> value = FindUniformValue(source_, box)) {
             target_.SetPageUniform(px, py, *value);
@@ -129,8 +128,7 @@ qs::Reference<ilSmartImage> ScaleImage(const ilMIOImage& source, const AxisScale
     TransformPages touched;
     TransformPages::List pages;
     const qsLinear::AffineMatrix matrix(x.scale, 0, 0, y.scale, x.shift, y.shift);
-    if (!touched.AddMapped(source, matrix, ResampleTaps::GetReach(x.scale, x.filter),
-                           ResampleTaps::GetReach(y.scale, y.filter)) ||
+    if (!touched.AddMapped(source, matrix, ResampleTaps::GetReach(x), ResampleTaps::GetReach(y)) ||
         !touched.Take(pages))
         return {};
     qs::Reference<ilSmartImage> target(new ilSmartImage(source.GetFillValue()));

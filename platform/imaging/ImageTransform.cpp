@@ -122,7 +122,7 @@ qs::Reference<ilSmartImage> TransformAlongAxes(const ilMIOImage& source, const A
     const auto axis = [&](double scale, double shift) {
         const double size = std::fabs(scale);
         if (size == 1 && filters.magnify == kFilterNearest)
-            return AxisScale{1, std::floor(shift + 0.5), kFilterNearest};
+            return AxisScale{1, std::floor(shift + 0.5)};
         const FilterMethod filter = size < 1 ? filters.minify : filters.magnify;
         return AxisScale{size, shift, size == 1 && shift == std::floor(shift) ? kFilterNearest : filter};
     };

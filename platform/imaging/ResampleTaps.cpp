@@ -52,6 +52,13 @@ double RadiusOf(FilterMethod filter)
     }
 }
 
+/// How far the filter reaches from the middle of a target pixel, in source pixels.
+double HalfWidthOf(const AxisScale& axis)
+{
+    constexpr double kSigmas = 3;  // beyond lies less than half a level of a full step
+    return axis.sigma > 0 ? kSigmas * axis.sigma : RadiusOf(axis.filter) * std::max(1.0, 1 / axis.scale);
+}
+
 /// Rounds weights to multiples of the unit. Rounding the running sum lets the errors cancel: the total is exactly 1.
 void StoreWeights(float* stored, const qs::vector<double>& weights)
 {
@@ -70,36 +77,42 @@ void StoreWeights(float* stored, const qs::vector<double>& weights)
 
 }  // namespace
 
-double ResampleTaps::GetReach(double scale, FilterMethod filter)
+double ResampleTaps::GetReach(const AxisScale& axis)
 {
-    const double stretch = std::max(1.0, 1 / scale);
-    return filter == kFilterNearest ? 0.5 : RadiusOf(filter) * stretch + 0.5;
+    if (axis.sigma == 0 && axis.filter == kFilterNearest)
+        return 0.5;
+    return HalfWidthOf(axis) + 0.5;
 }
 
-ResampleTaps::ResampleTaps(int first, int count, double scale, double shift, FilterMethod filter)
+ResampleTaps::ResampleTaps(int first, int count, const AxisScale& axis)
 {
-    const double stretch = std::max(1.0, 1 / scale);
-    const bool isArea = filter == kFilterArea;
+    const bool isGaussian = axis.sigma > 0;
+    const bool isNearest = !isGaussian && axis.filter == kFilterNearest;
+    const bool isArea = !isGaussian && axis.filter == kFilterArea;
+    const double stretch = std::max(1.0, 1 / axis.scale);
     // A pixel's footprint may begin anywhere within a source pixel, hence one more than it is wide.
-    const double width = isArea ? 1 / scale : 2 * RadiusOf(filter) * stretch;
-    tapCount = filter == kFilterNearest ? 1 : static_cast<int>(std::ceil(width)) + 1;
+    const double width = isArea ? 1 / axis.scale : 2 * HalfWidthOf(axis);
+    tapCount = isNearest ? 1 : static_cast<int>(std::ceil(width)) + 1;
     firsts.resize(static_cast<size_t>(count));
     weights.assign(static_cast<size_t>(count) * static_cast<size_t>(tapCount), 0.0F);
     qs::vector<double> exact(static_cast<size_t>(tapCount));
     for (int i = 0; i < count; ++i) {
-        const double center = (first + i + 0.5 - shift) / scale;
-        const double low = filter == kFilterNearest ? center : center - width / 2;
+        const double center = (first + i + 0.5 - axis.shift) / axis.scale;
+        const double low = isNearest ? center : center - width / 2;
         // Source pixel j counts by the distance of its middle, or by the part of [j, j + 1) within the footprint.
-        const int begin = static_cast<int>(std::floor(isArea || filter == kFilterNearest ? low : low - 0.5));
+        const int begin = static_cast<int>(std::floor(isArea || isNearest ? low : low - 0.5));
         for (int k = 0; k < tapCount; ++k) {
             const int j = begin + k;
+            const double distance = j + 0.5 - center;
             double& weight = exact[static_cast<size_t>(k)];
-            if (filter == kFilterNearest)
+            if (isNearest)
                 weight = 1;
             else if (isArea)
                 weight = std::max(0.0, std::min(j + 1.0, low + width) - std::max<double>(j, low));
+            else if (isGaussian)
+                weight = std::exp(-distance * distance / (2 * axis.sigma * axis.sigma));
             else
-                weight = WeightAt(filter, (j + 0.5 - center) / stretch);
+                weight = WeightAt(axis.filter, distance / stretch);
         }
         firsts[static_cast<size_t>(i)] = begin;
         StoreWeights(&weights[static_cast<size_t>(i) * static_cast<size_t>(tapCount)], exact);

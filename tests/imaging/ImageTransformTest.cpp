@@ -18,16 +18,16 @@ using qsLinear::AffineMatrix;
 
 constexpr ilTile kAround(-700, -700, 1400, 1400);
 
-bool AreSame(const ilImage& a, const ilImage& b)
+constexpr std::array kSmoothFilters = {kFilterBilinear, kFilterBicubic, kFilterArea, kFilterLanczos};
+
+bool AreSame(const ilImage& a, const ilImage& b, const ilTile& tile = kAround)
 {
-    const size_t bytes = static_cast<size_t>(kAround.Area()) * 4;
+    const size_t bytes = static_cast<size_t>(tile.Area()) * 4;
     qs::vector<uint8_t> p(bytes), q(bytes);
-    a.ReadTile(kAround, p.data(), ptrdiff_t{kAround.nx} * 4);
-    b.ReadTile(kAround, q.data(), ptrdiff_t{kAround.nx} * 4);
+    a.ReadTile(tile, p.data(), ptrdiff_t{tile.nx} * 4);
+    b.ReadTile(tile, q.data(), ptrdiff_t{tile.nx} * 4);
     return p == q;
 }
-
-constexpr std::array kSmoothFilters = {kFilterBilinear, kFilterBicubic, kFilterArea, kFilterLanczos};
 
 AffineMatrix About(double x, double y, const AffineMatrix& m)
 {
@@ -284,6 +284,7 @@ TEST(ImageTransform, WhatMakesNoPictureIsRefused)
 TEST(ImageTransform, EveryVariantOfTheKernelsGivesTheSameBytes)
 {
     Random random(5);
+    const ilTile within(-260, -260, 520, 520);
     for (const int channels : {1, 4}) {
         const auto image = MakeRandomImage(random, channels, 100);
         for (const FilterMethod filter : {kFilterNearest, kFilterBilinear, kFilterBicubic, kFilterArea, kFilterLanczos})
@@ -298,8 +299,8 @@ TEST(ImageTransform, EveryVariantOfTheKernelsGivesTheSameBytes)
                         WarpImage(*image, {-100, -100, 250, 200}, quad, WarpKind::Perspective, {filter, filter});
                     kernels::Use(nullptr);
                     if (turned) {
-                        EXPECT_TRUE(AreSame(*turnedHere, *turned)) << table->name;
-                        EXPECT_TRUE(AreSame(*warpedHere, *warped)) << table->name;
+                        EXPECT_TRUE(AreSame(*turnedHere, *turned, within)) << table->name;
+                        EXPECT_TRUE(AreSame(*warpedHere, *warped, within)) << table->name;
                     }
                     turned = turnedHere;
                     warped = warpedHere;

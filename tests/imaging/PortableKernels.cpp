@@ -3,6 +3,7 @@
 #define PAINTLAYER_PORTABLE_KERNELS
 
 #include "platform/imaging/kernels/BlendModeKernels.cpp"
+#include "platform/imaging/kernels/ColorKernels.cpp"
 #include "platform/imaging/kernels/CurveBlendModeKernels.cpp"
 #include "platform/imaging/kernels/EraseKernels.cpp"
 #include "platform/imaging/kernels/FactorKernels.cpp"

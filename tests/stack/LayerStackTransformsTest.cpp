@@ -29,6 +29,7 @@ protected:
         document->ForceUpdate();
         return document->GetImagePlane()->GetPixel(x, y);
     }
+    ilPixel Composed(int x, int y) { return document->GetCompositeImage()->GetPixel(x, y); }  // no selection shown
     qs::vector<uint8_t> Picture() { return BytesOf(*document->GetCompositeImage(), document->GetSize()); }
     qs::vector<uint8_t> PixelsOf(const PntHandle& handle)
     {
@@ -85,6 +86,46 @@ TEST_F(Transforms, ASelectionLimitsWhatIsTransformed)
     EXPECT_TRUE(document->Deform({{0, 20, 20, 0}, {0, 0, 20, 20}}, kFilterArea, 1, 0, 0, a));
     EXPECT_EQ(image->GetPixel(109, 80), kRed);
     EXPECT_EQ(image->GetPixel(10, 10), kRed) << "the box of what is selected goes to the corners";
+}
+
+TEST_F(Transforms, ColoursAndSharpnessRespectASoftSelection)
+{
+    const qs::TempReference<ilMIOImage> image = document.Find(a)->GetImage();
+    document->GetSelectionMask()->GetImage()->fillTile({110, 75, 3, 10}, ilPixel::Coverage(255));
+    document->GetSelectionMask()->GetImage()->fillTile({113, 75, 40, 10}, ilPixel::Coverage(51));
+    document->SetSelectionMaskActive(true);
+    ColorAdjustParm parm;
+    parm.hue = 120;
+    EXPECT_EQ(document->AnalyzeLayer(a).count, 100U);
+    EXPECT_TRUE(document->ProxyColorAdjust(parm, 1, a));
+    EXPECT_EQ(Composed(112, 80), ilPixel::Rgba(0, 255, 0, 255));
+    EXPECT_TRUE(document->ProxyColorAdjust(parm, 1, a)) << "from the original, not from the preview";
+    EXPECT_EQ(Composed(112, 80), ilPixel::Rgba(0, 255, 0, 255));
+    EXPECT_EQ(image->GetPixel(112, 80), kRed);
+    document->EndProxy();
+    EXPECT_EQ(Composed(112, 80), kRed);
+    EXPECT_TRUE(document->ColorAdjust(parm, 1, a));
+    EXPECT_EQ(Composed(109, 80), kRed);
+    EXPECT_EQ(Composed(114, 80), ilPixel::Rgba(204, 51, 0, 255));
+    EXPECT_EQ(document.Find(a)->GetImage(), image);
+    EXPECT_TRUE(document->SharpenOrBlurDone(-1, 3, a));
+    EXPECT_EQ(Composed(109, 80), kRed);
+    EXPECT_LT(Composed(112, 80).GetAlpha(), 250);
+    EXPECT_EQ(Composed(112, 70), kNothing);
+    const auto before = Picture();
+    parm.contrast = std::numeric_limits<float>::quiet_NaN();
+    EXPECT_FALSE(document->ColorAdjust(parm, 1, a));
+    EXPECT_FALSE(document->SharpenOrBlurDone(2, -1, a));
+    EXPECT_EQ(Difference(Picture(), before, 200), "");
+
+    Layer& layer = *document.Find(a);
+    ImageAnalysisData data;
+    parm = {};
+    EXPECT_FALSE(layer.ProxyColorAdjust(&parm, &data, {}, 1, true, true)) << "outside a proxy";
+    layer.BeginProxy(ProxyParameters::kScopeWholeLayer, ProxyParameters::kImagesContent);
+    EXPECT_TRUE(layer.ProxyColorAdjust(&parm, &data, {100, 75, 10, 10}, 1, true, false));
+    EXPECT_EQ(data.count, 100U);
+    layer.EndProxy();
 }
 
 TEST_F(Transforms, RefusalsChangeNoLayerOfAGroup)

@@ -103,7 +103,12 @@ public:
                                        random(0, 200), random(0, 150), Flip() ? 0 : random(-180, 180));
         const Rect8f quad{{random(0, 30), random(90, 200), random(80, 160), random(0, 30)},
                           {random(0, 30), random(0, 30), random(60, 140), random(60, 140)}};
-        switch (Below(9)) {
+        ColorAdjustParm colors;
+        colors.brightness = random(-5, 5) / 10;
+        colors.hue = random(0, 360);
+        switch (Below(11)) {
+        case 9: document->ColorAdjust(colors, random(0, 10) / 10, Container()); break;
+        case 10: document->SharpenOrBlurDone(random(-10, 20) / 10, random(1, 120) / 10, Container()); break;
         case 0: document->XForm(turn, filter, filter, Container()); break;
         case 1: document->Deform(quad, filter, Below(3), 1.5, 0, Container()); break;
         case 2: document->addLayerToCurrTransformGroup(Container()); break;

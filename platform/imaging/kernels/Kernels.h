@@ -52,6 +52,16 @@ struct SampleSource {
     const float (*bicubicWeights)[4];  // of each position within a pixel; only for sampleBicubic
 };
 
+/// A colour adjustment, ready for pixels.
+struct ColorAdjustment {
+    const float* curves[4];  // levels of each level 0 to 255, and one more: red, green, blue; coverage
+    bool turnsColor;  // the next three are not neutral
+    float hueShift;  // 0 to below 12: the circle
+    float saturation;  // a factor
+    float lightness;  // -1 to 1
+    float amount;  // how far from the pixel to its adjusted colour, 0 to 1
+};
+
 /// The W3C blend functions work on one pair of spans with a weight on the source.
 using BlendModeSpan = void (*)(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 
@@ -118,6 +128,15 @@ struct KernelTable {
     /// sums pixel i += the source at (x[i], y[i]).
     void (*sampleBilinear)(float* sums, const SampleSource& source, const int32_t* x, const int32_t* y, int count);
     void (*sampleBicubic)(float* sums, const SampleSource& source, const int32_t* x, const int32_t* y, int count);
+
+    // --- colour ---
+    /// RGBA: adjusts the straight colour; alpha stays. adjustCoverage: one channel, by its curve.
+    void (*adjustColor)(uint8_t* pixels, const ColorAdjustment& adjustment, int count);
+    void (*adjustCoverage)(uint8_t* pixels, const ColorAdjustment& adjustment, int count);
+    /// dst moves by `part` of the way to src, clamped; a part below 0 moves away. Bytes.
+    void (*mixBytes)(uint8_t* dst, const uint8_t* src, float part, int bytes);
+    /// RGBA: the straight colour moves away from that of `blurred` by `amount` times their difference; alpha stays.
+    void (*sharpenColor)(uint8_t* dst, const uint8_t* blurred, float amount, int count);
 
     // --- looking at pixels ---
     /// Ands and ors all 32-bit words together (bytes: a multiple of 64).

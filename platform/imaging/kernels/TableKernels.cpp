@@ -35,6 +35,10 @@ const KernelTable kTable = {
     .filterRow = FilterRow,
     .sampleBilinear = SampleBilinear,
     .sampleBicubic = SampleBicubic,
+    .adjustColor = AdjustColor,
+    .adjustCoverage = AdjustCoverage,
+    .mixBytes = MixBytes,
+    .sharpenColor = SharpenColor,
     .foldWords = FoldWords,
     .blendMode =
         {

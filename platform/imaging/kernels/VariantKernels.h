@@ -42,6 +42,11 @@ void FilterRow(float* dst, const float* src, const int32_t* firsts, const float*
 void SampleBilinear(float* sums, const SampleSource& source, const int32_t* x, const int32_t* y, int count);
 void SampleBicubic(float* sums, const SampleSource& source, const int32_t* x, const int32_t* y, int count);
 
+void AdjustColor(uint8_t* pixels, const ColorAdjustment& adjustment, int count);
+void AdjustCoverage(uint8_t* pixels, const ColorAdjustment& adjustment, int count);
+void MixBytes(uint8_t* dst, const uint8_t* src, float part, int count);
+void SharpenColor(uint8_t* dst, const uint8_t* blurred, float amount, int count);
+
 void BlendMultiply(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 void BlendScreen(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 void BlendOverlay(uint8_t* dst, const uint8_t* src, Weight weight, int count);
