@@ -153,6 +153,7 @@ void BindPorts()
             },
         .ContainerState = [](const PntHandle& container) { PaintCore.ContainerStateSignal.Emit(container); },
         .LayerRenamed = [](const PntHandle& container) { CallHost(PaintCore.CB()->LayerRenamedCB, container); },
+        .TransformGroup = [](const PntHandle& layer) { PaintCore.TransformGroupSignal.Emit(layer); },
         .GetStackHandle = GetStackHandle,
     };
     BindUndoPort();

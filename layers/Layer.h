@@ -3,6 +3,7 @@
 #include "layers/LayerContainer.h"
 #include "layers/LayerContent.h"
 #include "layers/LayerEnums.h"
+#include "layers/LayerPicture.h"
 #include "layers/LayerPivot.h"
 #include "layers/LayerStackTransform.h"
 #include "layers/ProxyParameters.h"
@@ -77,6 +78,27 @@ public:
     /// What the last proxy was begun with.
     ProxyParameters::ScopeHint GetProxyScopeHint() const { return proxyScope_; }
     ProxyParameters::Images GetProxyImages() const { return proxyImages_; }
+
+    /// Draws the content into a quadrilateral of the canvas: the painted box's corners go to `corners` moved by
+    /// (dx, dy). kind: 0 as seen in perspective, 1 with evenly divided sides. False, with nothing changed, for what
+    /// WarpImage refuses and for an empty layer. A proxy is ended first.
+    virtual bool Deform(const Rect8f& corners, FilterMethod filter, int kind, double dx, double dy);
+
+    /// Sends each canvas point of the content to where `transform` maps it (XformCoords); a pivot that is valid goes
+    /// along. A move by whole pixels changes the offset only. False, with nothing changed, for what TransformImage
+    /// refuses. A proxy is ended first.
+    virtual bool XForm(LayerStackTransform transform, FilterMethod minify, FilterMethod magnify);
+
+    /// The same as previews: from the original into the work image, however often. False outside a proxy.
+    virtual bool ProxyDeform(const Rect8f& corners, FilterMethod filter, int kind, double dx, double dy);
+    virtual bool ProxyXForm(LayerStackTransform transform, FilterMethod minify, FilterMethod magnify);
+
+    /// A preview of an adjustment, from the original: within `tile` (canvas pixels; empty: everywhere), `amount` (0 to
+    /// 1) of the way. data: filled with what the original has there when `analyses`; may be null. autoLevels: the
+    /// channels' levels come from that analysis instead of `parm`. False outside a proxy, for null and for values that
+    /// are not finite.
+    virtual bool ProxyColorAdjust(ColorAdjustParm* parm, ImageAnalysisData* data, ilTile tile, float amount,
+                                  bool analyses, bool autoLevels);
 
     /// Invert every pixel, those of the unstored area included; each acts on layers of its own mode only.
     virtual void InvertMask();
@@ -227,6 +249,26 @@ public:
     /// full opacity only.
     void CollapseOpacity();
 
+    // --- transforms (LayerTransform.cpp) ---
+
+    /// The content and its offset; in a proxy as they were when it began.
+    LayerPicture GetOriginalPicture() const;
+
+    /// Makes the picture the content, in the image object that there is, and what follows. False without one or for
+    /// another number of channels.
+    bool TakePicture(const LayerPicture& picture);
+
+    /// Part of a change of the whole canvas by `matrix`: the picture's image object becomes the content, offset and
+    /// pivot follow. The old image object stays as it is.
+    void ReplacePicture(const LayerPicture& picture, const qsLinear::AffineMatrix& matrix);
+
+    /// The content at another scale about the canvas origin, as an image of its own (unless nothing changes), at a
+    /// scaled offset. Null when TransformImage refuses.
+    LayerPicture GetScaleLayerImage(double xScale, double yScale, FilterMethod minify, FilterMethod magnify) const;
+
+    /// Takes a valid pivot through a map of the canvas.
+    void MovePivot(const qsLinear::AffineMatrix& matrix);
+
     // --- stencils ---
 
     bool IsStencilCompositeDirty() const { return stencilCompositeDirty_; }
@@ -266,6 +308,10 @@ protected:
                          LayerType type);
     void SetOffset_(int x, int y);
 
+    /// What follows when a transform or a deformation has changed image and offset: shrinks the bounds, marks stencils,
+    /// tells the host unless it is a preview.
+    void postForm();
+
 private:
     static qs::Reference<ilMIOImage> AsLayerImage(const qs::TempReference<ilImage>& image);
     ilTile getLayerBoundsFromImage() const;
@@ -274,6 +320,7 @@ private:
     void TellImageChanged();
     void InvertPixels(bool colorOnly);
     void DropProxyEdits(const qs::Reference<ilMIOImage>& image);
+    bool DeformOriginal(const Rect8f& onCanvas, FilterMethod filter, int kind);
     qs::vector<Layer*> FindActiveStencils() const;
     void MakeStencilComposite();
     qs::TempReference<ilSmartImage> MakeStencilledImage(const ilTile* tile, bool fullOpacity);

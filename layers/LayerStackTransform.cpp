@@ -174,6 +174,19 @@ void LayerStackTransform::XformCoords(float& x, float& y, ScaleStrategy strategy
     y += yCenter_;
 }
 
+qsLinear::AffineMatrix LayerStackTransform::GetMatrix() const
+{
+    using qsLinear::AffineMatrix;
+    const AffineMatrix scale = AffineMatrix::Scale(xScale_, yScale_);
+    if (degree_ == 0)
+        return AffineMatrix::Translation(-double{xOffset_}, -double{yOffset_}) * scale;
+    const AffineMatrix turned =
+        AffineMatrix::Rotation(degree_) * scale * AffineMatrix::Translation(-double{xCenter_}, -double{yCenter_});
+    return AffineMatrix::Translation(double{xCenter_} - xScaleOffset_ - xOffset_,
+                                     double{yCenter_} - yScaleOffset_ - yOffset_) *
+           turned;
+}
+
 void LayerStackTransform::InvXformCoords(float& x, float& y, ScaleStrategy strategy, bool noRotation) const
 {
     const bool rotated = degree_ != 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/base/AffineMatrix.h"
 #include "platform/base/Export.h"
 
 struct ilTile;
@@ -64,6 +65,9 @@ public:
     /// Canvas to view. Without an angle and with kScaleAlways: x · scale - offset. The scaled centre is added back
     /// whether or not the strategy scaled.
     void XformCoords(float& x, float& y, ScaleStrategy strategy, bool noRotation) const;
+
+    /// The map of XformCoords with kScaleAlways as a matrix; exact for multiples of 90 degrees.
+    qsLinear::AffineMatrix GetMatrix() const;
 
     /// View to canvas.
     void InvXformCoords(float& x, float& y, ScaleStrategy strategy, bool noRotation) const;

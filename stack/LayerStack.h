@@ -412,7 +412,7 @@ public:
     bool SmoothMagicWandDone(int x, int y, float tolerance, const PaintColor& color, bool fromAll,
                              const PntHandle& layer);
 
-    // --- proxies and transform groups (LayerStackProxy.cpp) ---
+    // --- proxies (LayerStackProxy.cpp) ---
 
     /// The edits of the named layers (the selection mask may be among them) go to work images from here on, which are
     /// what is shown; no handles: those that the parameters name. True also when a proxy is in progress already
@@ -439,8 +439,87 @@ public:
     void EndProxyRotateCanvas() { inProxyRotateCanvas_ = false; }
     void ProxyRotateCanvas(const LayerStackTransform&) {}
 
+    // --- transform groups (LayerStackTransformGroups.cpp); a layer is in one at most ---
+
     /// Groups of layers that transform together; handles that no longer resolve are allowed.
     const qs::list<qs::vector<PntHandle>>& GetTransformGroups() const { return transformGroups_; }
+
+    /// The layers of the group that holds the named layer, itself included; empty when it is in none.
+    qs::vector<PntHandle> getTransformGroup(const PntHandle& handle) const;
+
+    /// Makes a group of the named layers, which leave the groups that they are in. False, with nothing changed, unless
+    /// at least two different layers are named.
+    bool AddTransformGroup(const qs::vector<PntHandle>& layers);
+
+    /// Deletes the layers of the group that holds the named layer, as DeleteCurrentLayer does. False without a group.
+    bool DeleteTransformGroup(const PntHandle& handle, bool redraw);
+
+    /// Adds a layer to the group of the current layer, which becomes one with it if there is none; takes a layer out
+    /// of it, or out of whatever group it is in. A group of one layer is none. False when nothing changes.
+    bool addLayerToCurrTransformGroup(const PntHandle& handle);
+    bool removeLayerFromCurrTransformGroup(const PntHandle& handle);
+    bool removeLayerFromTransformGroup(const PntHandle& handle);
+
+    // --- transforms (LayerStackTransforms.cpp) ---
+    // Of the named layer, or of its transform group when it is in one; where a selection is used, of what it covers.
+    // What TransformImage or WarpImage refuses for one layer changes none and returns false. Not redrawn: ForceUpdate
+    // shows the change.
+
+    /// Sends each canvas point of the content to where `transform` maps it (XformCoords). Ends a proxy first.
+    bool XForm(const LayerStackTransform& transform, FilterMethod minify, FilterMethod magnify,
+               const PntHandle& handle);
+
+    /// As a preview: from the originals, in the proxy in progress or one that it begins. False for layers that are not
+    /// in the proxy.
+    bool ProxyXForm(const LayerStackTransform& transform, FilterMethod minify, FilterMethod magnify,
+                    const PntHandle& handle);
+
+    /// Draws the box around what is painted (of the group, of the selected part) into a quadrilateral; the arguments
+    /// are Layer::Deform's.
+    bool Deform(const Rect8f& corners, FilterMethod filter, int kind, double dx, double dy, const PntHandle& handle);
+    bool ProxyDeform(const Rect8f& corners, FilterMethod filter, int kind, double dx, double dy,
+                     const PntHandle& handle);
+
+    /// The canvas box of what XForm and Deform would change: where a tool shows its handles. Empty for nothing.
+    ilTile GetTransformBounds(const PntHandle& handle) const;
+
+    // --- colours and sharpness of one layer (LayerStackColorAdjust.cpp); limited and shown as transforms are ---
+
+    /// `amount` is 0 to 1. False, with nothing changed, for values that are not finite.
+    bool ColorAdjust(const ColorAdjustParm& parm, float amount, const PntHandle& handle);
+
+    /// As a preview: from the original, in the proxy in progress or one that it begins.
+    bool ProxyColorAdjust(const ColorAdjustParm& parm, float amount, const PntHandle& handle);
+
+    /// What the layer's original consists of within the box of what is selected; all zero for no layer.
+    ImageAnalysisData AnalyzeLayer(const PntHandle& handle) const;
+
+    /// amount above 0, to 10: an unsharp mask; below 0, to -1: a Gaussian blur that far. radius: the Gaussian's
+    /// standard deviation in pixels, 0.1 to 1000. False, with nothing changed, for other values.
+    bool SharpenOrBlurDone(float amount, float radius, const PntHandle& handle);
+
+    // --- the whole document (LayerStackResize.cpp) ---
+    // Layers, masks, stencils and the selection alike. Each layer whose pixels change gets a new image object: the old
+    // one stays as it is for whoever holds it. A proxy is ended first. False, with nothing changed, for a size that
+    // IsAcceptableSize refuses or content that would grow too large. Redraws and notifies.
+
+    /// Resamples everything to a canvas of width by height, or by two factors above 0.
+    bool ScaleAllLayers(int width, int height, FilterMethod minify, FilterMethod magnify);
+    bool ScaleAllLayers(double xFactor, double yFactor, FilterMethod minify, FilterMethod magnify);
+
+    /// Which point of the canvas keeps its place in the picture when the canvas changes around it.
+    enum class Anchor : int { TopLeft, Top, TopRight, Left, Center, Right, BottomLeft, Bottom, BottomRight };
+
+    /// Gives the canvas another size; only offsets change. What lies outside stays there.
+    bool ResizeDocument(int width, int height, Anchor anchor);
+
+    /// The same: `canvas`, in pixels of the present one, becomes the canvas.
+    bool ResizeDocument(const ilTile& canvas);
+
+    /// Turns everything clockwise; the canvas grows to hold all of the turned one. Multiples of 90 degrees are exact.
+    bool RotateCanvas(double angleDeg, FilterMethod minify, FilterMethod magnify);
+
+    bool FlipDocument(bool horizontal, bool vertical);
 
     // --- merging (LayerStackMerge.cpp); the picture on the canvas stays, pixels outside it go ---
     //
@@ -519,9 +598,7 @@ public:
     void CropLayer(const PntHandle& layer, const ilTile& canvasTile);
     void CropLayerToBrushClippingRect(const PntHandle& layer);
 
-    /// Makes the tile the canvas: all layers and the selection move with what is painted on it. No pixel is lost:
-    /// layers keep what lies outside. False, with nothing changed, when the tile misses the canvas or SetSize refuses
-    /// it.
+    /// Makes the tile the canvas, as ResizeDocument does: no pixel is lost. False as well when it misses the canvas.
     bool CropDocument(const ilTile& canvasTile);
 
     // --- pixels of a layer (LayerStackPixels.cpp); the layer's image is written, and the image plane follows ---
@@ -668,6 +745,19 @@ private:
     void DamageCanvas();
     void DamageLayer(Layer& layer);
     void DropProxyEdits(Layer& layer, bool goesOn);
+    void DamageProxyEdits(Layer& layer);
+
+    // Edits of layers: the pictures are made for all before the first is taken.
+    using MakePicture = std::function<LayerPicture(const Layer& layer, const EditLimit& limit)>;
+    qs::vector<PntHandle> GetTransformTargets(const PntHandle& handle) const;
+    qs::vector<PntHandle> GetEditTarget(const PntHandle& handle) const;
+    bool LeaveTransformGroup(const PntHandle& own);
+    EditLimit GetEditLimit(const Layer& layer) const;
+    bool EditLayers(const qs::vector<PntHandle>& handles, const MakePicture& make);
+    bool EditInProxy(const qs::vector<PntHandle>& handles, const MakePicture& make);
+    bool TransformDocument(const qsLinear::AffineMatrix& matrix, int64_t width, int64_t height,
+                           const TransformFilters& filters);
+    qs::vector<qs::Reference<Layer>> GetAllLayers() const;  // of the three folders, and the selection mask
     void ShowLayer(Layer& layer, bool visible);
     void ShowChange();
 
@@ -697,7 +787,6 @@ private:
     ilTile DamageOf(Layer& layer) const;  // where the layer can show, on the canvas
     ilTile ReachOf(Layer& layer) const;  // how far an edit of all its pixels goes, in layer coordinates
     void InvertLayer(const PntHandle& handle, LayerMode mode);
-    qs::vector<PntHandle> GroupOrLayer(const PntHandle& handle) const;  // the transform group, or the layer alone
 
     // Flood fills.
     bool IsFillable(const Layer& layer) const;

@@ -164,20 +164,11 @@ void LayerStack::InvertStencilLayer(const PntHandle& handle)
 
 // --- mirroring ---
 
-qs::vector<PntHandle> LayerStack::GroupOrLayer(const PntHandle& handle) const
-{
-    const PntHandle own = ResolveHandle(handle);
-    for (const qs::vector<PntHandle>& group : transformGroups_)
-        if (std::find(group.begin(), group.end(), own) != group.end())
-            return group;
-    return {own};
-}
-
 qs::vector<PntHandle> LayerStack::GetLayersFlippedWith(const PntHandle& handle) const
 {
     if (GetLayerFromHandle(handle) == nullptr)
         return {};
-    qs::vector<PntHandle> flipped = GroupOrLayer(handle);
+    qs::vector<PntHandle> flipped = GetTransformTargets(handle);
     const auto append = [&](const PntHandle& follower) {
         if (GetLayerFromHandle(follower)->IsHardLinkToOwnerLayer() &&
             std::find(flipped.begin(), flipped.end(), follower) == flipped.end())
@@ -202,7 +193,7 @@ void LayerStack::FlipImageLayer(const PntHandle& handle, bool horizontal, bool v
     if (!horizontal && !vertical)
         return;
     qs::vector<Mirrored> all;
-    const qs::vector<PntHandle> members = GroupOrLayer(handle);
+    const qs::vector<PntHandle> members = GetTransformTargets(handle);
     ilTile area;  // of the members; all is mirrored within it, also what only follows them
     for (const PntHandle& name : GetLayersFlippedWith(handle)) {
         const qs::Reference<Layer> layer = GetLayerFromHandle(name);

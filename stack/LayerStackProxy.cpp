@@ -44,14 +44,10 @@ bool LayerStack::BeginProxy(ProxyParameters::ScopeHint scope, ProxyParameters::I
     return BeginProxy(parameters, {kCurrentLayerHandle});
 }
 
-void LayerStack::DropProxyEdits(Layer& layer, bool goesOn)
+void LayerStack::DamageProxyEdits(Layer& layer)
 {
     DamageControl damage;
     layer.CollectProxyDamage(damage);
-    if (goesOn)
-        layer.RevertProxy();
-    else
-        layer.EndProxy();
     if (layer.isMask() || layer.isStencil())
         TellChanged(layer);
     ilTile tile;
@@ -60,6 +56,15 @@ void LayerStack::DropProxyEdits(Layer& layer, bool goesOn)
         composite_.CompositeBaseDirty(layer.GetLayerContainerHandle(), onCanvas);
         DamageTile(onCanvas);
     }
+}
+
+void LayerStack::DropProxyEdits(Layer& layer, bool goesOn)
+{
+    DamageProxyEdits(layer);
+    if (goesOn)
+        layer.RevertProxy();
+    else
+        layer.EndProxy();
 }
 
 void LayerStack::EndProxy()

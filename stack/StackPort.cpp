@@ -10,6 +10,7 @@ StackPort& GetStackPort()
         .ContainerAdded = [](int, const PntHandle&) {},
         .ContainerState = [](const PntHandle&) {},
         .LayerRenamed = [](const PntHandle&) {},
+        .TransformGroup = [](const PntHandle&) {},
         .GetStackHandle = [](const LayerStack*) { return -1; },
     };
     return port;

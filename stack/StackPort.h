@@ -24,6 +24,9 @@ struct PAINTLAYER_EXPORT StackPort {
     void (*ContainerState)(const PntHandle& container);
     void (*LayerRenamed)(const PntHandle& container);
 
+    /// A layer joined or left a transform group.
+    void (*TransformGroup)(const PntHandle& layer);
+
     /// The registry handle of a stack, or -1.
     int (*GetStackHandle)(const LayerStack* stack);
 };

@@ -40,7 +40,7 @@ protected:
              }},
             {"add follower", [](RandomHost& host) { host.AddFollower(); }},
             {"add folder", [](RandomHost& host) { PaintCore.AddLayerFolder(host.Mode(), host.Container()); }},
-            {"delete layer", [](RandomHost& host) { PaintCore.DeleteCurrentLayer(host.Layer_()); }},
+            {"delete layer", [](RandomHost& host) { PaintCore.DeleteLayer(host.Layer_()); }},
             {"move layer",
              [](RandomHost& host) { PaintCore.MoveLayer(host.Container(), host.Container(), host.Flip()); }},
             {"record alone",

@@ -109,7 +109,7 @@ public:
 
     void Pixels()
     {
-        switch (Below(12)) {
+        switch (Below(13)) {
         case 0: document->SetLayerVisible(Container(), Flip(), Flip()); break;
         case 1: document->SetLayerOpacity(Container(), static_cast<float>(Below(11)) / 10); break;
         case 2: document->SetLayerBlend(Container(), static_cast<LayerBlendMode>(Below(kLayerBlendModeCount))); break;
@@ -118,6 +118,7 @@ public:
         case 5: Properties(); break;
         case 6:
         case 7: EditPixels(); break;
+        case 8: Transform(); break;
         default: PaintSomething(); break;
         }
     }
@@ -151,6 +152,37 @@ public:
         case 4: document->InvertSelection(Flip()); break;
         case 5: document->SelectLasso(points, 3, static_cast<SelectionMode>(Below(4)), FillRule::NonZero); break;
         default: document->FillLayer(Container(), Tile(), ilPixel::Rgba(9, 0, 90, 99)); break;
+        }
+    }
+
+    void Transform()
+    {
+        const FilterMethod filter = FilterMethodFrom(Below(5));
+        const auto random = [&](int low, int high) { return static_cast<float>(low + Below(high - low)); };
+        const LayerStackTransform turn(random(-9, 9), random(-9, 9), random(5, 15) / 10, random(5, 15) / 10,
+                                       random(0, 200), random(0, 150), Flip() ? 0 : random(-180, 180));
+        const Rect8f quad{{random(0, 30), random(90, 200), random(80, 160), random(0, 30)},
+                          {random(0, 30), random(0, 30), random(60, 140), random(60, 140)}};
+        ColorAdjustParm colors;
+        colors.brightness = random(-5, 5) / 10;
+        colors.hue = random(0, 360);
+        switch (Below(11)) {
+        case 9: document->ColorAdjust(colors, random(0, 10) / 10, Container()); break;
+        case 10: document->SharpenOrBlurDone(random(-10, 20) / 10, random(1, 120) / 10, Container()); break;
+        case 0: document->XForm(turn, filter, filter, Container()); break;
+        case 1: document->Deform(quad, filter, Below(3), 1.5, 0, Container()); break;
+        case 2: document->addLayerToCurrTransformGroup(Container()); break;
+        case 3: document->DeleteTransformGroup(Container(), Flip()); break;
+        case 4: document->RotateCanvas(Flip() ? 90 : Below(360), filter, filter); break;
+        case 5: document->FlipDocument(Flip(), Flip()); break;
+        case 6: document->ScaleAllLayers(100 + Below(150), 100 + Below(80), filter, filter); break;
+        case 7: document->ResizeDocument(220, 170, static_cast<LayerStack::Anchor>(Below(9))); break;
+        default:
+            for (int i = Below(4); i > 0; --i)
+                Flip() ? document->ProxyXForm(turn, filter, filter, Container())
+                       : document->ProxyDeform(quad, filter, Below(2), 0, i, Container());
+            Flip() ? document->ForceUpdate() : document->EndProxy();
+            break;
         }
     }
 

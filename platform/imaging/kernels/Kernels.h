@@ -48,6 +48,29 @@ struct PixelMatch {
     uint16_t weight;  // the tolerance in 1/65535 of full scale, plus 1
 };
 
+/// Positions between pixels, for sampling: in 1/1024 of a pixel.
+inline constexpr int kSampleShift = 10;
+inline constexpr int kSampleUnit = 1 << kSampleShift;
+
+/// Pixels as floats, in levels, that are sampled between. A position's whole part is the pixel to its left and above,
+/// whose neighbours (one to the right and below; for bicubic one more all around) are there too.
+struct SampleSource {
+    const float* pixels;
+    ptrdiff_t stride;  // floats from row to row
+    int channels;  // 1 or 4
+    const float (*bicubicWeights)[4];  // of each position within a pixel; only for sampleBicubic
+};
+
+/// A colour adjustment, ready for pixels.
+struct ColorAdjustment {
+    const float* curves[4];  // levels of each level 0 to 255, and one more: red, green, blue; coverage
+    bool turnsColor;  // the next three are not neutral
+    float hueShift;  // 0 to below 12: the circle
+    float saturation;  // a factor
+    float lightness;  // -1 to 1
+    float amount;  // how far from the pixel to its adjusted colour, 0 to 1
+};
+
 /// The W3C blend functions work on one pair of spans with a weight on the source.
 using BlendModeSpan = void (*)(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 
@@ -104,6 +127,30 @@ struct KernelTable {
     void (*invertColor)(uint8_t* dst, int count);
     /// dst = max(dst, src), bytes.
     void (*maximum)(uint8_t* dst, const uint8_t* src, int bytes);
+
+    // --- resampling: pixels as floats, in levels ---
+    /// count: of bytes.
+    void (*bytesToFloats)(float* dst, const uint8_t* src, int count);
+    /// Times `scale`, to nearest, kept within a byte; floatsToPixels: RGBA, colour kept within alpha.
+    void (*floatsToCoverage)(uint8_t* dst, const float* src, float scale, int count);
+    void (*floatsToPixels)(uint8_t* dst, const float* src, float scale, int count);
+    /// sums += weight·src, floats.
+    void (*addWeighted)(float* sums, const float* src, float weight, int count);
+    /// dst pixel i = the sum of tapCount src pixels from firsts[i] on, by the weights (tapCount of each pixel).
+    void (*filterRow)(float* dst, const float* src, const int32_t* firsts, const float* weights, int tapCount,
+                      int channels, int count);
+    /// sums pixel i += the source at (x[i], y[i]).
+    void (*sampleBilinear)(float* sums, const SampleSource& source, const int32_t* x, const int32_t* y, int count);
+    void (*sampleBicubic)(float* sums, const SampleSource& source, const int32_t* x, const int32_t* y, int count);
+
+    // --- colour ---
+    /// RGBA: adjusts the straight colour; alpha stays. adjustCoverage: one channel, by its curve.
+    void (*adjustColor)(uint8_t* pixels, const ColorAdjustment& adjustment, int count);
+    void (*adjustCoverage)(uint8_t* pixels, const ColorAdjustment& adjustment, int count);
+    /// dst moves by `part` of the way to src, clamped; a part below 0 moves away. Bytes.
+    void (*mixBytes)(uint8_t* dst, const uint8_t* src, float part, int bytes);
+    /// RGBA: the straight colour moves away from that of `blurred` by `amount` times their difference; alpha stays.
+    void (*sharpenColor)(uint8_t* dst, const uint8_t* blurred, float amount, int count);
 
     // --- looking at pixels ---
     /// Ands and ors all 32-bit words together (bytes: a multiple of 64).

@@ -37,6 +37,20 @@ void MatchPixels(uint64_t* bits, const uint8_t* pixels, const PixelMatch& match,
 void MatchOpaquePixels(uint64_t* bits, const uint8_t* pixels, const PixelMatch& match, int words);
 void MatchCoverage(uint64_t* bits, const uint8_t* coverage, const PixelMatch& match, int words);
 
+void BytesToFloats(float* dst, const uint8_t* src, int count);
+void FloatsToCoverage(uint8_t* dst, const float* src, float scale, int count);
+void FloatsToPixels(uint8_t* dst, const float* src, float scale, int count);
+void AddWeighted(float* sums, const float* src, float weight, int count);
+void FilterRow(float* dst, const float* src, const int32_t* firsts, const float* weights, int tapCount, int channels,
+               int count);
+void SampleBilinear(float* sums, const SampleSource& source, const int32_t* x, const int32_t* y, int count);
+void SampleBicubic(float* sums, const SampleSource& source, const int32_t* x, const int32_t* y, int count);
+
+void AdjustColor(uint8_t* pixels, const ColorAdjustment& adjustment, int count);
+void AdjustCoverage(uint8_t* pixels, const ColorAdjustment& adjustment, int count);
+void MixBytes(uint8_t* dst, const uint8_t* src, float part, int count);
+void SharpenColor(uint8_t* dst, const uint8_t* blurred, float amount, int count);
+
 void BlendMultiply(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 void BlendScreen(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 void BlendOverlay(uint8_t* dst, const uint8_t* src, Weight weight, int count);

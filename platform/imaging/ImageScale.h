@@ -1,0 +1,8 @@
+#pragma once
+
+#include "platform/imaging/ResampleTaps.h"
+#include "platform/imaging/ilSmartImage.h"
+
+/// The image at another scale, or blurred, each axis by itself. Null when the result is too large
+/// or too far away.
+qs::Reference<ilSmartImage> ScaleImage(const ilMIOImage& source, const AxisScale& x, const AxisScale& y);

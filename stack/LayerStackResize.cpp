@@ -1,0 +1,107 @@
+#include "stack/LayerStack.h"
+
+#include <cmath>
+
+qs::vector<qs::Reference<Layer>> LayerStack::GetAllLayers() const
+{
+    qs::vector<LayerContainer*> containers;
+    for (const LayerFolder* folder : TopFolders())
+        folder->GetLCArray_FLATTEN(&containers);
+    qs::vector<qs::Reference<Layer>> layers;
+    for (LayerContainer* container : containers)
+        if (Layer* layer = dynamic_cast<Layer*>(container))
+            layers.emplace_back(layer);
+    if (selectionMask_)
+        layers.push_back(selectionMask_);
+    return layers;
+}
+
+bool LayerStack::TransformDocument(const qsLinear::AffineMatrix& matrix, int64_t width, int64_t height,
+                                   const TransformFilters& filters)
+{
+    if (!IsAcceptableSize(width, height))
+        return false;
+    EndProxy();
+    DrainPainterDamage();
+    const qs::vector<qs::Reference<Layer>> layers = GetAllLayers();  // the host hears of each, and may delete some
+    qs::vector<LayerPicture> pictures;
+    for (const qs::Reference<Layer>& layer : layers) {
+        const LayerPicture before = layer->GetOriginalPicture();
+        pictures.push_back(before ? RebasePicture(before, matrix, filters) : before);
+        if (before && !pictures.back())
+            return false;
+    }
+    if (!SetSize({0, 0, static_cast<int>(width), static_cast<int>(height)}, clipToSize_, false, false))
+        return false;
+    for (size_t i = 0; i < layers.size(); ++i)
+        layers[i]->ReplacePicture(pictures[i], matrix);
+    GetCurrentLayerPainter();
+    Notify(true);
+    RebuildAllAndRedrawEntireCanvas();
+    return true;
+}
+
+bool LayerStack::ScaleAllLayers(int width, int height, FilterMethod minify, FilterMethod magnify)
+{
+    const auto scale =
+        qsLinear::AffineMatrix::Scale(static_cast<double>(width) / size_.nx, static_cast<double>(height) / size_.ny);
+    return TransformDocument(scale, width, height, {minify, magnify});
+}
+
+bool LayerStack::ScaleAllLayers(double xFactor, double yFactor, FilterMethod minify, FilterMethod magnify)
+{
+    const double width = size_.nx * xFactor;
+    const double height = size_.ny * yFactor;
+    if (!(width > 0 && width <= kMaxSide && height > 0 && height <= kMaxSide))
+        return false;
+    const auto pixels = [](double side) { return static_cast<int64_t>(std::max(1.0, std::round(side))); };
+    return TransformDocument(qsLinear::AffineMatrix::Scale(xFactor, yFactor), pixels(width), pixels(height),
+                             {minify, magnify});
+}
+
+bool LayerStack::ResizeDocument(int width, int height, Anchor anchor)
+{
+    const int place = static_cast<int>(anchor);
+    if (place < 0 || place > 8)
+        return false;
+    // Half of an odd difference goes down, so that growing and shrinking back ends where it began.
+    const auto begin = [](int part, int64_t before, int64_t after) {
+        const int64_t more = after - before;
+        return part == 0 ? 0 : part == 2 ? -more : more < 0 ? -more / 2 : -(more / 2);
+    };
+    const int64_t x = begin(place % 3, size_.nx, width);
+    const int64_t y = begin(place / 3, size_.ny, height);
+    return IsAcceptableSize(width, height) &&
+           ResizeDocument(ilTile(static_cast<int>(x), static_cast<int>(y), width, height));
+}
+
+bool LayerStack::ResizeDocument(const ilTile& canvas)
+{
+    if (!TransformDocument(qsLinear::AffineMatrix::Translation(-canvas.x, -canvas.y), canvas.nx, canvas.ny, {}))
+        return false;
+    if (symmetry_)
+        symmetry_->Translate(-canvas.x, -canvas.y);
+    return true;
+}
+
+bool LayerStack::RotateCanvas(double angleDeg, FilterMethod minify, FilterMethod magnify)
+{
+    using qsLinear::AffineMatrix;
+    if (!std::isfinite(angleDeg))
+        return false;
+    const AffineMatrix turn = AffineMatrix::Rotation(angleDeg);
+    // A hundredth of a pixel more or less is rounding, not picture.
+    const auto grown = [](double side) { return std::max(1.0, std::ceil(side - 0.01)); };
+    const double width = grown(std::fabs(turn.a) * size_.nx + std::fabs(turn.c) * size_.ny);
+    const double height = grown(std::fabs(turn.b) * size_.nx + std::fabs(turn.d) * size_.ny);
+    const AffineMatrix aboutMiddle = AffineMatrix::Translation(width / 2, height / 2) * turn *
+                                     AffineMatrix::Translation(-size_.nx / 2.0, -size_.ny / 2.0);
+    return TransformDocument(aboutMiddle, static_cast<int64_t>(width), static_cast<int64_t>(height), {minify, magnify});
+}
+
+bool LayerStack::FlipDocument(bool horizontal, bool vertical)
+{
+    const qsLinear::AffineMatrix flip(horizontal ? -1 : 1, 0, 0, vertical ? -1 : 1, horizontal ? size_.nx : 0,
+                                      vertical ? size_.ny : 0);
+    return TransformDocument(flip, size_.nx, size_.ny, {});
+}
