@@ -193,8 +193,9 @@ public:
     qs::Reference<Layer> Duplicate();
 
     /// The same in another role. The pixels of an image layer have its stencils applied; as a mask or stencil they are
-    /// its alpha. A mask or stencil becomes an image in its display colour. What then has no meaning is as in a new
-    /// layer. within: as for MakeBakedImage.
+    /// its alpha. A mask or stencil becomes an image in its display colour, no wider than it is painted and `within`
+    /// where its unstored area is covered. What then has no meaning is as in a new layer. within: as for
+    /// MakeBakedImage.
     qs::Reference<Layer> DuplicateAs(LayerMode mode, const ilTile& within);
 
     /// The content with what the stencils hide made transparent, in an image of its own that shares the other pages.

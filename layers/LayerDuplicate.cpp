@@ -11,6 +11,13 @@ qs::Reference<ilSmartImage> SharedCopy(const qs::Reference<ilMIOImage>& image)
     return image ? qs::Reference<ilSmartImage>(new ilSmartImage(*image, 0, 0)) : qs::Reference<ilSmartImage>();
 }
 
+/// An image layer ends somewhere, unlike an inverted mask.
+qs::Reference<ilSmartImage> TintedWithin(const ilMIOImage& coverage, const ilPixel& color, const ilTile& tile)
+{
+    const qs::Reference<ilSmartImage> tinted = TintedImage(coverage, color);
+    return tinted->GetFillValue().GetPacked() == 0 ? tinted : CroppedImage(*tinted, tile);
+}
+
 }  // namespace
 
 qs::Reference<Layer> Layer::Duplicate()
@@ -41,7 +48,7 @@ qs::Reference<Layer> Layer::DuplicateAs(LayerMode mode, const ilTile& within)
     if (isCoverage && !wasCoverage)
         made->image_ = AlphaImage(*made->image_);
     else if (!isCoverage && wasCoverage)
-        made->image_ = TintedImage(*image_, maskColor_.Premultiplied());
+        made->image_ = TintedWithin(*image_, maskColor_.Premultiplied(), ilTileUnion(getLayerBounds(true), within));
     if (isCoverage != wasCoverage) {
         made->opacity_ = 1.0f;
         made->blend_ = kBlendNormal;

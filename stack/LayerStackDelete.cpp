@@ -19,6 +19,9 @@ void LayerStack::RemoveLayerFromStack(Layer* layer)
     // While it is still found: what it hid or was hidden by has to be composed again.
     if (layer->isStencil())
         SetStencilCompositeDirty(layer->GetLayerContainerHandle());
+    // A stencil hard-linked to this layer was active as this one was visible, for its further owners too.
+    for (const PntHandle& stencil : getStencilLayers(layer->GetLayerContainerHandle()))
+        SetStencilCompositeDirty(stencil);
     MarkTreeStale();
     maskIsStale_ = true;
     GetLayerFolder(layer->GetLayerMode())->RemoveLayerContainer(layer);

@@ -23,6 +23,7 @@ bool LayerStack::MoveLayer(const PntHandle& moved, const PntHandle& target, bool
     if (!IsTopFolder(from) && from->GetSize() == 0)
         fromTop->RemoveLayerContainer(from);
     RememberCurrentInFolder();
+    container->SetStencilCompositeDirty(true);  // a stencil acts or not by the folder that holds it
     MarkTreeStale();
     BringCompositeUpToDate();
     return isRemoved;

@@ -260,6 +260,11 @@ TEST(LayerStackPixels, DuplicatesAreIndependentAndNamedInTurn)
         EXPECT_EQ(document.At(stack.CopyLayerToImage(mask), 100, 30), ilPixel::Rgba(0, 155, 0, 155));
         stack.DeleteCurrentLayer(stencil, true);
     }
+    const PntHandle inverted = stack.CopyLayerToMask(document.image, false);
+    stack.InvertMaskLayer(inverted);
+    const PntHandle ofInverted = stack.CopyLayerToImage(inverted);
+    EXPECT_EQ(document.At(ofInverted, 199, 149), ilPixel::Rgba(255, 0, 0, 255));
+    EXPECT_EQ(document.Find(ofInverted)->GetImage()->GetFillValue(), ilPixel());
     document.Select();
     EXPECT_EQ(document.At(stack.CopyLayerToImage(stack.GetSelectionMaskHandle()), 30, 50), [&] {
         const ilPixel full = stack.GetSelectionDefaultDisplayColor().Premultiplied();
