@@ -60,6 +60,7 @@ bench: build-packages
 	build/release/bench/bench-kernels
 	build/release/bench/bench-strokes
 	build/release/bench/bench-layers
+	build/release/bench/bench-undo
 	build/release/bench/bench-footprint
 
 format:
