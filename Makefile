@@ -62,6 +62,7 @@ bench: build-packages
 	build/release/bench/bench-layers
 	build/release/bench/bench-fill
 	build/release/bench/bench-transforms
+	build/release/bench/bench-undo
 	build/release/bench/bench-footprint
 
 format:

@@ -79,6 +79,7 @@ void PaintManager::CloseCurrentLayerStack(bool recordUndo)
     if (!closed || registry_->Get(handle) != closed.get())
         return;
     stroker_->StackIsLeaving(closed.get());
+    closed->ForgetViews();
     registry_->Put(handle, {});
     registry_->CountRemoved();
     if (registry_->GetCurrentHandle() == handle) {
@@ -94,6 +95,7 @@ void PaintManager::CloseLayerStack(int handle)
     if (!stack || closing_ == stack.get())
         return;
     stroker_->StackIsLeaving(stack.get());
+    stack->ForgetViews();
     registry_->Put(handle, {});
     registry_->CountRemoved();
     StackDeletedSignal.Emit(handle);

@@ -117,6 +117,7 @@ void AddOptions(CLI::App& app, ReplayOptions& options)
     app.add_option("--repeat", options.repeat, "Replays one over the other")
         ->check(CLI::Range(1, 100000))
         ->capture_default_str();
+    app.add_flag("--undo", options.undo, "Undo all strokes at the end, redo them, and compare the pictures");
     app.add_flag("--stats", options.stats, "Print what was done and how long it took");
 }
 

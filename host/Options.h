@@ -25,6 +25,7 @@ struct ReplayOptions {
     int layers = 0;  // filled layers around the painted one
     std::optional<PaintColor> background = PaintColor(1, 1, 1, 1);
     int repeat = 1;
+    bool undo = false;  // undo and redo all strokes at the end, and compare
     bool stats = false;
 };
 

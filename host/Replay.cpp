@@ -4,10 +4,12 @@
 #include "host/Png.h"
 #include "host/Progress.h"
 #include "host/ReplayView.h"
+#include "host/UndoCheck.h"
 
 #include <algorithm>
 #include <chrono>
 #include <iomanip>
+#include <optional>
 #include <ostream>
 #include <sstream>
 
@@ -131,7 +133,7 @@ uint64_t HashOf(const ilMemoryImg& image)
     return hash;
 }
 
-void Print(const ReplayStats& stats, std::ostream& out)
+void Print(const ReplayStats& stats, bool hasUndone, std::ostream& out)
 {
     const auto line = [&](const char* name, auto value, const char* unit) {
         out << std::left << std::setw(16) << name << value << unit << '\n';
@@ -141,6 +143,10 @@ void Print(const ReplayStats& stats, std::ostream& out)
     line("stamps", stats.stamps, "");
     line("pixels painted", stats.stampedPixels, "");
     line("seconds", stats.seconds, "");
+    if (hasUndone) {
+        line("undo", stats.undoMs, " ms");
+        line("redo", stats.redoMs, " ms");
+    }
     line("tiles updated", stats.tiles, "");
     line("pixels updated", stats.updatedPixels, "");
     line("peak memory", stats.peakMemoryKib, " KiB");
@@ -161,6 +167,9 @@ std::string Replay(const ReplayOptions& options, const std::vector<PenSample>& s
         return "A document of " + std::to_string(options.width) + "x" + std::to_string(options.height) +
                " pixels cannot be opened";
     SetBrush(options);
+    std::optional<UndoCheck> undo;
+    if (options.undo)
+        undo.emplace();
     Progress progress(samples.size() * static_cast<size_t>(options.repeat));
     const uint64_t stampsBefore = PaintCore.GetStampCount();
     const uint64_t pixelsBefore = PaintCore.GetStampedPixels();
@@ -174,6 +183,12 @@ std::string Replay(const ReplayOptions& options, const std::vector<PenSample>& s
     clock.AdvanceTo(clock.GetNow() + 5000);  // let the last stroke settle
     stats.stamps = PaintCore.GetStampCount() - stampsBefore;
     stats.stampedPixels = PaintCore.GetStampedPixels() - pixelsBefore;
+    if (undo) {
+        if (const std::string failure = undo->Run(); !failure.empty())
+            return failure;
+        stats.undoMs = undo->GetUndoMs();
+        stats.redoMs = undo->GetRedoMs();
+    }
     stats.tiles = view.GetTileCount();
     stats.updatedPixels = view.GetUpdatedPixels();
     rusage usage{};
@@ -200,6 +215,6 @@ int RunReplay(int argc, const char* const* argv, std::ostream& out, std::ostream
         return 2;
     }
     if (parsed.options->stats)
-        Print(stats, out);
+        Print(stats, parsed.options->undo, out);
     return 0;
 }

@@ -15,6 +15,8 @@ struct ReplayStats {
     double seconds = 0;  // painting and updating the view
     uint64_t tiles = 0;  // passed to the view
     uint64_t updatedPixels = 0;
+    double undoMs = 0;  // all strokes, when they were undone and redone
+    double redoMs = 0;
     long peakMemoryKib = 0;
     uint64_t hash = 0;  // of the image plane's bytes: 64-bit FNV-1a
 };

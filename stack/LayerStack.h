@@ -654,6 +654,9 @@ public:
     void RemoveViewer(LayerStackView* view);
     void TakeViewsFrom(qs::Reference<LayerStack> other);
 
+    /// Of a document that is closed, which an undo record may hold for long: nobody takes its views away from it.
+    void ForgetViews() { viewers_.clear(); }
+
     /// Goes on where `other` was shown: takes over its image plane, if this stack has none and the sizes agree, and for
     /// another version of the same document the suspension of composites. The plane is left to `other` as well.
     void TakePresentationFrom(LayerStack& other);

@@ -1,6 +1,7 @@
 #include "host/Replay.h"
 #include "core/PaintManager.h"
 #include "host/Png.h"
+#include "host/UndoCheck.h"
 #include "platform/imaging/kernels/Kernels.h"
 
 #include <gtest/gtest.h>
@@ -210,4 +211,32 @@ TEST(Png, KeepsStraightColoursAndBlendsOverTheBackground)
     ASSERT_EQ(WritePng(path, image, PaintColor(1, 1, 1, 1)), "");
     const std::vector<uint8_t> over = ReadPng(path, width, height);
     EXPECT_EQ(over, (std::vector<uint8_t>{155, 105, 55, 255, 10, 20, 30, 255, 255, 255, 255, 255}));
+}
+
+TEST(Replay, EveryStrokeIsUndoneAndRedoneToTheSameBytes)
+{
+    const std::string samples = PAINTLAYER_TEST_DATA "/painting30sec.dat";
+    const std::string picture = (kOutput / "undone.png").string();
+    const RunResult plain = RunProgram({samples, "-o", picture, "--stats", "--layers", "2"});
+    const RunResult undone = RunProgram({samples, "-o", picture, "--stats", "--layers", "2", "--undo"});
+    EXPECT_EQ(undone.status, 0) << undone.errors;
+    EXPECT_EQ(StatOf(undone, "plane hash"), StatOf(plain, "plane hash"));
+    EXPECT_NE(StatOf(undone, "undo"), "");
+    EXPECT_EQ(StatOf(plain, "undo"), "");
+}
+
+TEST(Replay, TheUndoCheckFindsWhatWasNotRecorded)
+{
+    PaintCore.AddLayerStack(64, 64);
+    PaintCore.AddLayer({});
+    {
+        UndoCheck check;
+        PaintCore.SuspendUndo(true);
+        PaintCore.FillLayer({5, 7, 10, 10}, {1, 0, 0, 1});
+        EXPECT_NE(check.Run().find("Nothing was recorded"), std::string::npos);
+        PaintCore.SuspendUndo(false);
+        PaintCore.FillLayer({30, 30, 10, 10}, {1, 0, 0, 1});
+        EXPECT_NE(check.Run().find("first at pixel (5, 7)"), std::string::npos) << check.Run();
+    }
+    PaintCore.DeleteLayerStack(-2, false);
 }
