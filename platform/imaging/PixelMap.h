@@ -27,7 +27,7 @@ protected:
     static constexpr double kFarthest = 1 << 20;  // pixels
 };
 
-class AffinePixelMap : public PixelMap {
+class AffinePixelMap final : public PixelMap {
 public:
     /// toSource: of finite, not too large numbers.
     explicit AffinePixelMap(const qsLinear::AffineMatrix& toSource) : matrix_(toSource) {}
@@ -41,7 +41,7 @@ private:
 };
 
 /// From a convex quadrilateral to a rectangle, as a plane is seen in perspective.
-class PerspectivePixelMap : public PixelMap {
+class PerspectivePixelMap final : public PixelMap {
 public:
     PerspectivePixelMap(const ilTile& from, const Rect8f& to);
 
@@ -55,7 +55,7 @@ private:
 
 /// From a convex quadrilateral to a rectangle; straight lines between points at equal parts of opposite sides stay
 /// straight and evenly divided.
-class BilinearPixelMap : public PixelMap {
+class BilinearPixelMap final : public PixelMap {
 public:
     BilinearPixelMap(const ilTile& from, const Rect8f& to);
 
