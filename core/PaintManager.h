@@ -337,6 +337,48 @@ public:
     /// Gives the layer a page-sharing copy of `image`, of as many channels. Not undoable.
     bool ReplaceLayerImage(qs::TempReference<ilImage> image, const PntHandle& layer = kCurrentLayerHandle);
 
+    // --- transforms, colours and sharpness, limited by a used selection; what the LayerStack methods of the same name
+    // take. False, with nothing changed, when refused. The Proxy forms are previews that go with EndProxy() ---
+
+    /// Of the layer, or of its transform group: through a map of canvas points, or into a quadrilateral.
+    bool XForm(const LayerStackTransform& transform, FilterMethod minify, FilterMethod magnify,
+               const PntHandle& layer = kCurrentLayerHandle);
+    bool ProxyXForm(const LayerStackTransform& transform, FilterMethod minify, FilterMethod magnify,
+                    const PntHandle& layer = kCurrentLayerHandle);
+    bool Deform(const Rect8f& corners, FilterMethod filter, int kind, const PntHandle& layer = kCurrentLayerHandle);
+    bool ProxyDeform(const Rect8f& corners, FilterMethod filter, int kind,
+                     const PntHandle& layer = kCurrentLayerHandle);
+
+    /// The canvas box of what they would change.
+    ilTile GetTransformBounds(const PntHandle& layer = kCurrentLayerHandle) const;
+
+    /// amount: 0 to 1 of the way; of sharpening above 0, of blurring below 0, with the radius in pixels.
+    bool ColorAdjust(const ColorAdjustParm& parm, float amount, const PntHandle& layer = kCurrentLayerHandle);
+    bool ProxyColorAdjust(const ColorAdjustParm& parm, float amount, const PntHandle& layer = kCurrentLayerHandle);
+    ImageAnalysisData AnalyzeLayer(const PntHandle& layer = kCurrentLayerHandle) const;
+    bool SharpenOrBlurDone(float amount, float radius, const PntHandle& layer = kCurrentLayerHandle);
+
+    /// Layers that transform together; a layer is in one group at most.
+    qs::vector<PntHandle> getTransformGroup(const PntHandle& layer = kCurrentLayerHandle) const;
+    bool AddTransformGroup(const qs::vector<PntHandle>& layers, int layerStack = kCurrentLayerStack);
+    bool addLayerToCurrTransformGroup(const PntHandle& layer);
+    bool removeLayerFromTransformGroup(const PntHandle& layer = kCurrentLayerHandle);
+    bool DeleteTransformGroup(const PntHandle& layer = kCurrentLayerHandle);
+
+    // --- the whole document: layers, masks, stencils, selection and canvas alike ---
+
+    bool ScaleAllLayers(int width, int height, FilterMethod minify, FilterMethod magnify,
+                        int layerStack = kCurrentLayerStack);
+
+    /// A tile of the present canvas, or reaching beyond it, becomes the canvas; cropping needs one that meets it.
+    /// No pixel is lost: what lies outside stays in the layers.
+    bool ResizeDocument(const ilTile& canvas, int layerStack = kCurrentLayerStack);
+    bool CropDocument(const ilTile& canvas, int layerStack = kCurrentLayerStack);
+
+    /// Clockwise; the canvas grows to hold the turned one.
+    bool RotateCanvas(double angleDeg, FilterMethod minify, FilterMethod magnify, int layerStack = kCurrentLayerStack);
+    bool FlipDocument(bool horizontal, bool vertical, int layerStack = kCurrentLayerStack);
+
     // --- canvas ---
 
     void DamageRegion(const ilTile& tile, int layerStack = kCurrentLayerStack);
@@ -364,6 +406,10 @@ public:
     void SetShowCurrentLayerOnly(bool on, int layerStack = kCurrentLayerStack);
     bool GetShowCurrentLayerOnly(int layerStack = kCurrentLayerStack) const;
 
+    /// The layers' edits are previews from here on: LayerStack::BeginProxy.
+    bool BeginProxy(const ProxyParameters& parameters, const qs::vector<PntHandle>& layers,
+                    int layerStack = kCurrentLayerStack);
+    void RevertProxy(int layerStack = kCurrentLayerStack);
     bool InProxy(int layerStack = kCurrentLayerStack) const;
     void EndProxy(int layerStack = kCurrentLayerStack);
 
@@ -471,6 +517,8 @@ private:
     bool HasLayers(LayerMode mode, int layerStack) const;
     bool ChangeStructure(int layerStack, const std::function<void(LayerStack&)>& change);
     bool ChangePixels(const PntHandle& layer, const std::function<void(LayerStack&)>& change);
+    bool EditPixels(const PntHandle& layer, bool withGroup, const std::function<bool(LayerStack&)>& edit);
+    bool Preview(const PntHandle& layer, const std::function<bool(LayerStack&)>& preview);
     bool MergeLayers(bool visibleOnly, int layerStack);
     bool Merge(int layerStack, const PntHandle& receiver, const std::function<void(LayerStack&)>& merge);
     PntHandle Duplicate(int layerStack, const std::function<PntHandle(LayerStack&)>& duplicate);

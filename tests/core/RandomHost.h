@@ -1,7 +1,6 @@
 #pragma once
 
 #include "PaintCoreFixture.h"
-#include "undo/PntUndoCombo.h"
 #include "undo/PntUndoStroke.h"
 
 #include <cstdlib>
@@ -51,7 +50,24 @@ protected:
              }},
             {"properties", [](RandomHost& host) { host.ChangeProperties(); }},
             {"several layers", [](RandomHost& host) { host.ChangeSeveralLayers(); }},
-            {"merge", [](RandomHost& host) { host.Merge(); }},
+            {"delete many", [](RandomHost& host) { host.DeleteMany(); }},
+            {"merge down", [](RandomHost& host) { PaintCore.MergeLayerWithBelow(host.Layer_()); }},
+            {"merge folder", [](RandomHost& host) { PaintCore.MergeFolder(host.Container()); }},
+            {"merge all", [](RandomHost& host) { host.MergeAll(); }},
+            {"duplicate", [](RandomHost&) { PaintCore.DuplicateCurrentLayer(); }},
+            {"copy as", [](RandomHost& host) { host.CopyAs(); }},
+            {"clear", [](RandomHost& host) { host.Clear(); }},
+            {"invert", [](RandomHost& host) { host.Invert(); }},
+            {"flip", [](RandomHost& host) { PaintCore.FlipImageLayer(host.Flip(), true, host.Layer_()); }},
+            {"owners", [](RandomHost& host) { host.ChangeOwners(); }},
+            {"select", [](RandomHost& host) { host.Select(); }},
+            {"select", [](RandomHost& host) { host.Select(); }},
+            {"flood", [](RandomHost& host) { host.Flood(); }},
+            {"flood", [](RandomHost& host) { host.Flood(); }},
+            {"transform", [](RandomHost& host) { host.Transform(); }},
+            {"adjust", [](RandomHost& host) { host.Adjust(); }},
+            {"group", [](RandomHost& host) { host.Group(); }},
+            {"document", [](RandomHost& host) { host.ChangeDocument(); }},
         };
         return commands;
     }
@@ -193,6 +209,11 @@ private:
                                 symmetry != nullptr ? static_cast<int>(symmetry->GetCenterX()) : -1,
                                 static_cast<int>(255 * stack.GetBackgroundColor().r)})
             text += ' ' + std::to_string(value);
+        for (const qs::vector<PntHandle>& group : stack.GetTransformGroups()) {
+            text += " group";
+            for (const PntHandle& handle : group)
+                text += ' ' + Describe(handle);
+        }
         return text + '\n';
     }
 
@@ -331,23 +352,158 @@ private:
             FillFromBelow(*stack, handle, Below(3) == 0);
     }
 
-    /// One layer goes, another one takes something over.
-    void Merge()
+    void DeleteMany()
     {
-        const PntHandle goes = Stack().GetLayerFromHandle(Layer_())->GetLayerContainerHandle();
-        const PntHandle receives = Stack().GetLayerFromHandle(Layer_())->GetLayerContainerHandle();
-        const int handle = PaintCore.GetCurrentLayerStack();
-        if (PaintCore.UndoEnable()) {
-            const qs::Reference<LayerStack> before(&Stack());
-            const qs::Reference<PntUndoOper> pixels(new PntUndoStroke(
-                &PaintCore, handle, receives, before.get(), before->GetLayerFromHandle(receives), {}, "MioStroke"));
-            const qs::Reference<PntUndoOper> structure = PaintCore.AddUndoLayerStack(handle, false);
-            if (PaintUndoDatabase() != nullptr)
-                PaintUndoDatabase()->AddUndoOperation(new PntUndoCombo("MioCombo", false, false, structure, pixels));
+        switch (Below(8)) {
+        case 0: PaintCore.DeleteAllLayers(); break;
+        case 1: PaintCore.DeleteAllMasks(); break;
+        case 2: PaintCore.DeleteAllStencils(Flip()); break;
+        default: PaintCore.DeleteInvisibleLayers(); break;
         }
-        FillFromBelow(Stack(), receives, Flip());
-        if (goes != receives)
-            Stack().DeleteCurrentLayer(goes, true);
+    }
+
+    void MergeAll()
+    {
+        switch (Below(4)) {
+        case 0: PaintCore.MergeAllLayers(); break;
+        case 1: PaintCore.MergeVisibleLayers(); break;
+        default: PaintCore.BakeAllStencils(); break;
+        }
+    }
+
+    void CopyAs()
+    {
+        switch (Below(3)) {
+        case 0: PaintCore.CopyLayerToImage(Layer_()); break;
+        case 1: PaintCore.CopyLayerToMask(Layer_(), Flip()); break;
+        default: PaintCore.CopyLayerToStencil(Layer_(), Flip()); break;
+        }
+    }
+
+    void Clear()
+    {
+        switch (Below(4)) {
+        case 0: PaintCore.ClearCurrentLayer(); break;
+        case 1: PaintCore.ClearLayerImageByRect(Tile(), Layer_()); break;
+        case 2: PaintCore.ClearLayerImageBySelMask(Layer_()); break;
+        default: PaintCore.CropLayer(Tile(), Layer_()); break;
+        }
+    }
+
+    void Invert()
+    {
+        switch (Below(3)) {
+        case 0: PaintCore.InvertImageLayer(Layer_()); break;
+        case 1: PaintCore.InvertMaskLayer(Layer_()); break;
+        default: PaintCore.InvertStencilLayer(Layer_()); break;
+        }
+    }
+
+    void ChangeOwners()
+    {
+        if (Flip())
+            PaintCore.AddOwnerToLayer(Layer_(), Layer_(), Below(4) == 0);
+        else
+            PaintCore.RemoveOwnerFromLayer(Layer_(), Layer_());
+    }
+
+    void Select()
+    {
+        const float points[] = {-20, 30, 150, 10, 60, static_cast<float>(Below(150))};
+        switch (Below(10)) {
+        case 0: PaintCore.FillSelectionMask(Tile()); break;
+        case 1: PaintCore.ClearSelectionMask(); break;
+        case 2: PaintCore.AddToSelection(Layer_()); break;
+        case 3: PaintCore.SubtractFromSelection(Tile()); break;
+        case 4: PaintCore.CopyToSelection(Layer_()); break;
+        case 5: PaintCore.SelectLasso(points, 3, static_cast<SelectionMode>(Below(4)), FillRule::NonZero); break;
+        case 6: PaintCore.MoveSelection(Shift(), Shift()); break;
+        case 7: PaintCore.InvertSelection(); break;
+        case 8: PaintCore.GrowSelection(Below(9) - 4); break;
+        default: PaintCore.FeatherSelection(static_cast<float>(1 + Below(4))); break;
+        }
+    }
+
+    /// A fill or a wand as a tool does it: tried once or twice, then done.
+    void Flood()
+    {
+        const int x = Below(220) - 10;
+        const int y = Below(160) - 5;
+        const float tolerance = Part() / 4;
+        PaintColor color = Color();
+        const PntHandle layer = Layer_();
+        const int tool = Below(3);
+        for (int tries = Below(3); tries > 0; --tries)
+            switch (tool) {
+            case 0: PaintCore.DoFloodFill(x, y, tolerance * static_cast<float>(tries), color, layer); break;
+            case 1: PaintCore.DoSmoothFloodFill(x, y, tolerance * static_cast<float>(tries), color, layer); break;
+            default: PaintCore.DoMagicWand(x, y, tolerance * static_cast<float>(tries), color, Flip(), layer); break;
+            }
+        PaintCore.EndProxy();
+        switch (tool) {
+        case 0: PaintCore.FloodFillDone(x, y, tolerance, color, layer); break;
+        case 1: PaintCore.SmoothFloodFillDone(x, y, tolerance, color, layer); break;
+        default: PaintCore.MagicWandDone(x, y, tolerance, color, Flip(), layer); break;
+        }
+    }
+
+    LayerStackTransform Turn()
+    {
+        return LayerStackTransform(static_cast<float>(Shift()), static_cast<float>(Shift()), 0.5F + Part(),
+                                   0.5F + Part(), 100, 75, Flip() ? 0 : 360 * Part());
+    }
+
+    void Transform()
+    {
+        const FilterMethod filter = FilterMethodFrom(Below(5));
+        const Rect8f quad{{10 * Part(), 90 + 50 * Part(), 120 + 30 * Part(), 20 * Part()},
+                          {10 * Part(), 20 * Part(), 90 + 40 * Part(), 100 + 30 * Part()}};
+        const PntHandle layer = Layer_();
+        if (Flip())
+            PaintCore.ProxyXForm(Turn(), filter, filter, layer);
+        if (Flip())
+            PaintCore.XForm(Turn(), filter, filter, layer);
+        else
+            PaintCore.Deform(quad, filter, Below(2), layer);
+        PaintCore.EndProxy();
+    }
+
+    void Adjust()
+    {
+        ColorAdjustParm colors;
+        colors.brightness = Part() - 0.5F;
+        colors.hue = 360 * Part();
+        if (Flip())
+            PaintCore.ColorAdjust(colors, Part(), Layer_());
+        else
+            PaintCore.SharpenOrBlurDone(Flip() ? 1.0F : -1.0F, 1 + 3 * Part(), Layer_());
+    }
+
+    void Group()
+    {
+        switch (Below(5)) {
+        case 0: PaintCore.DeleteTransformGroup(Layer_()); break;
+        case 1: PaintCore.removeLayerFromTransformGroup(Layer_()); break;
+        case 2: PaintCore.addLayerToCurrTransformGroup(Layer_()); break;
+        default: PaintCore.AddTransformGroup({Layer_(), Layer_(), Layer_()}); break;
+        }
+    }
+
+    /// Sizes stay small: what lies outside the canvas is kept, and grows with every turn.
+    void ChangeDocument()
+    {
+        const ilTile size = Stack().GetSize();
+        switch (Below(6)) {
+        case 0: PaintCore.FlipDocument(Flip(), Flip()); break;
+        case 1: PaintCore.RotateCanvas(90 * Below(4), kFilterBilinear, kFilterBilinear); break;
+        case 2: PaintCore.ScaleAllLayers(40 + Below(160), 40 + Below(120), kFilterArea, kFilterBilinear); break;
+        case 3: PaintCore.CropDocument({Below(30), Below(30), 30 + Below(100), 30 + Below(100)}); break;
+        case 4: PaintCore.ResizeDocument({-Below(20), -Below(20), size.nx + Below(20), size.ny + Below(20)}); break;
+        default:
+            if (size.nx + size.ny < 400)
+                PaintCore.RotateCanvas(360 * Part(), kFilterBilinear, kFilterBilinear);
+            break;
+        }
     }
 
     std::mt19937 random_;
