@@ -39,7 +39,8 @@ PntUndoStroke::PntUndoStroke(PaintManager* manager, int stackHandle, const qs::v
 PntUndoStroke::Saved PntUndoStroke::Capture(Layer& layer) const
 {
     const bool isSelectionMask = GetLayerStack() && GetLayerStack()->GetSelectionMask() == &layer;
-    return {layer.CaptureContent(), isSelectionMask, layer.isVisible(), layer.GetLayerContainerHandle()};
+    return {layer.CaptureContent(), isSelectionMask, isSelectionMask ? &layer : nullptr, layer.isVisible(),
+            layer.GetLayerContainerHandle()};
 }
 
 /// The layer that a captured one is now: the selection mask may have been made anew.
@@ -95,8 +96,12 @@ bool PntUndoStroke::Swap()
                                        : present.content.TilesOfDifference(saved.content, stack->GetSize());
         exchanges.push_back({i, layer, std::move(present), std::move(tiles), isMoved});
     }
-    for (const Exchange& exchange : exchanges) {
+    for (Exchange& exchange : exchanges) {
         const Saved& saved = saved_[exchange.index];
+        if (saved.mask && exchange.present.isSelectionMask) {
+            stack->SetSelectionMask(saved.mask.get());
+            exchange.layer = saved.mask;
+        }
         exchange.layer->RestoreContent(saved.content);
         if (saved.isSelectionMask) {
             exchange.layer->SetVisible(saved.isVisible);

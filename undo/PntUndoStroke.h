@@ -36,6 +36,7 @@ private:
     struct Saved {
         LayerContent content;
         bool isSelectionMask = false;
+        qs::Reference<Layer> mask;  // the selection mask itself: a selection that was made anew is another one
         bool isVisible = true;  // of the selection mask
         PntHandle handle = kNullHandle;
     };

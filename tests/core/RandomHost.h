@@ -210,9 +210,10 @@ private:
                                 static_cast<int>(255 * stack.GetBackgroundColor().r)})
             text += ' ' + std::to_string(value);
         for (const qs::vector<PntHandle>& group : stack.GetTransformGroups()) {
-            text += " group";
+            std::string members;  // those that are still there
             for (const PntHandle& handle : group)
-                text += ' ' + Describe(handle);
+                members += stack.GetLayerFromHandle(handle) != nullptr ? ' ' + Describe(handle) : "";
+            text += members.empty() ? "" : " group" + members;
         }
         return text + '\n';
     }
