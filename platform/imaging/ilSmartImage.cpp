@@ -53,9 +53,16 @@ ilSmartImage::ilSmartImage(const ilMIOImage& source, int dx, int dy) : ilMIOImag
         ShareAllFrom(source);
         return;
     }
-    const ilTile bounds = source.GetBounds();
-    const ilTile moved = ilTileMoved(bounds, dx, dy);
-    copyTile3D(moved.x, moved.y, 0, moved.nx, moved.ny, 1, source, moved.x - dx, moved.y - dy, 0);
+    const ilTile bounds = ilTileMoved(source.GetBounds(), dx, dy);
+    if (bounds.IsEmpty())
+        return;
+    // Whole pages, so that those that line up are shared.
+    constexpr int64_t mask = kPageSize - 1;
+    const ilTile pages = ilTileFromEdges(bounds.x & ~mask, bounds.y & ~mask, (bounds.Right() + mask) & ~mask,
+                                         (bounds.Bottom() + mask) & ~mask);
+    copyTile3D(pages.x, pages.y, 0, pages.nx, pages.ny, 1, source, pages.x - dx, pages.y - dy, 0);
+    bounds_ = bounds;
+    hasTightBounds_ = true;
 }
 
 void ilSmartImage::fillTile(const ilTile& tile, const ilPixel& value)
