@@ -35,10 +35,36 @@ protected:
         description = now;
     }
 
-    void CheckPlanes(int one)
+    void CheckPlanes(size_t one)
     {
         if (one % 4 == 0)
             ExpectTruePlanes();
+    }
+
+    void BeginWithList(unsigned seed)
+    {
+        delete ExchangeUndoDatabase(nullptr);
+        Begin(seed);
+        listed.clear();
+        SetupPntUndoList(Listed);
+    }
+
+    /// Undoes all steps and redoes them, twice. Each redo leads to the state before its undo, and each undo, where
+    /// `isExact`, to the state before the command.
+    void GoBackAndForth(qs::vector<std::string> states, bool isExact)
+    {
+        for (int round = 0; round < 2 && !HasFailure(); ++round) {
+            for (size_t i = listed.size(); i-- > 0 && !HasFailure(); CheckPlanes(i)) {
+                ASSERT_TRUE(PaintUndoList()->Undo(listed[i]));
+                const std::string now = Describe();
+                ASSERT_TRUE(!isExact || now == states[i]) << "undo of " << i << " of " << GetTrace() << now;
+                states[i] = now;
+            }
+            for (size_t i = 0; i < listed.size() && !HasFailure(); CheckPlanes(i++)) {
+                ASSERT_TRUE(PaintUndoList()->Redo(listed[i]));
+                ASSERT_EQ(Describe(), states[i + 1]) << "redo of " << i << " of " << GetTrace();
+            }
+        }
     }
 };
 
@@ -46,10 +72,7 @@ TEST_F(UndoProperty, AListGoesAllTheWayBackAndForthThroughTheSameStates)
 {
     for (unsigned seed = FirstSeed(); seed < FirstSeed() + 4 && !HasFailure(); ++seed) {
         SCOPED_TRACE("PAINTLAYER_SEED=" + std::to_string(seed));
-        delete ExchangeUndoDatabase(nullptr);
-        Begin(seed);
-        listed.clear();
-        SetupPntUndoList(Listed);
+        BeginWithList(seed);
         qs::vector<std::string> states = {Describe()};
         for (int i = 0; i < 120 && !HasFatalFailure(); ++i) {
             std::string state = states.back();
@@ -57,18 +80,7 @@ TEST_F(UndoProperty, AListGoesAllTheWayBackAndForthThroughTheSameStates)
             if (listed.size() == states.size())
                 states.push_back(state);
         }
-        for (int round = 0; round < 2 && !HasFailure(); ++round) {
-            for (size_t i = listed.size(); i-- > 0 && !HasFailure();) {
-                ASSERT_TRUE(PaintUndoList()->Undo(listed[i]));
-                ASSERT_EQ(Describe(), states[i]) << "undo of " << i << " of " << GetTrace();
-                CheckPlanes(static_cast<int>(i));
-            }
-            for (size_t i = 0; i < listed.size() && !HasFailure(); ++i) {
-                ASSERT_TRUE(PaintUndoList()->Redo(listed[i]));
-                ASSERT_EQ(Describe(), states[i + 1]) << "redo of " << i << " of " << GetTrace();
-                CheckPlanes(static_cast<int>(i));
-            }
-        }
+        GoBackAndForth(states, true);
     }
 }
 
@@ -111,7 +123,7 @@ TEST_F(UndoProperty, AQueueIsAHistoryOfStatesThatIsWalkedAndBranches)
                     }
                     ASSERT_EQ(Describe(), states[cursor]) << GetTrace();
                 }
-                CheckPlanes(i);
+                CheckPlanes(static_cast<size_t>(i));
             }
         }
 }
@@ -123,10 +135,7 @@ TEST_F(UndoProperty, WhateverHappensUnrecordedRedoLeadsBackToWhereUndoBegan)
     PaintCore.SetCallbacks(callbacks);  // a host that does not open closed documents again
     for (unsigned seed = FirstSeed(); seed < FirstSeed() + 6 && !HasFailure(); ++seed) {
         SCOPED_TRACE("PAINTLAYER_SEED=" + std::to_string(seed));
-        delete ExchangeUndoDatabase(nullptr);
-        Begin(seed);
-        listed.clear();
-        SetupPntUndoList(Listed);
+        BeginWithList(seed);
         for (int i = 0; i < 100; ++i) {
             PaintCore.SuspendUndo(Below(4) == 0);
             RunCommand();
@@ -149,18 +158,7 @@ TEST_F(UndoProperty, WhateverHappensUnrecordedRedoLeadsBackToWhereUndoBegan)
                 documents_.front() = Open(80, 80);
         }
         qs::vector<std::string> states(listed.size() + 1);
-        for (int round = 0; round < 2 && !HasFailure(); ++round) {
-            states.back() = Describe();
-            for (size_t i = listed.size(); i-- > 0 && !HasFailure();) {
-                ASSERT_TRUE(PaintUndoList()->Undo(listed[i]));
-                states[i] = Describe();
-                CheckPlanes(static_cast<int>(i));
-            }
-            for (size_t i = 0; i < listed.size() && !HasFailure(); ++i) {
-                ASSERT_TRUE(PaintUndoList()->Redo(listed[i]));
-                ASSERT_EQ(Describe(), states[i + 1]) << "redo of " << i << " of " << GetTrace();
-                CheckPlanes(static_cast<int>(i));
-            }
-        }
+        states.back() = Describe();
+        GoBackAndForth(states, false);
     }
 }

@@ -176,6 +176,8 @@ TEST_F(Undo, AStoreThatWasMarkedKeepsOnlyWhatComesAfter)
     EXPECT_EQ(CountSteps(), 2U);
     Dab(50, 30);
     EXPECT_EQ(CountSteps(), 1U);
+    PaintUndoQueue()->GarbageCollect();
+    EXPECT_EQ(CountSteps(), 1U);
     PaintCore.FlushUndoQueue();
     EXPECT_EQ(CountSteps(), 0U);
 }

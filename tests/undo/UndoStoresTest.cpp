@@ -119,54 +119,18 @@ TEST_F(UndoStores, AQueueArchivesTheOldestOfOneTooMany)
     EXPECT_EQ(Taken(), "undo d ");
 }
 
-TEST_F(UndoStores, GarbageIsCollectedOnceAfterItWasMarked)
-{
-    PntUndoQueue queue;
-    AddTo(queue, 'a');
-    queue.GarbageCollect();
-    EXPECT_EQ(Taken(), "");
-    queue.SetDirty();
-    queue.GarbageCollect();
-    EXPECT_EQ(Taken(), "archive a ~a ");
-    AddTo(queue, 'b');
-    queue.GarbageCollect();
-    EXPECT_EQ(Taken(), "");
-}
-
-TEST_F(UndoStores, RecordsAreFoundByTheirHandles)
-{
-    PntUndoDatabase database;
-    const unsigned int a = AddTo(database, 'a');
-    database.AddUndoOperation({});
-    const unsigned int b = AddTo(database, 'b');
-    EXPECT_EQ(b, a + 1);
-    EXPECT_EQ(database.GetUndoOper(b)->GetUndoHandle(), b);
-    EXPECT_EQ(database.GetBytesUsed(b), 1000 + 'b');
-    EXPECT_TRUE(database.CheckID(a, "Test") && database.CheckID(a, "MioOper"));
-    EXPECT_FALSE(database.CheckID(a, "MioLS"));
-    EXPECT_EQ(database.GetUndoOper(b + 1), nullptr);
-    EXPECT_EQ(database.GetBytesUsed(b + 1), 0);
-    EXPECT_FALSE(database.CheckID(b + 1, "Test"));
-    testing::internal::CaptureStdout();
-    database.Debug();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Iter:0\nIter:1\nIter:2\n");
-}
-
 TEST_F(UndoStores, AListTellsTheHostAndKeepsWhateverItAnswers)
 {
-    PntUndoList list([](unsigned int handle) {
-        told += "added " + std::to_string(handle) + ' ';
-        return false;
-    });
+    PntUndoList list([](unsigned int) { return false; });
     EXPECT_FALSE(list.AddUndoOperation({}));
     const qs::Reference<PntUndoOper> record(new TestRecord('a'));
     EXPECT_FALSE(list.AddUndoOperation(record));
-    EXPECT_EQ(Taken(), "added " + std::to_string(record->GetUndoHandle()) + ' ');
-    EXPECT_TRUE(list.Undo(record->GetUndoHandle()) && list.Undo(record->GetUndoHandle()));
-    EXPECT_TRUE(list.Redo(record->GetUndoHandle()));
-    EXPECT_FALSE(list.Undo(0) || list.Redo(0));
-    EXPECT_EQ(Taken(), "undo a undo a redo a ");
     EXPECT_TRUE(PntUndoList(nullptr).AddUndoOperation(record));
+    EXPECT_EQ(list.GetBytesUsed(record->GetUndoHandle()), 1000 + 'a');
+    EXPECT_TRUE(list.CheckID(record->GetUndoHandle(), "MioOper") && !list.CheckID(0, "MioOper"));
+    EXPECT_TRUE(list.Undo(record->GetUndoHandle()) && list.Redo(record->GetUndoHandle()));
+    EXPECT_FALSE(list.Undo(0) || list.Redo(0));
+    EXPECT_EQ(Taken(), "undo a redo a ");
 }
 
 TEST_F(UndoStores, AListReleasesTheOldestArchivedAndOthersNot)
