@@ -135,7 +135,7 @@ public:
 
     // --- content as a whole (LayerContent.cpp) ---
 
-    /// Constant time, whatever the size of the image.
+    /// Constant time, whatever the size of the image. Of a layer in a proxy: what EndProxy() brings back.
     LayerContent CaptureContent() const;
 
     /// Puts a captured content back into this layer or a copy of it; tells nobody. Not in a proxy.

@@ -44,7 +44,9 @@ ilTile LayerContent::GetArea(const ilTile& canvas) const
 
 LayerContent Layer::CaptureContent() const
 {
-    return {image_, image_ ? image_->Snapshot() : nullptr, xOffset_, yOffset_, pivot_};
+    const qs::Reference<ilMIOImage>& image = inProxy_ ? origImage_ : image_;
+    const qs::Reference<ilMIOImage> pixels = image ? image->Snapshot() : nullptr;
+    return {image, pixels, inProxy_ ? origXOffset_ : xOffset_, inProxy_ ? origYOffset_ : yOffset_, pivot_};
 }
 
 void Layer::RestoreContent(const LayerContent& content) noexcept
