@@ -106,6 +106,13 @@ PAINTLAYER_KERNEL_INLINE bool IsZero(const Vec& a)
     return all == 0;
 }
 
+PAINTLAYER_KERNEL_INLINE bool AreZero16(const uint8_t* p)
+{
+    uint64_t halves[2];
+    std::memcpy(halves, p, sizeof halves);
+    return (halves[0] | halves[1]) == 0;
+}
+
 PAINTLAYER_KERNEL_INLINE uint64_t ZeroByteBits(const Vec& a)
 {
     uint64_t bits = 0;

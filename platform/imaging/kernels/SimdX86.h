@@ -123,6 +123,17 @@ PAINTLAYER_KERNEL_INLINE bool IsZero(Vec a)
 #endif
 }
 
+/// Of 16 bytes in memory.
+PAINTLAYER_KERNEL_INLINE bool AreZero16(const uint8_t* p)
+{
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+#if defined(__AVX2__)
+    return _mm_testz_si128(bytes, bytes) != 0;
+#else
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())) == 0xFFFF;
+#endif
+}
+
 /// Bit i tells whether byte i is zero.
 PAINTLAYER_KERNEL_INLINE uint64_t ZeroByteBits(Vec a)
 {

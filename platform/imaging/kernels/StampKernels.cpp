@@ -7,44 +7,40 @@ namespace {
 
 constexpr int kGroupPixels = 16;  // a vector of coverage bytes on every instruction set, skipped when all are 0
 
-bool GroupIsEmpty(const uint8_t* coverage)
+/// Calls step(offset of the row in bytes, x, coverage of the row) for every `group` pixels that meet the stamp. The
+/// block is copied: for all the compiler knows, the pixels written lie in it.
+template <typename Step>
+PAINTLAYER_KERNEL_INLINE void ForGroups(const StampBlock block, int group, Step step)
 {
-    uint64_t halves[2];
-    std::memcpy(halves, coverage, sizeof halves);
-    return (halves[0] | halves[1]) == 0;
+    const int first = block.x0 & -group;
+    const uint8_t* coverage = block.coverage;
+    ptrdiff_t offset = 0;
+    for (int row = 0; row < block.rows; ++row, coverage += block.coverageStride, offset += block.strideBytes)
+        for (int x = first; x < block.x1; x += group)
+            step(offset, x, coverage);
 }
 
 /// RGBA: operation(byte offset in the row block, coverage·257) for every vector that the stamp covers.
 template <typename Operation>
 PAINTLAYER_KERNEL_INLINE void ForStampedPixels(const StampBlock& block, Operation operation)
 {
-    const int first = block.x0 & -kGroupPixels;
-    for (int row = 0; row < block.rows; ++row) {
-        const uint8_t* coverage = block.coverage + row * block.coverageStride;
-        const ptrdiff_t offset = row * block.strideBytes;
-        for (int x = first; x < block.x1; x += kGroupPixels) {
-            if (GroupIsEmpty(coverage + x))
-                continue;
-            for (int k = x; k < x + kGroupPixels; k += kVecPixels)
-                operation(offset + 4 * k, LoadCoverage(coverage + k));
-        }
-    }
+    ForGroups(block, kGroupPixels, [&](ptrdiff_t offset, int x, const uint8_t* coverage) {
+        if (AreZero16(coverage + x))
+            return;
+        for (int k = x; k < x + kGroupPixels; k += kVecPixels)
+            operation(offset + 4 * k, LoadCoverage(coverage + k));
+    });
 }
 
 /// One channel: the same with a whole vector of pixels at a time.
 template <typename Operation>
 PAINTLAYER_KERNEL_INLINE void ForStampedCoverage(const StampBlock& block, Operation operation)
 {
-    const int first = block.x0 & -kVecBytes;
-    for (int row = 0; row < block.rows; ++row) {
-        const uint8_t* coverage = block.coverage + row * block.coverageStride;
-        const ptrdiff_t offset = row * block.strideBytes;
-        for (int x = first; x < block.x1; x += kVecBytes) {
-            const Vec bytes = Load(coverage + x);
-            if (!IsZero(bytes))
-                operation(offset + x, Times257(bytes));
-        }
-    }
+    ForGroups(block, kVecBytes, [&](ptrdiff_t offset, int x, const uint8_t* coverage) {
+        const Vec bytes = Load(coverage + x);
+        if (!IsZero(bytes))
+            operation(offset + x, Times257(bytes));
+    });
 }
 
 /// Paints a colour over 8-bit pixels.
