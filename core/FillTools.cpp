@@ -21,12 +21,6 @@ const char* TextWithoutDocument(FillTools::Tool tool)
                  "Floodfill.";
 }
 
-ilPixel PixelOf(const PaintColor& color, int channels)
-{
-    const ilPixel pixel = color.Premultiplied();
-    return channels == 1 ? ilPixel::Coverage(pixel.GetAlpha()) : pixel;
-}
-
 /// Whether a fill could take place: what is refused anyway must not take an attempt back.
 bool IsPossible(const LayerStack& stack, const FillTools::Request& request)
 {
@@ -165,7 +159,7 @@ bool FillTools::Apply(LayerStack& stack, const Request& request)
     const qs::TempReference<ilMIOImage> image = filled != nullptr ? filled->GetImage() : nullptr;
     if (!image)
         return false;
-    const qs::TempReference<ilSmartImage> preview(new ilSmartImage(PixelOf(color, image->GetNumChannels())));
+    const qs::TempReference<ilSmartImage> preview(new ilSmartImage(color.PixelOf(image->GetNumChannels())));
     if (!stack.SmoothFloodFillDone(x, y, tolerance, color, preview, filled_, layer))
         return false;
     preview_ = preview;
@@ -176,5 +170,5 @@ bool FillTools::IsPointBeingFilled(int x, int y, const PaintColor& color) const
 {
     if (!isSmoothFilling_ || !preview_ || x < filled_.x || y < filled_.y || x > filled_.Right() || y > filled_.Bottom())
         return false;
-    return color.IsFinite() && preview_->GetPixel(x, y) == PixelOf(color, preview_->GetNumChannels());
+    return color.IsFinite() && preview_->GetPixel(x, y) == color.PixelOf(preview_->GetNumChannels());
 }

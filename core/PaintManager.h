@@ -439,6 +439,10 @@ public:
     void MagicWandDone(int x, int y, float tolerance, const PaintColor& color, bool fromAll,
                        const PntHandle& layer = kCurrentLayerHandle);
 
+    /// By how many pixels smooth fills and wands of a document reach beyond their region, 0 (at first) to 500; clamped.
+    void SetFloodFillGrowth(int pixels, int layerStack = kCurrentLayerStack);
+    int GetFloodFillGrowth(int layerStack = kCurrentLayerStack) const;
+
     /// Whether a smooth fill in progress fills with that colour here: within the canvas box that it filled, whose right
     /// and bottom edges count one pixel wider.
     bool IsPointBeingFilled(int x, int y, const PaintColor& color) const;

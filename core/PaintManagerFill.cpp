@@ -40,3 +40,13 @@ bool PaintManager::IsPointBeingFilled(int x, int y, const PaintColor& color) con
 {
     return fillTools_->IsPointBeingFilled(x, y, color);
 }
+
+void PaintManager::SetFloodFillGrowth(int pixels, int layerStack)
+{
+    TellStack(*this, layerStack, [&](LayerStack& stack) { stack.SetFloodFillGrowth(pixels); });
+}
+
+int PaintManager::GetFloodFillGrowth(int layerStack) const
+{
+    return AskStack(*this, layerStack, 0, [](LayerStack& stack) { return stack.GetFloodFillGrowth(); });
+}

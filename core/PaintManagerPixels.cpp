@@ -6,12 +6,6 @@
 
 namespace {
 
-ilPixel FillPixelOf(PaintColor color, int channels)
-{
-    const ilPixel pixel = color.Premultiplied();
-    return channels == 1 ? ilPixel::Coverage(pixel.GetAlpha()) : pixel;
-}
-
 bool MoveOnCanvas(LayerStack& stack, const PntHandle& handle, int x, int y)
 {
     const Layer* layer = stack.GetLayerFromHandle(handle);
@@ -60,7 +54,7 @@ void PaintManager::FillLayer(const ilTile& area, const PaintColor& color, const 
         const ilTile onCanvas = ilTileIntersection(area, stack.GetSize());
         if (!image || onCanvas.IsEmpty())
             return false;
-        if (!stack.FillLayer(filled->GetLayerContainerHandle(), onCanvas, FillPixelOf(color, image->GetNumChannels())))
+        if (!stack.FillLayer(filled->GetLayerContainerHandle(), onCanvas, color.PixelOf(image->GetNumChannels())))
             return false;
         stack.LayerContentChanged(*filled, {onCanvas}, false);
         stack.ForceUpdate();

@@ -58,6 +58,32 @@ void SetSymmetry(const std::string& text, ReplayOptions& options)
     }
 }
 
+/// X,Y,W,H
+ilTile ParseTile(const std::string& text)
+{
+    ilTile tile;
+    char rest = 0;
+    if (std::sscanf(text.c_str(), "%d,%d,%d,%d%c", &tile.x, &tile.y, &tile.nx, &tile.ny, &rest) != 4 || tile.nx < 1 ||
+        tile.ny < 1)
+        throw CLI::ValidationError("\"" + text + "\" is not a rectangle like 10,20,300,200");
+    return tile;
+}
+
+/// X,Y,COLOR,TOLERANCE
+FillRequest ParseFill(const std::string& text)
+{
+    FillRequest fill;
+    char color[16] = {};
+    char rest = 0;
+    const bool isFill =
+        std::sscanf(text.c_str(), "%d,%d,%15[^,],%lf%c", &fill.x, &fill.y, color, &fill.tolerance, &rest) == 4 &&
+        fill.tolerance >= 0 && fill.tolerance <= 1;
+    if (!isFill)
+        throw CLI::ValidationError("\"" + text + "\" is not a fill like 120,80,#ffcc33,0.1");
+    SetColor(color, fill.color);
+    return fill;
+}
+
 /// A number from low to high; a NaN is none.
 CLI::Validator Between(double low, double high)
 {
@@ -116,6 +142,25 @@ void AddOptions(CLI::App& app, ReplayOptions& options)
         "Colour under the picture, or none for transparency [#ffffff]");
     app.add_option("--repeat", options.repeat, "Replays one over the other")
         ->check(CLI::Range(1, 100000))
+        ->capture_default_str();
+    app.add_option_function<std::vector<std::string>>(
+           "--select",
+           [&options](const std::vector<std::string>& texts) {
+               for (const std::string& text : texts)
+                   options.selections.push_back(ParseTile(text));
+           },
+           "X,Y,W,H: limits the fills to this rectangle of the canvas; again: to this one as well")
+        ->delimiter('\0');
+    app.add_option_function<std::vector<std::string>>(
+           "--fill",
+           [&options](const std::vector<std::string>& texts) {
+               for (const std::string& text : texts)
+                   options.fills.push_back(ParseFill(text));
+           },
+           "X,Y,COLOR,TOLERANCE: fills from this pixel after the strokes, tolerance 0 to 1; again: next")
+        ->delimiter('\0');
+    app.add_option("--fill-growth", options.fillGrowth, "Pixels that fills reach under what surrounds them")
+        ->check(CLI::Range(0, 500))
         ->capture_default_str();
     app.add_flag("--undo", options.undo, "Undo all strokes at the end, redo them, and compare the pictures");
     app.add_flag("--stats", options.stats, "Print what was done and how long it took");

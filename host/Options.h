@@ -2,8 +2,19 @@
 
 #include "platform/imaging/PaintColor.h"
 
+#include "platform/imaging/ilTile.h"
+
 #include <optional>
 #include <string>
+#include <vector>
+
+/// A smooth flood fill from a canvas pixel; tolerance is 0 to 1.
+struct FillRequest {
+    int x = 0;
+    int y = 0;
+    PaintColor color;
+    double tolerance = 0;
+};
 
 /// What a replay is asked to do.
 struct ReplayOptions {
@@ -25,6 +36,9 @@ struct ReplayOptions {
     int layers = 0;  // filled layers around the painted one
     std::optional<PaintColor> background = PaintColor(1, 1, 1, 1);
     int repeat = 1;
+    std::vector<ilTile> selections;  // canvas rectangles that limit the fills, together; none: the whole canvas
+    std::vector<FillRequest> fills;  // after the strokes, in order
+    int fillGrowth = 0;  // pixels
     bool undo = false;  // undo and redo all strokes at the end, and compare
     bool stats = false;
 };

@@ -122,6 +122,23 @@ void PaintSamples(const ReplayOptions& options, const std::vector<PenSample>& sa
     PaintCore.EndBrushStroke();
 }
 
+/// Fills as asked, within the selections; returns the first fill that was not possible, or nothing.
+std::string FillAreas(const ReplayOptions& options)
+{
+    for (const ilTile& tile : options.selections)
+        PaintCore.AddToSelection(tile);
+    PaintCore.SetSelectionMaskActive(!options.selections.empty());
+    PaintCore.SetFloodFillGrowth(options.fillGrowth);
+    for (const FillRequest& fill : options.fills) {
+        if (fill.x < 0 || fill.x >= options.width || fill.y < 0 || fill.y >= options.height)
+            return "The fill at " + std::to_string(fill.x) + "," + std::to_string(fill.y) + " is outside the canvas";
+        PaintCore.SmoothFloodFillDone(fill.x, fill.y, static_cast<float>(fill.tolerance), fill.color);
+    }
+    PaintCore.SetSelectionMaskActive(false);  // the picture is to be seen, not what is selected
+    PaintCore.ForceUpdate();
+    return {};
+}
+
 uint64_t HashOf(const ilMemoryImg& image)
 {
     uint64_t hash = 0xCBF29CE484222325u;
@@ -183,6 +200,8 @@ std::string Replay(const ReplayOptions& options, const std::vector<PenSample>& s
     clock.AdvanceTo(clock.GetNow() + 5000);  // let the last stroke settle
     stats.stamps = PaintCore.GetStampCount() - stampsBefore;
     stats.stampedPixels = PaintCore.GetStampedPixels() - pixelsBefore;
+    if (const std::string failure = FillAreas(options); !failure.empty())
+        return failure;
     if (undo) {
         if (const std::string failure = undo->Run(); !failure.empty())
             return failure;

@@ -87,6 +87,7 @@ void LayerStack::CopyPropertiesFrom(const LayerStack& source)
     showCurrentLayerOnly_ = source.showCurrentLayerOnly_;
     maskDisable_ = source.maskDisable_;
     maskVisible_ = source.maskVisible_;
+    floodFillGrowthPx_ = source.floodFillGrowthPx_;
     if (source.symmetry_)
         symmetry_ = std::make_unique<Symmetry>(*source.symmetry_);
 }

@@ -5,6 +5,7 @@
 #include "layers/LayerFolder.h"
 #include "platform/base/CString.h"
 #include "platform/base/Uuid.h"
+#include "platform/imaging/CoverageFilters.h"
 #include "platform/imaging/DamageControl.h"
 #include "platform/imaging/PaintColor.h"
 #include "platform/imaging/PaintOps.h"
@@ -14,6 +15,7 @@
 #include "platform/imaging/ilSmartImage.h"
 #include "stack/SelectionMode.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <functional>
@@ -404,6 +406,10 @@ public:
     bool SmoothFloodFillDone(int x, int y, float tolerance, const PaintColor& color,
                              const qs::TempReference<ilSmartImage>& previewImage, ilTile& fillTile,
                              const PntHandle& layer);
+
+    /// By how many pixels smooth fills and wands reach beyond that, 0 (at first) to 500; clamped.
+    void SetFloodFillGrowth(int pixels) { floodFillGrowthPx_ = std::clamp(pixels, 0, kMaxGrowPx); }
+    int GetFloodFillGrowth() const { return floodFillGrowthPx_; }
 
     /// Moves the selection to the colour's alpha where the layer is alike: 1 selects, 0 deselects. fromAll: from a
     /// canvas that is selected whole. A point outside the canvas acts as the nearest one inside. Nothing happens for
@@ -859,4 +865,5 @@ private:
     bool showCurrentLayerOnly_ = false;
     bool maskDisable_ = false;
     bool maskVisible_ = true;
+    int floodFillGrowthPx_ = 0;
 };

@@ -43,6 +43,7 @@ bool LayerStack::Flood(Layer& layer, int x, int y, float tolerance, const PaintC
     CachedSmartImage target(image);
     FloodFillOperation fill(source, target, GetLayerStackBndInLayerCoord(handle), tolerance, color);
     fill.SetSmooth(isSmooth);
+    fill.SetGrowth(isSmooth ? floodFillGrowthPx_ : 0);
     if (&layer != selectionMask_.get() && isSelectionMaskUsed())
         fill.SetSelection(selectionMask_->GetImage(),
                           FloodFillOperation::Distance(layer.getXOffset(), selectionMask_->getXOffset()),

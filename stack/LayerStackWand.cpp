@@ -52,6 +52,7 @@ bool LayerStack::SelectByWand(int x, int y, float tolerance, const PaintColor& c
         wand.SetTargetOffset(FloodFillOperation::Distance(area.x, onMask.x),
                              FloodFillOperation::Distance(area.y, onMask.y));
         wand.SetSmooth(isSmooth);
+        wand.SetGrowth(isSmooth ? floodFillGrowthPx_ : 0);
         if (!wand.DoFlood(x, y)) {
             mask->ShareAllFrom(*before);
             return false;

@@ -1,8 +1,12 @@
 #include "platform/imaging/FloodFillOperation.h"
 
+#include "platform/imaging/CoverageFilters.h"
+#include "platform/imaging/FloodGrowth.h"
 #include "platform/imaging/FloodPainter.h"
 #include "platform/imaging/FloodSearch.h"
 #include "platform/imaging/FloodSoftEdge.h"
+
+#include <algorithm>
 
 FloodFillOperation::FloodFillOperation(CachedSmartImage& source, CachedSmartImage& target, const ilTile& area,
                                        float tolerance, const PaintColor& color)
@@ -18,6 +22,11 @@ void FloodFillOperation::SetTargetOffset(int dx, int dy)
 void FloodFillOperation::SetSelection(qs::TempReference<ilMIOImage> image, int x, int y)
 {
     selection_ = FloodSelection(std::move(image), x, y);
+}
+
+void FloodFillOperation::SetGrowth(int pixels)
+{
+    growthPx_ = std::clamp(pixels, 0, kMaxGrowPx);
 }
 
 bool FloodFillOperation::IsWithinReach() const
@@ -42,12 +51,14 @@ bool FloodFillOperation::DoFlood(int x, int y)
         return false;
     if (isSmooth_)
         AddSoftEdge(region_, source_, seed, area_);
+    if (growthPx_ > 0)
+        region_ = GrownRegion(region_, area_, growthPx_);
     source_.LetGo();
 
     FloodPaint paint;
-    const ilPixel color = color_.Premultiplied();
-    paint.value = target_.GetImage().GetNumChannels() == 1 ? ilPixel::Coverage(color.GetAlpha()) : color;
-    if (&source_.GetImage() == &target_.GetImage())
+    paint.value = color_.PixelOf(target_.GetImage().GetNumChannels());
+    // A grown edge lies on the outline or beyond, where nothing of the old colour is left to exchange.
+    if (&source_.GetImage() == &target_.GetImage() && growthPx_ == 0)
         paint.replaced = seed;
     paint.selection = selection_.MovedBy(dx_, dy_);
     PaintRegion(target_, region_, dx_, dy_, paint);

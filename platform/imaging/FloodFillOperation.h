@@ -24,6 +24,9 @@ public:
     /// The region goes on into the soft or anti-aliased edge around it (AddSoftEdge).
     void SetSmooth(bool smooth) { isSmooth_ = smooth; }
 
+    /// The region is widened by that many pixels, 0 to kMaxGrowPx, over whatever lies there: soft edges move with it.
+    void SetGrowth(int pixels);
+
     /// Floods from a source pixel. False, with the target unchanged, for a tolerance that is negative or not a number,
     /// a colour that is not finite, a seed outside the area or the selection, and for places further than kMaxDistance
     /// from the origin or from each other. Throws std::bad_alloc with the target painted in part.
@@ -51,5 +54,6 @@ private:
     int dy_ = 0;
     FloodSelection selection_;
     bool isSmooth_ = false;
+    int growthPx_ = 0;
     FloodRegion region_;
 };

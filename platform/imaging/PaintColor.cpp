@@ -45,6 +45,12 @@ ilPixel PaintColor::Premultiplied() const
                          RoundToByte(alpha));
 }
 
+ilPixel PaintColor::PixelOf(int channels) const
+{
+    const ilPixel pixel = Premultiplied();
+    return channels == 1 ? ilPixel::Coverage(pixel.GetAlpha()) : pixel;
+}
+
 void RGBtoHSV(float r, float g, float b, float& h, float& s, float& v)
 {
     const float high = std::max({r, g, b});

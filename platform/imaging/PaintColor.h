@@ -22,6 +22,9 @@ struct PAINTLAYER_EXPORT PaintColor {
     /// The premultiplied four-channel pixel, each component rounded once.
     ilPixel Premultiplied() const;
 
+    /// The same for an image of that many channels: of one channel the alpha, as coverage.
+    ilPixel PixelOf(int channels) const;
+
     friend constexpr bool operator==(const PaintColor&, const PaintColor&) = default;
 };
 

@@ -117,23 +117,6 @@ void ilMemoryImg::fillTile(const ilTile& tile, const ilPixel& value)
     }
 }
 
-void ilMemoryImg::FlipHorizontal()
-{
-    const int channels = GetNumChannels();
-    uint8_t* row = WriteRows(GetBounds());
-    for (int y = 0; y < height_; ++y, row += stride_)
-        for (int left = 0, right = width_ - 1; left < right; ++left, --right)
-            std::swap_ranges(row + left * channels, row + (left + 1) * channels, row + right * channels);
-}
-
-void ilMemoryImg::FlipVertical()
-{
-    uint8_t* top = WriteRows(GetBounds());
-    uint8_t* bottom = top + (height_ - 1) * stride_;
-    for (; top < bottom; top += stride_, bottom -= stride_)
-        std::swap_ranges(top, top + stride_, bottom);
-}
-
 qs::Reference<ilMemoryImg> ilMemoryImg::TurnedQuarter(bool right) const
 {
     const int channels = GetNumChannels();

@@ -39,9 +39,6 @@ public:
         return blank_[static_cast<size_t>(cellY) * static_cast<size_t>(cellsAcross_) + static_cast<size_t>(cellX)] != 0;
     }
 
-    void FlipHorizontal();
-    void FlipVertical();
-
     /// The image turned by a quarter: to the right (clockwise) or to the left; width and height exchanged.
     qs::Reference<ilMemoryImg> TurnedQuarter(bool right) const;
 

@@ -109,10 +109,24 @@ TEST(Replay, RefusesBadOptionsAndUnwritablePictures)
     const std::string samples = WriteFile("good.dat", Arc(60));
     const std::string picture = (kOutput / "options.png").string();
     std::filesystem::remove(picture);
-    const std::vector<std::string> cases[] = {
-        {"--size", "0x5"},    {"--size", "axb"},   {"--size", "1000001x5"}, {"--radius", "0"},  {"--radius", "nan"},
-        {"--opacity", "inf"}, {"--color", "blue"}, {"--symmetry", "twice"}, {"--opacity", "2"}, {"--layers", "-1"},
-        {"--unknown"}};
+    const std::vector<std::string> cases[] = {{"--size", "0x5"},
+                                              {"--size", "axb"},
+                                              {"--size", "1000001x5"},
+                                              {"--radius", "0"},
+                                              {"--radius", "nan"},
+                                              {"--opacity", "inf"},
+                                              {"--color", "blue"},
+                                              {"--symmetry", "twice"},
+                                              {"--opacity", "2"},
+                                              {"--layers", "-1"},
+                                              {"--unknown"},
+                                              {"--fill", "1,2,#fff"},
+                                              {"--fill", "1,2,#fff,2"},
+                                              {"--fill", "1,2,blue,0"},
+                                              {"--fill", "-1,2,#fff,0"},
+                                              {"--select", "1,2,3"},
+                                              {"--select", "1,2,0,4"},
+                                              {"--fill-growth", "-1"}};
     for (const std::vector<std::string>& options : cases) {
         std::vector<std::string> arguments{samples, "-o", picture};
         arguments.insert(arguments.end(), options.begin(), options.end());
@@ -223,6 +237,53 @@ TEST(Replay, EveryStrokeIsUndoneAndRedoneToTheSameBytes)
     EXPECT_EQ(StatOf(undone, "plane hash"), StatOf(plain, "plane hash"));
     EXPECT_NE(StatOf(undone, "undo"), "");
     EXPECT_EQ(StatOf(plain, "undo"), "");
+}
+
+TEST(Replay, FillsReachWhatTheStrokesEncloseWithinTheSelectionAndAreUndone)
+{
+    std::string circle;
+    for (int i = 0; i <= 400; ++i)
+        circle += std::to_string(i / 100.0) + " " + std::to_string(100 + 60 * std::cos(i * 0.0160)) + " " +
+                  std::to_string(100 + 60 * std::sin(i * 0.0160)) + " 1\n";
+    const std::string samples = WriteFile("circle.dat", circle);
+    const std::string picture = (kOutput / "filled.png").string();
+    const auto paint = [&](std::vector<std::string> options) {
+        std::vector<std::string> arguments{samples,    "-o",         picture,        "--size", "200x200",
+                                           "--radius", "4",          "--background", "none",   "--color",
+                                           "#0000ff",  "--pressure", "none",         "--undo"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const RunResult run = RunProgram(arguments);
+        EXPECT_EQ(run.status, 0) << run.errors;
+        int width = 0;
+        int height = 0;
+        return ReadPng(picture, width, height);
+    };
+    const auto at = [](const std::vector<uint8_t>& pixels, int x, int y) {
+        const size_t i = static_cast<size_t>(4 * (y * 200 + x));
+        return std::vector<int>(pixels.begin() + static_cast<ptrdiff_t>(i),
+                                pixels.begin() + static_cast<ptrdiff_t>(i + 4));
+    };
+    const std::vector<int> red = {255, 0, 0, 255};
+    const std::vector<int> nothing = {0, 0, 0, 0};
+    const std::vector<uint8_t> filled = paint({"--fill", "100,100,#f00,0.1"});
+    for (int angle = 0; angle < 360; angle += 15) {
+        const double x = std::cos(angle * 0.01745);
+        const double y = std::sin(angle * 0.01745);
+        EXPECT_EQ(at(filled, static_cast<int>(100 + 50 * x), static_cast<int>(100 + 50 * y)), red) << angle;
+        EXPECT_EQ(at(filled, static_cast<int>(100 + 70 * x), static_cast<int>(100 + 70 * y)), nothing) << angle;
+        EXPECT_EQ(at(filled, static_cast<int>(100 + 60 * x), static_cast<int>(100 + 60 * y))[2], 255) << angle;
+        for (int r = 50; r < 60; ++r)  // no gap between the fill and the line
+            EXPECT_EQ(at(filled, static_cast<int>(100 + r * x), static_cast<int>(100 + r * y))[3], 255) << angle;
+    }
+    const std::vector<uint8_t> half = paint({"--select", "60,60,30,30", "--select", "60,110,30,20", "--fill",
+                                             "70,70,#f00,0.1", "--fill", "70,120,#f00,0.1"});
+    EXPECT_EQ(at(half, 70, 70), red);
+    EXPECT_EQ(at(half, 70, 120), red);
+    EXPECT_EQ(at(half, 70, 100), nothing) << "between the rectangles";
+    EXPECT_EQ(at(half, 95, 70), nothing);
+    const std::vector<uint8_t> grown = paint({"--fill", "100,100,#f00,0.1", "--fill-growth", "20"});
+    EXPECT_EQ(at(grown, 172, 100), red) << "over the line and beyond";
+    EXPECT_EQ(at(grown, 182, 100), nothing);
 }
 
 TEST(Replay, TheUndoCheckFindsWhatWasNotRecorded)

@@ -30,7 +30,7 @@ TEST(ColorMatch, IsThatOfStraightColoursToOne65535thOfFullScale)
     std::vector<uint8_t> pixels = RandomPixels(3000, 11);
     const std::vector<uint8_t> greys = AllPremultipliedGreys();
     pixels.insert(pixels.end(), greys.begin(), greys.end());
-    Random random(12);
+    RandomBits random(12);
     for (int round = 0; round < 60; ++round) {
         const uint32_t seed = PackedAt(pixels, static_cast<size_t>(random.Below(static_cast<int>(pixels.size() / 4))));
         for (const float tolerance : kTolerances) {
@@ -86,7 +86,7 @@ TEST_P(MatchKernels, GiveTheBitsOfSinglePixels)
     for (size_t i = 3; i < opaque.size(); i += 4)
         opaque[i] = 255;
     const int words = static_cast<int>(pixels.size() / 256);
-    Random pick(22);
+    RandomBits pick(22);
     kernels::Use(&k);
     for (int round = 0; round < 40; ++round) {
         const uint32_t seed = PackedAt(pixels, static_cast<size_t>(pick.Below(64 * words)));

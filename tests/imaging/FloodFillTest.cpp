@@ -292,4 +292,40 @@ TEST(SmoothFill, AddsNothingAtHardEdgesAndKeepsToTheArea)
     EXPECT_EQ(fill.GetRegion().GetBounds(), ilTile(-8, 5, 10, 20));  // column 2 is the end of what can be seen
 }
 
+TEST(FloodFill, GrowsByADiscWithinTheArea)
+{
+    const ilTile area(-100, -90, 200, 180);
+    for (const int growth : {0, 1, 3, 20}) {
+        Random random(5);
+        for (int round = 0; round < 4; ++round) {
+            const Image source = MakeImage(4), mask = MakeImage(1);
+            for (int i = 0; i < 12; ++i)
+                source->fillTile(random.Tile(-100, 60, 60), i % 2 == 0 ? kBlack : kWhite);
+            source->fillTile({-3, -3, 6, 6}, kWhite);
+            CachedSmartImage from(source), to(mask);
+            FloodFillOperation fill(from, to, area, 0, PaintColor());
+            ASSERT_TRUE(fill.DoFlood(0, 0));
+            const Image grown = MakeImage(1);
+            CachedSmartImage toGrown(grown);
+            FloodFillOperation wide(from, toGrown, area, 0, PaintColor());
+            wide.SetGrowth(growth);
+            ASSERT_TRUE(wide.DoFlood(0, 0));
+            for (int y = area.y; y < area.Bottom(); ++y)
+                for (int x = area.x; x < area.Right(); ++x) {
+                    int nearest = INT32_MAX;  // squared distance to the plain region
+                    for (int dy = -growth - 1; dy <= growth + 1; ++dy)
+                        for (int dx = -growth - 1; dx <= growth + 1; ++dx)
+                            if (area.Contains(x + dx, y + dy) && fill.GetRegion().GetCoverage(x + dx, y + dy) != 0)
+                                nearest = std::min(nearest, dx * dx + dy * dy);
+                    const int coverage = grown->GetPixel(x, y).GetAlpha();
+                    const bool isNear = nearest <= growth * growth;
+                    if (isNear || nearest > (growth + 1) * (growth + 1)) {
+                        ASSERT_EQ(coverage, isNear ? 255 : 0) << x << ", " << y << ", growth " << growth;
+                    }
+                }
+            EXPECT_EQ(FirstDifference(*grown, *MakeImage(1), {-400, -400, 290, 800}), "") << "outside the area";
+        }
+    }
+}
+
 }  // namespace

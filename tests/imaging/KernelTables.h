@@ -45,9 +45,9 @@ private:
 };
 
 /// 32 random bits a call, the same for the same seed everywhere.
-class Random {
+class RandomBits {
 public:
-    explicit Random(uint32_t seed) : engine_(seed) {}
+    explicit RandomBits(uint32_t seed) : engine_(seed) {}
     uint32_t operator()() { return static_cast<uint32_t>(engine_()); }
     int Below(int bound) { return static_cast<int>((*this)() % static_cast<uint32_t>(bound)); }
 
@@ -57,7 +57,7 @@ private:
 
 inline std::vector<uint8_t> RandomBytes(size_t size, uint32_t seed)
 {
-    Random random(seed);
+    RandomBits random(seed);
     std::vector<uint8_t> bytes(size);
     for (uint8_t& byte : bytes) {
         // The ends of the range are where rules change: make them common.

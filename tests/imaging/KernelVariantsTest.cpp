@@ -81,7 +81,7 @@ TEST_P(KernelVariants, SpansGiveTheBaselinesBytesForEveryAlphaAndValue)
 
 TEST_P(KernelVariants, SpansOfEveryLengthGiveTheBaselinesBytesAndNoMore)
 {
-    Random random(71);
+    RandomBits random(71);
     std::vector<int> counts = {2048, 2049, 2063, 8200};  // long enough to be prefetched
     for (int count = 0; count <= 2 * 64 + 3; ++count)
         counts.push_back(count);
@@ -105,7 +105,7 @@ TEST_P(KernelVariants, SpansOfEveryLengthGiveTheBaselinesBytesAndNoMore)
 TEST_P(KernelVariants, StampsGiveTheBaselinesBytes)
 {
     constexpr size_t kPageBytes = 64 * 64 * 4;
-    Random random(81);
+    RandomBits random(81);
     for (int round = 0; round < 400; ++round) {
         const int channels = round % 2 == 0 ? 4 : 1;
         const std::vector<uint8_t> page = RandomPixels(kPageBytes / 4, random());

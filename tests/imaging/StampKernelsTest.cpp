@@ -150,7 +150,7 @@ TEST_P(StampKernels, FaintStampsApproachTheColourFromBelowWithoutBanding)
 TEST_P(StampKernels, ThousandsOfAnyStampsKeepColourWithinAlpha)
 {
     Canvas canvas(4);
-    Random random(11);
+    RandomBits random(11);
     for (int n = 0; n < 4000; ++n) {
         const double alpha = random.Below(256);
         const auto part = [&] { return random.Below(5) == 0 ? alpha : alpha * random.Below(256) / 255; };
@@ -220,7 +220,7 @@ TEST_P(StampKernels, DryWetStrokeDoesNotDarkenWhereItCrossesItself)
 
 TEST_P(StampKernels, OnlyRowsAndColumnsOfTheBlockChange)
 {
-    Random random(5);
+    RandomBits random(5);
     for (int round = 0; round < 300; ++round) {
         const int channels = round % 2 == 0 ? 4 : 1;
         const int x0 = random.Below(64);

@@ -137,7 +137,7 @@ TEST(LayerStackPixels, InvertingAndFlippingTwiceIsTheIdentity)
     document.Paint({20, 20, 100, 64}, ilPixel::Coverage(90));
     document.Paint({20, 20, 10, 10}, ilPixel::Coverage(9));
     // Transform groups are filled elsewhere.
-    const_cast<qs::list<qs::vector<PntHandle>>&>(stack.GetTransformGroups()).push_back({document.image, other});
+    stack.AddTransformGroup({document.image, other});
     EXPECT_EQ(stack.GetLayersFlippedWith(other), (qs::vector<PntHandle>{document.image, other, stencil}));
 
     const auto state = [&] {
