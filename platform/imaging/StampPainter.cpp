@@ -38,6 +38,8 @@ void ReadTiled(const ilImage& image, const ilTile& tile, uint8_t* rows, ptrdiff_
 bool StampPainter::NarrowToCoveredRows(ilTile& part) const
 {
     const StampCoverage& coverage = *placed_.coverage;
+    if (part.nx == coverage.GetWidth())
+        return true;  // all columns: every row has something
     const int left = placed_.x + coverage.GetLeft();
     const int top = placed_.y + coverage.GetTop();
     const auto misses = [&](int y) {
