@@ -11,6 +11,13 @@ namespace {
 /// More than this wait for memory, not for a processor.
 constexpr size_t kMostHelpers = 7;
 
+/// Asked once: the system reads a file for it.
+size_t CountProcessors()
+{
+    static const size_t count = std::max(1U, std::thread::hardware_concurrency());
+    return count;
+}
+
 }  // namespace
 
 void ParallelFor(int count, int grain, const std::function<void(int begin, int end)>& body)
@@ -21,8 +28,7 @@ void ParallelFor(int count, int grain, const std::function<void(int begin, int e
             body(begin, std::min(begin + grain, count));
     };
     const auto pieces = static_cast<size_t>((count + grain - 1) / grain);
-    const size_t processors = std::max(1U, std::thread::hardware_concurrency());
-    const size_t wanted = std::min({kMostHelpers, processors - 1, pieces > 0 ? pieces - 1 : 0});
+    const size_t wanted = pieces < 2 ? 0 : std::min({kMostHelpers, CountProcessors() - 1, pieces - 1});
     std::array<std::jthread, kMostHelpers> helpers;  // joined when they go
     try {
         for (size_t i = 0; i < wanted; ++i)
