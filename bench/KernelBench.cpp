@@ -6,8 +6,10 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -97,6 +99,10 @@ void AddSpans(const KernelTable& k, const std::string& suffix)
     Add("paintOver" + suffix, [&k](Operands& o) { k.paintOver(o.dst, o.src, n); });
     Add(
         "paintOverRow" + suffix, [&k](Operands& o) { k.paintOver(o.dst, o.src, kRowPixels); }, kRowPixels);
+    Add("composeOver4" + suffix, [&k](Operands& o) {
+        const uint8_t* const sources[] = {o.src, o.low, o.src + 4 * n, o.low + 4 * n};
+        k.composeOver(o.dst, sources, 4, n);
+    });
     Add("paintOverWeighted" + suffix, [&k](Operands& o) { k.paintOverWeighted(o.dst, o.src, w, n); });
     Add("paintOverCoverage" + suffix, [&k](Operands& o) { k.paintOverCoverage(o.dst, o.src, o.coverage, w, n); });
     Add("paintOverWeighted1" + suffix, [&k](Operands& o) { k.paintOverWeighted1(o.dst, o.src, w, n); });
@@ -119,6 +125,70 @@ void AddSpans(const KernelTable& k, const std::string& suffix)
         k.foldWords(o.src, 4 * n, &all, &any);
         benchmark::DoNotOptimize(all ^ any);
     });
+}
+
+void AddLooks(const KernelTable& k, const std::string& suffix)
+{
+    static constexpr kernels::PixelMatch kMatch{{60, 90, 150, 200}, {0, 0, 0, 100}, {255, 255, 255, 255}, 20000};
+    static uint64_t bits[kSpanPixels / 64];
+    constexpr int words = kSpanPixels / 64;
+    Add("matchPixels" + suffix, [&k](Operands& o) { k.matchPixels(bits, o.src, kMatch, words); });
+    Add("matchOpaquePixels" + suffix, [&k](Operands& o) { k.matchOpaquePixels(bits, o.src, kMatch, words); });
+    Add("matchCoverage" + suffix, [&k](Operands& o) { k.matchCoverage(bits, o.coverage, kMatch, words); });
+}
+
+/// Operands of the kernels that resample and adjust: a row of 512 pixels as floats.
+struct FloatOperands {
+    static constexpr int kPixels = 512;
+    alignas(64) float src[4 * (kPixels + 8) * 8];
+    alignas(64) float dst[4 * kPixels];
+    int32_t firsts[kPixels];
+    float weights[4 * kPixels];
+    int32_t x[kPixels], y[kPixels];
+    float bicubicWeights[kernels::kSampleUnit][4];
+    float curve[257];
+
+    FloatOperands()
+    {
+        for (size_t i = 0; i < std::size(src); ++i)
+            src[i] = static_cast<float>(i % 255);
+        for (int i = 0; i < kPixels; ++i) {
+            firsts[i] = i;
+            x[i] = i * kernels::kSampleUnit + 1024 + i;
+            y[i] = 2 * kernels::kSampleUnit + i;
+        }
+        std::fill(std::begin(weights), std::end(weights), 0.25F);
+        for (auto& row : bicubicWeights)
+            std::fill(std::begin(row), std::end(row), 0.25F);
+        for (int i = 0; i < 257; ++i)
+            curve[i] = static_cast<float>(std::min(i, 255));
+    }
+};
+
+void AddResampling(const KernelTable& k, const std::string& suffix)
+{
+    static FloatOperands f;
+    constexpr int n = FloatOperands::kPixels;
+    static const kernels::SampleSource source{f.src, 4 * (n + 8), 4, f.bicubicWeights};
+    static const kernels::ColorAdjustment adjustment{{f.curve, f.curve, f.curve, f.curve}, true, 3, 1.5F, 0.1F, 0.8F};
+    Add(
+        "bytesToFloats" + suffix, [&k](Operands& o) { k.bytesToFloats(f.dst, o.src, 4 * n); }, n);
+    Add(
+        "floatsToPixels" + suffix, [&k](Operands& o) { k.floatsToPixels(o.dst, f.src, 1, n); }, n);
+    Add(
+        "addWeighted" + suffix, [&k](Operands&) { k.addWeighted(f.dst, f.src, 0.5F, 4 * n); }, n);
+    Add(
+        "filterRow4" + suffix, [&k](Operands&) { k.filterRow(f.dst, f.src, f.firsts, f.weights, 4, 4, n); }, n);
+    Add(
+        "sampleBilinear" + suffix, [&k](Operands&) { k.sampleBilinear(f.dst, source, f.x, f.y, n); }, n);
+    Add(
+        "sampleBicubic" + suffix, [&k](Operands&) { k.sampleBicubic(f.dst, source, f.x, f.y, n); }, n);
+    Add(
+        "adjustColor" + suffix, [&k](Operands& o) { k.adjustColor(o.src, adjustment, n); }, n);
+    Add(
+        "mixBytes" + suffix, [&k](Operands& o) { k.mixBytes(o.dst, o.src, 0.5F, 4 * n); }, n);
+    Add(
+        "sharpenColor" + suffix, [&k](Operands& o) { k.sharpenColor(o.dst, o.src, 0.5F, n); }, n);
 }
 
 void AddBlendModes(const KernelTable& k, const std::string& suffix)
@@ -157,6 +227,8 @@ bool AddAll()
         const std::string suffix = std::string("/") + (*table)->name;
         AddStamps(**table, suffix);
         AddSpans(**table, suffix);
+        AddLooks(**table, suffix);
+        AddResampling(**table, suffix);
         AddBlendModes(**table, suffix);
         AddMemoryBound(**table, suffix, kRowPixels);
         AddMemoryBound(**table, suffix, kPagePixels);
