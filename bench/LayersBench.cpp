@@ -1,8 +1,9 @@
-// Composites of many full layers on 4096 × 4096: all of them, and one damaged square. The layers are dense (every
-// alpha from 1 to 254), painted (12 soft discs each) or faint (every alpha from 1 to 24: no number of them hides what
-// lies below; beyond eight they share their pages). PAINTLAYER_BENCH_FULL=1 adds 200 dense ones (14 GiB).
+// Composites of many full layers on 4096 × 4096: all of them, one damaged square, and a merge. The layers are dense
+// (every alpha from 1 to 254), painted (12 soft discs each) or faint (every alpha from 1 to 24: no number of them hides
+// what lies below; beyond eight they share their pages). PAINTLAYER_BENCH_FULL=1 adds 200 dense ones (14 GiB).
 
 #include "bench/BenchDocument.h"
+#include "undo/UndoStore.h"
 
 #include <benchmark/benchmark.h>
 
@@ -128,6 +129,23 @@ void BM_Damage256(benchmark::State& state)
     }
 }
 
+/// All layers become one; each time from the document as it was.
+void BM_MergeAll(benchmark::State& state)
+{
+    GetDocument(static_cast<Kind>(state.range(0)), static_cast<int>(state.range(1)));
+    SetupPntUndoQueue();
+    PaintCore.SuspendUndo(false);
+    for (auto _ : state) {
+        if (!PaintCore.MergeAllLayers())
+            state.SkipWithError("nothing was merged");
+        state.PauseTiming();
+        PaintUndoQueue()->Undo();
+        state.ResumeTiming();
+    }
+    PaintCore.FlushUndoQueue();
+    PaintCore.SuspendUndo(true);
+}
+
 void Register()
 {
     const bool isFull = std::getenv("PAINTLAYER_BENCH_FULL") != nullptr;
@@ -142,6 +160,10 @@ void Register()
             benchmark::RegisterBenchmark(("BM_Damage256" + arguments).c_str(), BM_Damage256)
                 ->Args({kind, layers})
                 ->Unit(benchmark::kMicrosecond);
+            if (layers <= 50)
+                benchmark::RegisterBenchmark(("BM_MergeAll" + arguments).c_str(), BM_MergeAll)
+                    ->Args({kind, layers})
+                    ->Unit(benchmark::kMillisecond);
         }
 }
 
