@@ -1,15 +1,17 @@
-# paintlayer_add_folder(name [SOURCES file...] [GLOB] [LINKS folder...] [PEERS folder...])
+# paintlayer_add_folder(name [SOURCES file...] [GLOB] [DIRECTORIES directory...] [LINKS folder...] [PEERS folder...])
 #
 # Makes the object library paintlayer_<name> of the current directory and registers it for the shared library.
-# SOURCES: its files. GLOB: every .cpp directly in the directory besides.
+# SOURCES: its files. GLOB: every .cpp directly in the directory and in those of DIRECTORIES besides.
 # LINKS:   folders below, which this one may include; theirs are included with them.
 # PEERS:   folders of the same tier, which may include one another as long as their files form no circle.
 # LINKS and PEERS are what the test includes.run-one-way checks. A folder without sources becomes header-only.
 function(paintlayer_add_folder name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "GLOB" "" "SOURCES;LINKS;PEERS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "GLOB" "" "SOURCES;DIRECTORIES;LINKS;PEERS")
     if(arg_GLOB)
-        file(GLOB globbed CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
-        list(APPEND arg_SOURCES ${globbed})
+        foreach(directory IN ITEMS . ${arg_DIRECTORIES})
+            file(GLOB globbed CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${directory}/*.cpp")
+            list(APPEND arg_SOURCES ${globbed})
+        endforeach()
     endif()
 
     set(target paintlayer_${name})

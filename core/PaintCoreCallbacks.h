@@ -22,7 +22,7 @@ struct PAINTLAYER_EXPORT PaintCoreCallbacks {
     int (*DebugLevelCB)() = nullptr;  // 7: 8214 dumps, 8001 marks
     Unused unused8 = nullptr;  // 8
     Unused unused9 = nullptr;  // 9
-    void (*MessageCB)(int x, int y, int kind, int position, const char* text) = nullptr;  // 10
+    void (*MessageCB)(int x, int y, int kind, int* result, const char* text) = nullptr;  // 10: result is not read
     void (*BusyCB)(bool busy) = nullptr;  // 11: around lengthy work
     void (*StackEditedCB)(bool edited) = nullptr;  // 12
     void (*LayerImageChangedCB)(PntHandle layer) = nullptr;  // 13

@@ -1,7 +1,7 @@
 #include "core/PortBindings.h"
 
 #include "core/HostCalls.h"
-#include "core/PaintManager.h"
+#include "core/PaintSession.h"
 #include "layers/DocumentPort.h"
 #include "stack/StackPort.h"
 #include "undo/UndoPort.h"
@@ -49,6 +49,18 @@ qs::vector<PntHandle> GetContainerHandles(int layerStack, int mode)
     return PaintCore.GetLayerContainerHandles(static_cast<LayerMode>(mode), false, layerStack);
 }
 
+PaintSession& Session()
+{
+    return PaintSession::Of(PaintCore);
+}
+
+/// Tells the host when the document has settled, with values as they are now.
+template <class Call>
+void Tell(Call call)
+{
+    Session().notices.Tell(std::move(call));
+}
+
 int GetUsedSlotFrom(int from)
 {
     for (int i = from > 0 ? from : 0; i < PaintManager::kMaxLayerStacks; ++i)
@@ -82,6 +94,9 @@ PaintColor GetDefaultBackgroundColor()
 
 bool FinishStroke()
 {
+    // A command that takes itself back comes here while it holds all notices.
+    if (Session().notices.IsAsking())
+        return false;
     PaintCore.EndBrushStroke();
     return !PaintCore.InBrushStroke();
 }
@@ -96,6 +111,7 @@ bool MayRestore(PaintManager* manager, int stackHandle)
 {
     PntHandle restored = Of(manager).GetCurrentLayerContainerHandle(stackHandle);
     const auto entry = Of(manager).CB()->UndoRestoreCB;
+    const Notices::Question question(Session().notices);
     return entry == nullptr || entry(stackHandle, restored);
 }
 
@@ -111,11 +127,15 @@ void BindUndoPort()
         .GetCurrentContainer = [](PaintManager* manager,
                                   int handle) { return Of(manager).GetCurrentLayerContainerHandle(handle); },
         .ReplaceLayerStack = [](PaintManager* manager, const qs::Reference<LayerStack>& stack,
-                                int handle) { Of(manager).ReplaceLayerStack(stack, handle); },
+                                int handle) { PaintSession::Of(Of(manager)).ReplaceDocument(stack, handle); },
         .FinishStroke = FinishStroke,
-        .ContentChanged = [](PaintManager* manager) { Of(manager).UpdateProcessedLayerImage(); },
+        .ContentChanged = [](PaintManager* manager) { PaintSession::Of(Of(manager)).UpdateProcessedLayerImage(); },
         .MayRestore = MayRestore,
-        .Message = [](const char* text) { CallHost(PaintCore.CB()->MessageCB, -1, -1, 16, 0, text); },
+        .Message =
+            [](const char* text) {
+                int result = 0;
+                CallHost(PaintCore.CB()->MessageCB, -1, -1, 16, &result, text);
+            },
     };
 }
 
@@ -124,6 +144,11 @@ void BindUndoPort()
 void BindPorts()
 {
     GetNeutralPorts();
+    // Whatever it was that could not be told, the documents are other ones now.
+    GetNeutralPorts().stack.notices->SetLostCall([] {
+        CallHost(PaintCore.CB()->StackEditedCB, true);
+        PaintCore.StackChangedSignal.Emit(true);
+    });
     GetDocumentPort() = {
         .FindLayer = FindLayer,
         .GetMaskLayers = [](const PntHandle& owner) { return FindFollowers(owner, &LayerStack::getMaskLayers); },
@@ -135,26 +160,34 @@ void BindPorts()
         .GetContainerHandles = GetContainerHandles,
         .GetLayerStackCount = [] { return PaintCore.GetLayerStackCount(); },
         .GetUsedSlotFrom = GetUsedSlotFrom,
-        .LayerImageChanged = [](const PntHandle& handle) { CallHost(PaintCore.CB()->LayerImageChangedCB, handle); },
+        .LayerImageChanged =
+            [](const PntHandle& handle) { Tell([handle] { CallHost(PaintCore.CB()->LayerImageChangedCB, handle); }); },
         .ContainerRemoved =
             [](const PntHandle& handle) {
-                PaintCore.ContainerRemovedSignal.Emit(PaintCore.GetCurrentLayerStack(), handle);
+                Tell([handle, stack = PaintCore.GetCurrentLayerStack()] {
+                    PaintCore.ContainerRemovedSignal.Emit(stack, handle);
+                });
             },
         .GetDebugLevel = GetDebugLevel,
     };
     GetStackPort() = {
         .DefaultBackgroundColor = GetDefaultBackgroundColor,
-        .CanvasUpdated = [] { CallHost(PaintCore.CB()->CanvasUpdatedCB); },
-        .StackEdited = [](bool edited) { CallHost(PaintCore.CB()->StackEditedCB, edited); },
-        .StackChanged = [](bool changed) { PaintCore.StackChangedSignal.Emit(changed); },
+        .CanvasUpdated = [] { Tell([] { CallHost(PaintCore.CB()->CanvasUpdatedCB); }); },
+        .StackEdited = [](bool edited) { Tell([edited] { CallHost(PaintCore.CB()->StackEditedCB, edited); }); },
+        .StackChanged = [](bool changed) { Tell([changed] { PaintCore.StackChangedSignal.Emit(changed); }); },
         .ContainerAdded =
             [](int stackHandle, const PntHandle& container) {
-                PaintCore.ContainerAddedSignal.Emit(stackHandle, container);
+                Tell([stackHandle, container] { PaintCore.ContainerAddedSignal.Emit(stackHandle, container); });
             },
-        .ContainerState = [](const PntHandle& container) { PaintCore.ContainerStateSignal.Emit(container); },
-        .LayerRenamed = [](const PntHandle& container) { CallHost(PaintCore.CB()->LayerRenamedCB, container); },
-        .TransformGroup = [](const PntHandle& layer) { PaintCore.TransformGroupSignal.Emit(layer); },
+        .ContainerState =
+            [](const PntHandle& container) { Tell([container] { PaintCore.ContainerStateSignal.Emit(container); }); },
+        .LayerRenamed =
+            [](const PntHandle& container) {
+                Tell([container] { CallHost(PaintCore.CB()->LayerRenamedCB, container); });
+            },
+        .TransformGroup = [](const PntHandle& layer) { Tell([layer] { PaintCore.TransformGroupSignal.Emit(layer); }); },
         .GetStackHandle = GetStackHandle,
+        .notices = GetNeutralPorts().stack.notices,
     };
     BindUndoPort();
 }
@@ -164,4 +197,5 @@ void UnbindPorts()
     GetDocumentPort() = GetNeutralPorts().document;
     GetStackPort() = GetNeutralPorts().stack;
     GetUndoPort() = GetNeutralPorts().undo;
+    GetNeutralPorts().stack.notices->SetLostCall({});
 }

@@ -131,7 +131,6 @@ void LayerStack::SetShowCurrentLayerOnly(bool on)
     if (on == showCurrentLayerOnly_)
         return;
     showCurrentLayerOnly_ = on;
-    composite_.BuildCache(this, false);
     DamageCanvas();
 }
 

@@ -157,6 +157,10 @@ public:
     bool AddLayerToStack(Layer* layer, const PntHandle& where, bool above);
     bool AddLayerFolderToStack(LayerFolder* folder, LayerMode mode, const PntHandle& where);
 
+    /// Takes a layer out of its folder, with all that is hard-linked to it; a folder that it leaves empty goes as well.
+    /// A current layer among them gives way to its neighbour. Not redrawn. Nothing for a layer that is not here.
+    void RemoveLayerFromStack(Layer* layer);
+
     /// Adds `layer` beside the container that `where` names (inside a folder's top, when not `above`), else at the top
     /// or bottom of its mode's folder, and makes it current. With `rebuild` the composites follow at once, else at
     /// the next update. Returns its handle.
@@ -225,6 +229,9 @@ public:
 
     void SetLayerVisible(const PntHandle& handle, bool visible, bool redraw);
     bool isLayerVisible(const PntHandle& handle) const;
+
+    /// Visible, and not in an inactive folder: what strokes and fills may change.
+    bool IsShown(const Layer& layer) const;
 
     /// All layers of the three folders, or the named ones.
     void SetAllLayerVisible(bool visible, bool redraw);
@@ -397,8 +404,8 @@ public:
     // ones end in the soft or anti-aliased edge around it. Throws std::bad_alloc, with nothing changed. ---
 
     /// Fills a raster layer with the colour; a mask, a stencil and the selection mask with its alpha as coverage. A
-    /// used selection limits it. False, with nothing changed, on a layer that is hidden or locked, itself or by its
-    /// folder, for a point outside the canvas or the selection, and for a tolerance or colour that is no number.
+    /// used selection limits it. False, with nothing changed, on a layer that is hidden, itself or by its folder,
+    /// for a point outside the canvas or the selection, and for a tolerance or colour that is no number.
     bool FloodFillDone(int x, int y, float tolerance, const PaintColor& color, const PntHandle& layer);
 
     /// fillTile: becomes the canvas area of what was filled. The preview image is accepted and not used: it is the
@@ -463,6 +470,7 @@ public:
     /// Adds a layer to the group of the current layer, which becomes one with it if there is none; takes a layer out
     /// of it, or out of whatever group it is in. A group of one layer is none. False when nothing changes.
     bool addLayerToCurrTransformGroup(const PntHandle& handle);
+    bool AddToTransformGroupOf(const PntHandle& member, const PntHandle& handle);  // the group of another layer
     bool removeLayerFromCurrTransformGroup(const PntHandle& handle);
     bool removeLayerFromTransformGroup(const PntHandle& handle);
 
@@ -568,9 +576,9 @@ public:
     };
 
     /// Puts an independent copy of the current layer beside it (above, or below), or at the top (bottom) of the folder
-    /// of its mode, and makes it current; pages are shared. Named "<name> copy", "<name> copy 2" and so on. Masks and
-    /// stencils that are hard-linked to the source are duplicated with it. In another role the pixels are converted as
-    /// Layer::DuplicateAs does. redraw: the image plane follows at once.
+    /// of its mode, and makes it current; pages are shared, and a raster layer's offset goes into its pixels. Named as
+    /// its source with -1, -2 and so on. Masks and stencils that are hard-linked to the source are duplicated with it.
+    /// In another role the pixels are converted as Layer::DuplicateAs does. redraw: the image plane follows at once.
     /// connect: a mask or stencil acts on its source when that is an image layer, else on its source's owners.
     /// Returns the new handle; the null handle for the selection mask, an object-image layer or an unknown target.
     PntHandle DuplicateCurrentLayer(bool above, bool redraw, int target, bool connect);
@@ -601,31 +609,32 @@ public:
     // --- cropping (LayerStackCrop.cpp); tiles are canvas pixels, empty ones refused ---
 
     /// Makes what a layer holds outside the tile, or outside the canvas, transparent.
-    void CropLayer(const PntHandle& layer, const ilTile& canvasTile);
-    void CropLayerToBrushClippingRect(const PntHandle& layer);
+    bool CropLayer(const PntHandle& layer, const ilTile& canvasTile);
+    bool CropLayerToBrushClippingRect(const PntHandle& layer);
 
     /// Makes the tile the canvas, as ResizeDocument does: no pixel is lost. False as well when it misses the canvas.
     bool CropDocument(const ilTile& canvasTile);
 
-    // --- pixels of a layer (LayerStackPixels.cpp); the layer's image is written, and the image plane follows ---
+    // --- pixels of a layer (LayerStackPixels.cpp); the layer's image is written, and the image plane follows. False
+    // when there is nothing to change ---
 
     /// Makes everything transparent, the unstored area included; a selection does not matter.
-    void ClearCurrentLayer();
-    void ClearLayerImageByRect(const PntHandle& layer, const ilTile& canvasTile);
+    bool ClearCurrentLayer();
+    bool ClearLayerImageByRect(const PntHandle& layer, const ilTile& canvasTile);
 
     /// Takes away as much of each pixel as the selection covers; nothing while no selection is used.
-    void ClearLayerImageBySelMask(const PntHandle& layer);
+    bool ClearLayerImageBySelMask(const PntHandle& layer);
 
     /// Inverts the colours of an image layer, through the selection while one is used.
-    void InvertImageLayer(const PntHandle& layer);
+    bool InvertImageLayer(const PntHandle& layer);
 
     /// Inverts a mask or stencil of the folders, the unstored area included.
-    void InvertMaskLayer(const PntHandle& layer);
-    void InvertStencilLayer(const PntHandle& layer);
+    bool InvertMaskLayer(const PntHandle& layer);
+    bool InvertStencilLayer(const PntHandle& layer);
 
     /// Mirrors the layers of GetLayersFlippedWith within the bounds that the layer, or its transform group as a whole,
     /// has on the canvas. Twice is the identity, offsets and bounds included.
-    void FlipImageLayer(const PntHandle& layer, bool horizontal, bool vertical);
+    bool FlipImageLayer(const PntHandle& layer, bool horizontal, bool vertical);
 
     /// The layer, those of its transform group, and the masks and stencils hard-linked to them.
     qs::vector<PntHandle> GetLayersFlippedWith(const PntHandle& layer) const;
@@ -646,10 +655,15 @@ public:
     /// The bounding tile of the pending damage, which stays.
     ilTile PreviewUpdateTile();
 
+    /// Memory ran out in the middle of a call: all that was composed is made anew at the next update.
+    void DistrustCaches() noexcept;
+
     /// Brings the damaged tiles of `target` up to date, with the mask shown when `overlay`; views are told the tiles
     /// but not called. Nothing happens, and damage stays, while composites are suspended or without a target.
     void UpdateImagePlaneBits(bool overlay, PaintOps* target);
-    void UpdateImagePlaneBits();
+
+    /// The same for the image plane, which is made if there is none.
+    void UpdateImagePlaneBits(bool overlay = true);
 
     /// Updates the image plane, then calls the views. A view may release this stack meanwhile.
     void ForceUpdate();
@@ -729,8 +743,9 @@ private:
     // Structure. A deletion does not redraw.
     bool InsertContainer(LayerContainer* container, LayerFolder* top, const PntHandle& where, bool above);
     void DeleteLayer(Layer* layer, bool keepOne);
-    void RemoveLayerFromStack(Layer* layer);
-    Layer* ChooseCurrentAfter(Layer* layer) const;
+    qs::vector<qs::Reference<Layer>> WithHardLinked(Layer* layer) const;
+    Layer* ChooseCurrentAfter(Layer* layer, const qs::vector<qs::Reference<Layer>>& leaving) const;
+    void TakeOut(Layer* layer);
     void EnsureImageLayer();
     void DeleteLayersOf(LayerFolder* folder, bool keepHardLinked);
 
@@ -753,6 +768,8 @@ private:
     void TellChanged(Layer& layer);
     void DamageCanvas();
     void DamageLayer(Layer& layer);
+    struct EndedProxy;
+    bool AskWhetherEditsStay(const EndedProxy& ended);
     void DropProxyEdits(Layer& layer, bool goesOn);
     void DamageProxyEdits(Layer& layer);
 
@@ -795,7 +812,7 @@ private:
     ilTile CanvasOn(const Layer& layer) const;  // in layer coordinates
     ilTile DamageOf(Layer& layer) const;  // where the layer can show, on the canvas
     ilTile ReachOf(Layer& layer) const;  // how far an edit of all its pixels goes, in layer coordinates
-    void InvertLayer(const PntHandle& handle, LayerMode mode);
+    bool InvertLayer(const PntHandle& handle, LayerMode mode);
 
     // Flood fills.
     bool IsFillable(const Layer& layer) const;
@@ -817,6 +834,8 @@ private:
     void ComposeTile(const ilTile& tile, bool overlay, PaintOps& target);
     void DrawOverlay(const ilTile& tile, PaintOps& target);
     bool IsViewer(const LayerStackView* view) const;
+    void TellViewsDamage(const ilTile& onCanvas);
+    void ShowPlane();
     template <class Call>
     void CallViews(Call&& call);
 

@@ -1,4 +1,5 @@
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 #include "stack/StackPort.h"
 
 namespace {
@@ -68,6 +69,7 @@ bool LayerStack::AddLayerFolderToStack(LayerFolder* folder, LayerMode mode, cons
 
 PntHandle LayerStack::AddLayer(Layer* layer, const PntHandle& where, bool rebuild, bool above)
 {
+    const StackEdit edit(*this);
     if (!AddLayerToStack(layer, where, above))
         return kNullHandle;
     BecomeCurrent(layer);
@@ -90,6 +92,7 @@ PntHandle LayerStack::AddLayer(qs::TempReference<ilImage> image, qs::TempReferen
                                LayerType type, bool above, int, const PntHandle& where, bool redraw, int x, int y,
                                bool forceAlphaValid)
 {
+    const StackEdit edit(*this);
     const bool isRaster = type != kLayerTypeShape && type != kLayerTypeObjectImage;
     const bool isMode = mode == kLayerModeImage || mode == kLayerModeMask || mode == kLayerModeStencil;
     if (!isRaster || !isMode || (image && image->GetNumChannels() != ChannelsOf(mode)))
@@ -112,6 +115,7 @@ PntHandle LayerStack::AddLayer(qs::TempReference<ilImage> image, qs::TempReferen
 
 PntHandle LayerStack::AddLayerFolder(LayerMode mode, const PntHandle& where)
 {
+    const StackEdit edit(*this);
     const bool isMode = mode == kLayerModeImage || mode == kLayerModeMask || mode == kLayerModeStencil;
     if (!isMode || !IsTopFolder(FindLayerFolder(where, true)))
         return kNullHandle;

@@ -1,4 +1,5 @@
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 
 #include <algorithm>
 
@@ -51,6 +52,7 @@ void LayerStack::ReleaseStencils(Layer& layer, Layer* heir, bool deleteUnowned)
 
 void LayerStack::BakeStencilMaskToLayer(const PntHandle& handle, bool deleteUnowned, bool newImage)
 {
+    const StackEdit edit(*this);
     BeginEdit();
     const qs::Reference<Layer> layer = GetLayerFromHandle(handle);
     if (layer && BakeStencils(*layer, deleteUnowned, newImage))
@@ -59,6 +61,7 @@ void LayerStack::BakeStencilMaskToLayer(const PntHandle& handle, bool deleteUnow
 
 void LayerStack::BakeAllStencilMaskToLayer()
 {
+    const StackEdit edit(*this);
     BeginEdit();
     const qs::vector<Layer*> images = FlattenedImageLayers(false);
     bool hasBaked = false;

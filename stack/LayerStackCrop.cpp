@@ -1,20 +1,23 @@
 #include "platform/imaging/ImageConvert.h"
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 
-void LayerStack::CropLayer(const PntHandle& handle, const ilTile& canvasTile)
+bool LayerStack::CropLayer(const PntHandle& handle, const ilTile& canvasTile)
 {
+    const StackEdit edit(*this);
     const qs::Reference<Layer> layer = canvasTile.IsEmpty() ? nullptr : BeginPixelEdit(handle);
     if (!layer)
-        return;
+        return false;
     const ilTile before = DamageOf(*layer);
     const ilTile kept = ilTileMoved(canvasTile, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
     layer->TakePixels(*CroppedImage(*layer->GetImage(), ilTileIntersection(kept, ReachOf(*layer))));
     EndPixelEdit(*layer, before);
+    return true;
 }
 
-void LayerStack::CropLayerToBrushClippingRect(const PntHandle& handle)
+bool LayerStack::CropLayerToBrushClippingRect(const PntHandle& handle)
 {
-    CropLayer(handle, size_);
+    return CropLayer(handle, size_);
 }
 
 bool LayerStack::CropDocument(const ilTile& canvasTile)

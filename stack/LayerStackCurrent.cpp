@@ -1,5 +1,6 @@
 #include "platform/imaging/MaskingPaintOps.h"
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 #include "stack/StackPort.h"
 
 void LayerStack::BecomeCurrent(Layer* layer)
@@ -21,6 +22,7 @@ void LayerStack::RememberCurrentInFolder()
 
 void LayerStack::SetCurrentLayer(const PntHandle& handle, bool redraw, bool splitFlag, bool force)
 {
+    const StackEdit edit(*this);
     LayerContainer* container = GetLayerContainerFromHandle(handle);
     Layer* layer = dynamic_cast<Layer*>(container);
     if (const LayerFolder* folder = dynamic_cast<LayerFolder*>(container))
@@ -32,7 +34,6 @@ void LayerStack::SetCurrentLayer(const PntHandle& handle, bool redraw, bool spli
     const bool hadCompositeMask = HasCompositeMask();
     const bool wasCoverage = isCoverage(currentLayer_);
 
-    const qs::Reference<Layer> kept(layer);  // the host hears of the change, and may delete what it hears of
     EndProxy();
     BecomeCurrent(layer);
     const PntHandle current = GetCurrentLayerContainerHandle();

@@ -1,21 +1,59 @@
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 
-// A deletion picks the next current layer before the old one goes, as the host hears of every removal at once and may
-// ask for the current layer.
+#include <algorithm>
 
-Layer* LayerStack::ChooseCurrentAfter(Layer* layer) const
+/// The layer, and what is hard-linked to it or to one of those.
+qs::vector<qs::Reference<Layer>> LayerStack::WithHardLinked(Layer* layer) const
 {
-    if (Layer* below = GetPreviousLayer(layer))
-        return below;
-    if (Layer* above = GetNextLayer(layer))
-        return above;
-    Layer* bottom = GetBottomLayer(kLayerModeImage);
-    return bottom != layer ? bottom : nullptr;
+    qs::vector<qs::Reference<Layer>> found = {layer};
+    const auto append = [&](const PntHandle& handle) {
+        Layer* follower = GetLayerFromHandle(handle);
+        if (follower->IsHardLinkToOwnerLayer() && std::find(found.begin(), found.end(), follower) == found.end())
+            found.emplace_back(follower);
+    };
+    for (size_t i = 0; i < found.size(); ++i) {
+        const PntHandle owner = found[i]->GetLayerContainerHandle();
+        const qs::vector<PntHandle> masks = getMaskLayers(owner);
+        const qs::vector<PntHandle> stencils = getStencilLayers(owner);
+        std::for_each(masks.begin(), masks.end(), append);
+        std::for_each(stencils.begin(), stencils.end(), append);
+    }
+    return found;
+}
+
+/// The nearest layer below, else above, else the bottom image layer that stays.
+Layer* LayerStack::ChooseCurrentAfter(Layer* layer, const qs::vector<qs::Reference<Layer>>& leaving) const
+{
+    const auto stays = [&](const Layer* one) {
+        return std::find(leaving.begin(), leaving.end(), one) == leaving.end();
+    };
+    for (Layer* below = GetPreviousLayer(layer); below != nullptr; below = GetPreviousLayer(below))
+        if (stays(below))
+            return below;
+    for (Layer* above = GetNextLayer(layer); above != nullptr; above = GetNextLayer(above))
+        if (stays(above))
+            return above;
+    for (Layer* bottom = GetBottomLayer(kLayerModeImage); bottom != nullptr; bottom = GetNextLayer(bottom))
+        if (stays(bottom))
+            return bottom;
+    return nullptr;
 }
 
 void LayerStack::RemoveLayerFromStack(Layer* layer)
 {
-    const qs::Reference<Layer> kept(layer);
+    if (layer == nullptr || HoldingFolder(layer, nullptr) == nullptr)
+        return;
+    const StackEdit edit(*this);
+    const qs::vector<qs::Reference<Layer>> leaving = WithHardLinked(layer);
+    if (std::find(leaving.begin(), leaving.end(), currentLayer_) != leaving.end())
+        BecomeCurrent(ChooseCurrentAfter(layer, leaving));
+    for (const qs::Reference<Layer>& one : leaving)
+        TakeOut(one.get());
+}
+
+void LayerStack::TakeOut(Layer* layer)
+{
     // While it is still found: what it hid or was hidden by has to be composed again.
     if (layer->isStencil())
         SetStencilCompositeDirty(layer->GetLayerContainerHandle());
@@ -44,8 +82,6 @@ void LayerStack::DeleteLayer(Layer* layer, bool keepOne)
         return;
     }
     const qs::Reference<Layer> kept(layer);
-    if (layer == currentLayer_)
-        BecomeCurrent(ChooseCurrentAfter(layer));
     RemoveLayerFromStack(layer);
     if (keepOne)
         EnsureImageLayer();
@@ -62,6 +98,7 @@ void LayerStack::DeleteLayer(Layer* layer, bool keepOne)
 
 void LayerStack::DeleteCurrentLayer(const PntHandle& handle, bool redraw)
 {
+    const StackEdit edit(*this);
     EndProxy();
     Layer* layer = GetLayerFromHandle(handle);
     if (layer == nullptr || layer == selectionMask_)
@@ -78,6 +115,7 @@ void LayerStack::DeleteCurrentLayer(const PntHandle& handle, bool redraw)
 
 void LayerStack::DeleteLayerFolder(LayerFolder* folder)
 {
+    const StackEdit edit(*this);
     LayerFolder* top = nullptr;
     if (HoldingFolder(folder, &top) == nullptr)
         return;
@@ -103,6 +141,7 @@ void LayerStack::DeleteLayerFolder(LayerFolder* folder)
 
 void LayerStack::DeleteAllLayers()
 {
+    const StackEdit edit(*this);
     DeleteAllMasks(false);
     DeleteAllStencils(false, true);
     EndProxy();
@@ -117,6 +156,7 @@ void LayerStack::DeleteAllLayers()
 
 void LayerStack::DeleteInvisibleLayers(bool notify)
 {
+    const StackEdit edit(*this);
     EndProxy();
     qs::vector<PntHandle> handles;
     for (const LayerFolder* folder : TopFolders()) {

@@ -1,4 +1,5 @@
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 #include "stack/StackPort.h"
 
 #include <algorithm>
@@ -7,20 +8,7 @@
 
 namespace {
 
-constexpr std::string_view kCopySuffix = " copy";
 constexpr size_t kLongestName = 127;
-
-/// The name that `name` is a copy of: without a trailing " copy" or " copy 7".
-std::string_view OriginalName(std::string_view name)
-{
-    std::string_view rest = name;
-    const size_t lastOther = rest.find_last_not_of("0123456789");
-    if (lastOther != std::string_view::npos && lastOther + 1 < rest.size() && rest[lastOther] == ' ')
-        rest = rest.substr(0, lastOther);
-    return rest.ends_with(kCopySuffix) && rest.size() > kCopySuffix.size()
-               ? rest.substr(0, rest.size() - kCopySuffix.size())
-               : name;
-}
 
 /// The text cut to at most `bytes`, never within a character of several bytes.
 std::string_view CutText(std::string_view text, size_t bytes)
@@ -41,12 +29,9 @@ bool IsCoverage(const Layer& layer)
 
 qsString::CString LayerStack::MakeCopyName(const char* name) const
 {
-    const std::string_view original = OriginalName(name);
     for (int number = 1;; ++number) {
-        std::string suffix(kCopySuffix);
-        if (number > 1)
-            suffix += " " + std::to_string(number);
-        std::string made = std::string(CutText(original, kLongestName - suffix.size())) + suffix;
+        const std::string suffix = '-' + std::to_string(number);
+        std::string made = std::string(CutText(name, kLongestName - suffix.size())) + suffix;
         if (IsLayerNameUnique(made.c_str()))
             return qsString::CString(std::move(made));
     }
@@ -54,6 +39,7 @@ qsString::CString LayerStack::MakeCopyName(const char* name) const
 
 PntHandle LayerStack::DuplicateCurrentLayer(bool above, bool redraw, int target, bool connect)
 {
+    const StackEdit edit(*this);
     BeginEdit();
     if (currentLayer_ == nullptr || isSelectionMaskCurrent())
         return kNullHandle;
@@ -77,6 +63,8 @@ PntHandle LayerStack::DuplicateLayer(Layer& source, const PntHandle& where, bool
         for (const PntHandle& owner : source.GetOwnerLayerArray())
             made->AddOwnerLayer(GetLayerFromHandle(owner), source.IsHardLinkToOwnerLayer());
 
+    if (made->GetLayerType() == kLayerTypeRaster)
+        made->NormalizeLayerOffset();
     const PaintColor color = source.GetMaskColor();
     const float displayOpacity = source.GetMaskDisplayOpacity();
     made->SetLayerContainerName(MakeCopyName(source.GetLayerContainerName()).c_str());
@@ -88,7 +76,7 @@ PntHandle LayerStack::DuplicateLayer(Layer& source, const PntHandle& where, bool
     }
     GetCurrentLayerPainter();  // with the selection, which limits it again when it was the current layer
     if (redraw)
-        ForceUpdate();
+        ShowChange();
     for (const qs::Reference<Layer>& follower : followers)
         GetStackPort().ContainerAdded(GetStackPort().GetStackHandle(this), follower->GetLayerContainerHandle());
     return added;
@@ -116,6 +104,7 @@ qs::vector<qs::Reference<Layer>> LayerStack::DuplicateFollowers(const Layer& sou
 
 PntHandle LayerStack::CopyLayerAs(const PntHandle& handle, int target, bool connect)
 {
+    const StackEdit edit(*this);
     BeginEdit();
     const Layer* layer = GetLayerFromHandle(handle);
     if (layer == nullptr || layer == selectionMask_ || layer->GetLayerType() == kLayerTypeObjectImage)
@@ -140,6 +129,7 @@ PntHandle LayerStack::CopyLayerToStencil(const PntHandle& handle, bool connect)
 
 PntHandle LayerStack::CopyLayerToImage(const PntHandle& handle)
 {
+    const StackEdit edit(*this);
     BeginEdit();
     const qs::Reference<Layer> layer = GetLayerFromHandle(handle);
     if (!layer)

@@ -1,9 +1,11 @@
 #include "layers/DocumentPort.h"
 #include "platform/imaging/FloodFillOperation.h"
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 
 bool LayerStack::FloodFillDone(int x, int y, float tolerance, const PaintColor& color, const PntHandle& handle)
 {
+    const StackEdit edit(*this);
     const qs::Reference<Layer> layer = GetLayerFromHandle(handle);
     ilTile filled;
     if (!layer || !Flood(*layer, x, y, tolerance, color, false, filled))
@@ -15,6 +17,7 @@ bool LayerStack::FloodFillDone(int x, int y, float tolerance, const PaintColor& 
 bool LayerStack::SmoothFloodFillDone(int x, int y, float tolerance, const PaintColor& color,
                                      const qs::TempReference<ilSmartImage>&, ilTile& fillTile, const PntHandle& handle)
 {
+    const StackEdit edit(*this);
     const qs::Reference<Layer> layer = GetLayerFromHandle(handle);
     if (!layer || !Flood(*layer, x, y, tolerance, color, true, fillTile))
         return false;
@@ -25,10 +28,7 @@ bool LayerStack::SmoothFloodFillDone(int x, int y, float tolerance, const PaintC
 
 bool LayerStack::IsFillable(const Layer& layer) const
 {
-    if (layer.GetLayerType() != kLayerTypeRaster || layer.IsLocked() || !layer.isVisible() || !layer.GetImage())
-        return false;
-    const LayerFolder* folder = HoldingFolder(&layer, nullptr);
-    return folder == nullptr || IsTopFolder(folder) || (folder->isActive() && !folder->IsLocked());
+    return layer.GetLayerType() == kLayerTypeRaster && layer.GetImage() && IsShown(layer);
 }
 
 bool LayerStack::Flood(Layer& layer, int x, int y, float tolerance, const PaintColor& color, bool isSmooth,

@@ -1,4 +1,5 @@
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 
 namespace {
 
@@ -20,6 +21,7 @@ qs::TempReference<ilSmartImage> LayerStack::GetLassoImage(const float* points, i
 
 void LayerStack::LassoSelection(const float* points, int count)
 {
+    const StackEdit edit(*this);
     const qs::TempReference<ilSmartImage> lasso = GetLassoImage(points, count, true);
     if (!lasso)
         return;
@@ -29,6 +31,7 @@ void LayerStack::LassoSelection(const float* points, int count)
 
 bool LayerStack::SelectLasso(const float* points, int count, SelectionMode mode, FillRule rule)
 {
+    const StackEdit edit(*this);
     const qs::TempReference<ilSmartImage> lasso = DrawLasso(points, count, rule, size_);
     if (!lasso)
         return false;

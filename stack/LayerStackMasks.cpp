@@ -1,4 +1,5 @@
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 
 #include <algorithm>
 #include <cmath>
@@ -74,6 +75,7 @@ void LayerStack::SetStencilCompositeDirty(const PntHandle& handle)
 
 void LayerStack::DeleteLayersOf(LayerFolder* folder, bool keepHardLinked)
 {
+    const StackEdit edit(*this);
     EndProxy();
     qs::vector<LayerContainer*> contents;
     folder->GetLCArray_FLATTEN(&contents);
@@ -94,6 +96,7 @@ void LayerStack::DeleteLayersOf(LayerFolder* folder, bool keepHardLinked)
 
 void LayerStack::DeleteAllMasks(bool notify)
 {
+    const StackEdit edit(*this);
     DeleteLayersOf(maskFolder_.get(), false);
     if (notify)
         Notify(true);
@@ -101,6 +104,7 @@ void LayerStack::DeleteAllMasks(bool notify)
 
 void LayerStack::DeleteAllStencils(bool notify, bool all)
 {
+    const StackEdit edit(*this);
     DeleteLayersOf(stencilFolder_.get(), !all);
     if (notify)
         Notify(true);

@@ -2,6 +2,7 @@
 #include "layers/CoverageUnion.h"
 #include "platform/imaging/ImageConvert.h"
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 #include "stack/StackPort.h"
 
 #include <algorithm>
@@ -134,6 +135,7 @@ qs::vector<Layer*> LayerStack::FlattenedImageLayers(bool shownOnly) const
 
 void LayerStack::MergeLayers(const PntHandle& upper, const PntHandle& lower, bool makeCurrent)
 {
+    const StackEdit edit(*this);
     BeginEdit();
     const qs::Reference<Layer> above = FindMergeLayer(upper);
     const qs::Reference<Layer> below = FindMergeLayer(lower);
@@ -169,6 +171,7 @@ void LayerStack::MergeLayers(const PntHandle& upper, const PntHandle& lower, boo
 
 void LayerStack::MergeLayerFolder(LayerFolder* folder)
 {
+    const StackEdit edit(*this);
     BeginEdit();
     const qs::Reference<Layer> receiver = GetLayerFromHandle(GetFolderMergeReceiver(folder));
     if (!receiver)
@@ -197,6 +200,7 @@ void LayerStack::MergeLayerFolder(LayerFolder* folder)
 
 void LayerStack::MergeAllLayers(bool visibleOnly)
 {
+    const StackEdit edit(*this);
     BeginEdit();
     const qs::Reference<Layer> receiver = GetLayerFromHandle(GetMergeAllReceiver(visibleOnly));
     if (!receiver)

@@ -1,7 +1,9 @@
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 
 bool LayerStack::MoveLayer(const PntHandle& moved, const PntHandle& target, bool above)
 {
+    const StackEdit edit(*this);
     LayerContainer* container = GetLayerContainerFromHandle(moved);
     LayerContainer* neighbour = GetLayerContainerFromHandle(target);
     LayerFolder* fromTop = nullptr;

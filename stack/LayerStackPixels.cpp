@@ -2,6 +2,7 @@
 #include "platform/imaging/ImageConvert.h"
 #include "platform/imaging/PageWalk.h"
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 
 #include <algorithm>
 
@@ -89,33 +90,38 @@ ilTile LayerStack::ReachOf(Layer& layer) const
 
 // --- clearing ---
 
-void LayerStack::ClearCurrentLayer()
+bool LayerStack::ClearCurrentLayer()
 {
+    const StackEdit edit(*this);
     const qs::Reference<Layer> layer = BeginPixelEdit(kCurrentLayerHandle);
     if (!layer)
-        return;
+        return false;
     const ilTile before = DamageOf(*layer);
     layer->TakePixels(ilSmartImage(ilPixel(kUnsignedByte, layer->GetImage()->GetNumChannels())));
     EndPixelEdit(*layer, before);
+    return true;
 }
 
-void LayerStack::ClearLayerImageByRect(const PntHandle& handle, const ilTile& canvasTile)
+bool LayerStack::ClearLayerImageByRect(const PntHandle& handle, const ilTile& canvasTile)
 {
+    const StackEdit edit(*this);
     const qs::Reference<Layer> layer = canvasTile.IsEmpty() ? nullptr : BeginPixelEdit(handle);
     if (!layer)
-        return;
+        return false;
     const ilTile onLayer = ilTileMoved(canvasTile, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
     const qs::Reference<ilSmartImage> cleared = SharedCopy(*layer);
     cleared->fillTile(ilTileIntersection(onLayer, ReachOf(*layer)), ilPixel(kUnsignedByte, cleared->GetNumChannels()));
     layer->TakePixels(*cleared);
     EndPixelEdit(*layer, canvasTile);
+    return true;
 }
 
-void LayerStack::ClearLayerImageBySelMask(const PntHandle& handle)
+bool LayerStack::ClearLayerImageBySelMask(const PntHandle& handle)
 {
+    const StackEdit edit(*this);
     const qs::Reference<Layer> layer = BeginPixelEdit(handle);
     if (!layer || layer == selectionMask_ || !isSelectionMaskUsed())
-        return;
+        return false;
     const qs::Reference<ilSmartImage> cleared = SharedCopy(*layer);
     const ilTile area = ReachOf(*layer);
     const ilTile onSelection = ilTileMoved(area, int64_t{layer->getXOffset()} - selectionMask_->getXOffset(),
@@ -123,15 +129,17 @@ void LayerStack::ClearLayerImageBySelMask(const PntHandle& handle)
     HideThrough(*cleared, area, *selectionMask_->GetImage(), onSelection.x, onSelection.y, kernels::kFullWeight);
     layer->TakePixels(*cleared);
     EndPixelEdit(*layer, DamageOf(*selectionMask_));
+    return true;
 }
 
 // --- inverting ---
 
-void LayerStack::InvertLayer(const PntHandle& handle, LayerMode mode)
+bool LayerStack::InvertLayer(const PntHandle& handle, LayerMode mode)
 {
+    const StackEdit edit(*this);
     const qs::Reference<Layer> layer = BeginPixelEdit(handle);
     if (!layer || layer == selectionMask_ || layer->GetLayerMode() != mode)
-        return;
+        return false;
     if (mode != kLayerModeImage) {
         layer->InvertMask();
         layer->InvertStencil();
@@ -145,21 +153,22 @@ void LayerStack::InvertLayer(const PntHandle& handle, LayerMode mode)
         layer->TakePixels(*inverted);
     }
     EndPixelEdit(*layer, mode == kLayerModeImage ? DamageOf(*layer) : size_);
+    return true;
 }
 
-void LayerStack::InvertImageLayer(const PntHandle& handle)
+bool LayerStack::InvertImageLayer(const PntHandle& handle)
 {
-    InvertLayer(handle, kLayerModeImage);
+    return InvertLayer(handle, kLayerModeImage);
 }
 
-void LayerStack::InvertMaskLayer(const PntHandle& handle)
+bool LayerStack::InvertMaskLayer(const PntHandle& handle)
 {
-    InvertLayer(handle, kLayerModeMask);
+    return InvertLayer(handle, kLayerModeMask);
 }
 
-void LayerStack::InvertStencilLayer(const PntHandle& handle)
+bool LayerStack::InvertStencilLayer(const PntHandle& handle)
 {
-    InvertLayer(handle, kLayerModeStencil);
+    return InvertLayer(handle, kLayerModeStencil);
 }
 
 // --- mirroring ---
@@ -187,11 +196,12 @@ qs::vector<PntHandle> LayerStack::GetLayersFlippedWith(const PntHandle& handle) 
     return flipped;
 }
 
-void LayerStack::FlipImageLayer(const PntHandle& handle, bool horizontal, bool vertical)
+bool LayerStack::FlipImageLayer(const PntHandle& handle, bool horizontal, bool vertical)
 {
+    const StackEdit edit(*this);
     BeginEdit();
     if (!horizontal && !vertical)
-        return;
+        return false;
     qs::vector<Mirrored> all;
     const qs::vector<PntHandle> members = GetTransformTargets(handle);
     ilTile area;  // of the members; all is mirrored within it, also what only follows them
@@ -205,7 +215,7 @@ void LayerStack::FlipImageLayer(const PntHandle& handle, bool horizontal, bool v
             area = ilTileUnion(area, bounds);
     }
     if (area.IsEmpty())
-        return;
+        return false;
     for (const auto& [layer, pixels, bounds] : all) {
         const ilTile origin(layer->getXOffset(), layer->getYOffset(), 1, 1);
         const ilTile moved =
@@ -219,12 +229,14 @@ void LayerStack::FlipImageLayer(const PntHandle& handle, bool horizontal, bool v
     }
     GetCurrentLayerPainter();
     ShowChange();
+    return true;
 }
 
 // --- replacing ---
 
 bool LayerStack::ReplaceLayerImage(const PntHandle& handle, qs::TempReference<ilImage> image)
 {
+    const StackEdit edit(*this);
     const qs::Reference<Layer> layer = image ? BeginPixelEdit(handle) : nullptr;
     if (!layer || image->GetNumChannels() != layer->GetImage()->GetNumChannels())
         return false;

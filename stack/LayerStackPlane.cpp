@@ -1,7 +1,9 @@
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 
 bool LayerStack::SetSize(const ilTile& size, bool clipToSize, bool notify, bool updateClip)
 {
+    const StackEdit edit(*this);
     if (!IsAcceptableSize(size.nx, size.ny))
         return false;
     const qs::Reference<ilSPMemoryImg> plane(new ilSPMemoryImg(size.nx, size.ny, 4));
@@ -11,7 +13,9 @@ bool LayerStack::SetSize(const ilTile& size, bool clipToSize, bool notify, bool 
     clipToSize_ = clipToSize;
     imagePlane_ = plane;
     imagePlanePainter_ = painter;
-    DamageCanvas();
+    MarkTreeStale();  // what is cached was composed for another canvas
+    maskIsStale_ = true;
+    TellViewsDamage(size_);
     if (updateClip)
         UpdateBrushClippingRect();
     if (notify)
@@ -21,6 +25,7 @@ bool LayerStack::SetSize(const ilTile& size, bool clipToSize, bool notify, bool 
 
 void LayerStack::CopyImagePlane(qs::Reference<LayerStack> source, bool, bool notify, bool updateClip)
 {
+    const StackEdit edit(*this);
     if (!source || source == this)
         return;
     imagePlanePainter_.reset(source->imagePlane_ ? new PaintOps(source->imagePlane_) : nullptr);
@@ -37,7 +42,7 @@ void LayerStack::CopyImagePlane(qs::Reference<LayerStack> source, bool, bool not
 void LayerStack::AllocateCacheData()
 {
     if (!imagePlane_ || !imagePlanePainter_)
-        SetSize(size_, false, false, false);
+        SetSize(size_, clipToSize_, false, false);
     if (!currentPainter_)
         GetCurrentLayerPainter();
 }

@@ -1,4 +1,5 @@
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 #include "stack/StackPort.h"
 
 #include <algorithm>
@@ -63,6 +64,7 @@ void LayerStack::ShowLayer(Layer& layer, bool visible)
 
 void LayerStack::SetLayerVisible(const PntHandle& handle, bool visible, bool redraw)
 {
+    const StackEdit edit(*this);
     Layer* layer = GetLayerFromHandle(handle);
     if (layer == nullptr)
         return;
@@ -77,6 +79,12 @@ bool LayerStack::isLayerVisible(const PntHandle& handle) const
     return layer != nullptr && layer->isVisible();
 }
 
+bool LayerStack::IsShown(const Layer& layer) const
+{
+    const LayerFolder* folder = HoldingFolder(&layer, nullptr);
+    return layer.isVisible() && (folder == nullptr || folder->isActive());
+}
+
 void LayerStack::SetAllLayerVisible(bool visible, bool redraw)
 {
     qs::vector<PntHandle> handles;
@@ -89,6 +97,7 @@ void LayerStack::SetAllLayerVisible(bool visible, bool redraw)
 
 void LayerStack::SetAllLayerVisible(const qs::vector<PntHandle>& handles, bool visible, bool redraw)
 {
+    const StackEdit edit(*this);
     for (const PntHandle& handle : handles)
         if (Layer* layer = GetLayerFromHandle(handle))
             ShowLayer(*layer, visible);
@@ -98,6 +107,7 @@ void LayerStack::SetAllLayerVisible(const qs::vector<PntHandle>& handles, bool v
 
 void LayerStack::SetLayerFolderActive(const PntHandle& handle, bool active, bool redraw)
 {
+    const StackEdit edit(*this);
     LayerFolder* folder = GetLayerFolderFromHandle(handle);
     if (folder == nullptr)
         return;
@@ -119,6 +129,7 @@ void LayerStack::SetLayerFolderActive(const PntHandle& handle, bool active, bool
 
 void LayerStack::SetLayerActive(const PntHandle& handle, bool active)
 {
+    const StackEdit edit(*this);
     Layer* layer = GetLayerFromHandle(handle);
     if (layer == nullptr)
         return;
@@ -148,6 +159,7 @@ LayerBlendMode LayerStack::GetLayerBlend(const PntHandle& handle) const
 
 void LayerStack::SetLayerBlend(const PntHandle& handle, LayerBlendMode mode)
 {
+    const StackEdit edit(*this);
     Layer* layer = GetLayerFromHandle(handle);
     if (layer == nullptr || mode < 0 || mode >= kLayerBlendModeCount || mode == layer->GetLayerBlend())
         return;
@@ -165,6 +177,7 @@ float LayerStack::GetLayerOpacity(const PntHandle& handle) const
 
 void LayerStack::SetLayerOpacity(const PntHandle& handle, float opacity)
 {
+    const StackEdit edit(*this);
     Layer* layer = GetLayerFromHandle(handle);
     if (layer == nullptr || std::isnan(opacity))
         return;
@@ -179,6 +192,7 @@ void LayerStack::SetLayerOpacity(const PntHandle& handle, float opacity)
 
 void LayerStack::SetLayerOffset(const PntHandle& handle, int x, int y, bool redraw)
 {
+    const StackEdit edit(*this);
     Layer* layer = GetLayerFromHandle(handle);
     if (layer == nullptr)
         return;
@@ -233,6 +247,7 @@ void LayerStack::SetAppData(const PntHandle& handle, const qsString::CString& ke
 
 bool LayerStack::AddOwnerToLayer(const PntHandle& owner, const PntHandle& layer, bool hardLink)
 {
+    const StackEdit edit(*this);
     Layer* follower = GetLayerFromHandle(layer);
     Layer* leader = GetLayerFromHandle(owner);
     const bool isFollower = follower != nullptr && (follower->isMask() || follower->isStencil());
@@ -245,6 +260,7 @@ bool LayerStack::AddOwnerToLayer(const PntHandle& owner, const PntHandle& layer,
 
 bool LayerStack::RemoveOwnerFromLayer(const PntHandle& owner, const PntHandle& layer)
 {
+    const StackEdit edit(*this);
     Layer* follower = GetLayerFromHandle(layer);
     if (follower == nullptr)
         return false;

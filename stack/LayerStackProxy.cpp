@@ -1,7 +1,17 @@
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
+#include "stack/StackPort.h"
 
 #include <algorithm>
 #include <utility>
+
+/// A proxy that ends, for those who hear of it.
+struct LayerStack::EndedProxy : qs::ReferenceCount {
+    EndedProxy(const ProxyParameters& ending, const qs::vector<PntHandle>& held) : parameters(ending), layers(held) {}
+
+    ProxyParameters parameters;
+    qs::vector<PntHandle> layers;
+};
 
 bool LayerStack::BeginProxy(const ProxyParameters& parameters, const qs::vector<PntHandle>& layers)
 {
@@ -71,25 +81,15 @@ void LayerStack::EndProxy()
 {
     if (!inProxy_ || isEndingProxy_)
         return;
-    const qs::Reference<LayerStack> kept(GetRefCount() > 0 ? this : nullptr);  // the slots may release it
+    const StackEdit edit(*this);
     DrainPainterDamage();
-    const ProxyParameters parameters = *proxyParameters_;
-    const qs::vector<PntHandle> handles = proxyLayers_;
+    const qs::Reference<EndedProxy> ended(new EndedProxy(*proxyParameters_, proxyLayers_));
     // By reference: a slot may take layers out of the document.
     qs::vector<qs::Reference<Layer>> layers;
-    for (const PntHandle& handle : handles)
+    for (const PntHandle& handle : ended->layers)
         if (Layer* layer = GetLayerFromHandle(handle))
             layers.emplace_back(layer);
-
-    bool keepsEdits = false;
-    isEndingProxy_ = true;
-    try {
-        parameters.keepsEdits->Emit(keepsEdits, handles);
-    } catch (...) {
-        isEndingProxy_ = false;
-        throw;
-    }
-    isEndingProxy_ = false;
+    const bool keepsEdits = AskWhetherEditsStay(*ended);
     DrainPainterDamage();  // a slot may have painted the last bit
     inProxy_ = false;
     proxyParameters_.reset();
@@ -100,11 +100,27 @@ void LayerStack::EndProxy()
         else
             DropProxyEdits(*layer, false);
     GetCurrentLayerPainter();
-    parameters.ended->Emit(handles);
+    GetStackPort().notices->Tell([ended] { ended->parameters.ended->Emit(ended->layers); });
+}
+
+bool LayerStack::AskWhetherEditsStay(const EndedProxy& ended)
+{
+    const Notices::Question question(*GetStackPort().notices);
+    bool keepsEdits = false;
+    isEndingProxy_ = true;
+    try {
+        ended.parameters.keepsEdits->Emit(keepsEdits, ended.layers);
+    } catch (...) {
+        isEndingProxy_ = false;
+        throw;
+    }
+    isEndingProxy_ = false;
+    return keepsEdits;
 }
 
 void LayerStack::RevertProxy()
 {
+    const StackEdit edit(*this);
     if (!inProxy_ || isEndingProxy_)
         return;
     DrainPainterDamage();

@@ -1,4 +1,5 @@
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 #include "stack/StackPort.h"
 
 #include <algorithm>
@@ -6,6 +7,7 @@
 
 void LayerStack::SetSelectionMask(Layer* mask)
 {
+    const StackEdit edit(*this);
     const bool isUsable = mask == nullptr || (HoldingFolder(mask, nullptr) == nullptr && mask->GetImage() &&
                                               mask->GetImage()->GetNumChannels() == 1);
     if (mask == selectionMask_ || !isUsable)
@@ -50,21 +52,24 @@ void LayerStack::ReplaceSelection(const qs::Reference<ilSmartImage>& image)
 
 void LayerStack::ClearSelectionMask(bool rebuild)
 {
+    const StackEdit edit(*this);
     ReplaceSelection(new ilSmartImage(ilPixel::Coverage(0)));
     if (rebuild)
         RebuildCompositeMask();
     ShowSelection(rebuild);
 }
 
-/// Lets `edit` change the selection mask's image within `onCanvas`, or leaves it as it is when that fails.
-void LayerStack::EditSelection(const ilTile& onCanvas, bool rebuild, const std::function<void(ilMIOImage& mask)>& edit)
+/// Lets `change` edit the selection mask's image within `onCanvas`, or leaves it as it is when that fails.
+void LayerStack::EditSelection(const ilTile& onCanvas, bool rebuild,
+                               const std::function<void(ilMIOImage& mask)>& change)
 {
+    const StackEdit edit(*this);
     if (selectionMask_->InProxy())
         EndProxy();
     ilMIOImage& mask = *selectionMask_->GetImage();
     const qs::Reference<ilMIOImage> before = mask.Snapshot();
     try {
-        edit(mask);
+        change(mask);
     } catch (...) {
         mask.ShareAllFrom(*before);
         throw;
@@ -93,6 +98,7 @@ ilTile LayerStack::OnSelection(const ilTile& onCanvas) const
 
 void LayerStack::SetSelectionMaskActive(bool active)
 {
+    const StackEdit edit(*this);
     if (!selectionMask_)
         return;
     if (active) {
@@ -109,6 +115,7 @@ bool LayerStack::isSelectionMaskActive() const
 
 void LayerStack::SetSelectionMaskCurrent()
 {
+    const StackEdit edit(*this);
     if (!selectionMask_ || isSelectionMaskCurrent())
         return;
     EndProxy();
@@ -143,6 +150,7 @@ void LayerStack::GetSelMaskOffset(int& x, int& y) const
 
 void LayerStack::SetSelectionDefaultDisplayOpacity(float opacity)
 {
+    const StackEdit edit(*this);
     if (std::isnan(opacity))
         return;
     selectionDisplayOpacity_ = std::clamp(opacity, 0.0f, 1.0f);
@@ -154,6 +162,7 @@ void LayerStack::SetSelectionDefaultDisplayOpacity(float opacity)
 
 void LayerStack::SetSelectionDefaultDisplayColor(const PaintColor& color)
 {
+    const StackEdit edit(*this);
     selectionDisplayColor_ = color;
     selectionDisplayColor_.Clamp();
     if (!isSelectionMaskActive())

@@ -1,6 +1,7 @@
 #include "platform/imaging/CoverageFilters.h"
 #include "platform/imaging/ImageBlend.h"
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 
 #include <cstdio>
 
@@ -92,6 +93,7 @@ void LayerStack::IntersectSelection(const qs::TempReference<ilMIOImage>& image, 
 
 void LayerStack::CopyToSelection(const qs::TempReference<ilMIOImage>& image, int x, int y, bool rebuild)
 {
+    const StackEdit edit(*this);
     if (!IsPlace(x, y))
         return;
     if (!image || image->GetNumChannels() != 1) {
@@ -121,6 +123,7 @@ void LayerStack::CopyFromSelection(const qs::TempReference<ilMIOImage>& image) c
 
 void LayerStack::FillSelectionMask(const qs::TempReference<ilMIOImage>& image, bool rebuild)
 {
+    const StackEdit edit(*this);
     const qs::Reference<ilSmartImage> selected(new ilSmartImage(ilPixel::Coverage(0)));
     if (image)
         BlendCoverage(*selected, CanvasReachOf(*image, 0, 0, size_), *image, 0, 0, kFactorOne);
@@ -130,6 +133,7 @@ void LayerStack::FillSelectionMask(const qs::TempReference<ilMIOImage>& image, b
 
 void LayerStack::ClearSelectionMask(const qs::TempReference<ilMIOImage>& image, bool rebuild)
 {
+    const StackEdit edit(*this);
     const qs::Reference<ilSmartImage> selected(new ilSmartImage(ilPixel::Coverage(0)));
     selected->fillTile(size_, ilPixel::Coverage(255));
     if (image)

@@ -1,4 +1,5 @@
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 
 namespace {
 
@@ -9,6 +10,7 @@ const ilPixel kNotSelected = ilPixel::Coverage(0);
 
 void LayerStack::FillSelectionMask(const ilTile& tile, bool rebuild)
 {
+    const StackEdit edit(*this);
     const qs::Reference<ilSmartImage> image(new ilSmartImage(kNotSelected));
     image->fillTile(ilTileIntersection(tile, size_), kSelected);
     ReplaceSelection(image);
@@ -17,11 +19,13 @@ void LayerStack::FillSelectionMask(const ilTile& tile, bool rebuild)
 
 void LayerStack::FillSelectionMask(bool rebuild)
 {
+    const StackEdit edit(*this);
     FillSelectionMask(size_, rebuild);
 }
 
 void LayerStack::ClearSelectionMask(const ilTile& tile, bool rebuild)
 {
+    const StackEdit edit(*this);
     const qs::Reference<ilSmartImage> image(new ilSmartImage(kNotSelected));
     image->fillTile(size_, kSelected);
     image->fillTile(ilTileIntersection(tile, size_), kNotSelected);

@@ -1,6 +1,7 @@
 #include "platform/imaging/CoverageFilters.h"
 #include "platform/imaging/ImageBlend.h"
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -12,6 +13,7 @@ ilTile LayerStack::GetSelectionMaskBnd() const
 
 void LayerStack::MoveSelection(int dx, int dy, bool rebuild)
 {
+    const StackEdit edit(*this);
     if (!selectionMask_)
         return;
     const int64_t x = int64_t{selectionMask_->getXOffset()} + dx;

@@ -1,4 +1,5 @@
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 #include "stack/StackPort.h"
 
 #include <algorithm>
@@ -17,6 +18,7 @@ qs::vector<PntHandle> LayerStack::getTransformGroup(const PntHandle& handle) con
 
 bool LayerStack::AddTransformGroup(const qs::vector<PntHandle>& layers)
 {
+    const StackEdit edit(*this);
     qs::vector<PntHandle> group;
     for (const PntHandle& handle : layers) {
         const Layer* layer = GetLayerFromHandle(handle);
@@ -37,6 +39,7 @@ bool LayerStack::AddTransformGroup(const qs::vector<PntHandle>& layers)
 
 bool LayerStack::DeleteTransformGroup(const PntHandle& handle, bool redraw)
 {
+    const StackEdit edit(*this);
     const qs::vector<PntHandle> group = getTransformGroup(handle);
     if (group.empty())
         return false;
@@ -49,7 +52,13 @@ bool LayerStack::DeleteTransformGroup(const PntHandle& handle, bool redraw)
 
 bool LayerStack::addLayerToCurrTransformGroup(const PntHandle& handle)
 {
-    const PntHandle current = GetCurrentLayerContainerHandle();
+    return AddToTransformGroupOf(kCurrentLayerHandle, handle);
+}
+
+bool LayerStack::AddToTransformGroupOf(const PntHandle& member, const PntHandle& handle)
+{
+    const StackEdit edit(*this);
+    const PntHandle current = ResolveHandle(member);
     const PntHandle own = ResolveHandle(handle);
     qs::vector<PntHandle> group = getTransformGroup(current);
     if (std::find(group.begin(), group.end(), own) != group.end())
@@ -75,6 +84,7 @@ bool LayerStack::removeLayerFromCurrTransformGroup(const PntHandle& handle)
 
 bool LayerStack::removeLayerFromTransformGroup(const PntHandle& handle)
 {
+    const StackEdit edit(*this);
     const PntHandle own = ResolveHandle(handle);
     if (!LeaveTransformGroup(own))
         return false;

@@ -1,6 +1,7 @@
 #include "platform/imaging/PageCompositor.h"
 #include "stack/LayerStack.h"
 #include "stack/LayerStackView.h"
+#include "stack/StackPort.h"
 
 #include <algorithm>
 #include <utility>
@@ -42,6 +43,14 @@ void LayerStack::DamageTile(const ilTile& tile)
 void LayerStack::DamageCanvas()
 {
     DamageTile(size_);
+}
+
+void LayerStack::DistrustCaches() noexcept
+{
+    treeIsStale_ = true;
+    maskIsStale_ = true;
+    imageFolder_->SetStencilCompositeDirty(true);
+    DamageCanvas();
 }
 
 void LayerStack::DrainPainterDamage()
@@ -113,8 +122,7 @@ void LayerStack::UpdateImagePlaneBits(bool overlay, PaintOps* target)
         DamageGuard guard(*this, onCanvas);
         ComposeTile(onCanvas, overlay, *target);
         guard.SetDone();
-        for (LayerStackView* view : viewers_)
-            view->DamageTile(onCanvas);
+        TellViewsDamage(onCanvas);
     }
 }
 
@@ -155,10 +163,12 @@ void LayerStack::DrawOverlay(const ilTile& tile, PaintOps& target)
         target.draw_image(tile.x, tile.y, tile.nx, tile.ny, *composite_.GetCompositeMask(), tile.x, tile.y);
 }
 
-void LayerStack::UpdateImagePlaneBits()
+void LayerStack::UpdateImagePlaneBits(bool overlay)
 {
-    if (currentLayer_ != nullptr)
-        UpdateImagePlaneBits(true, imagePlanePainter_.get());
+    if (currentLayer_ == nullptr || CompositesSuspended() || size_.IsEmpty())
+        return;
+    AllocateCacheData();
+    UpdateImagePlaneBits(overlay, imagePlanePainter_.get());
 }
 
 qs::TempReference<ilImage> LayerStack::GetUpdateImagePlaneBits(bool overlay)
@@ -205,6 +215,15 @@ bool LayerStack::IsViewer(const LayerStackView* view) const
 void LayerStack::ForceUpdate()
 {
     UpdateImagePlaneBits();
+    const qs::Reference<LayerStack> kept(GetRefCount() > 0 ? this : nullptr);
+    if (kept && !viewers_.empty())
+        GetStackPort().notices->Tell([kept] { kept->ShowPlane(); });
+    else
+        ShowPlane();
+}
+
+void LayerStack::ShowPlane()
+{
     CallViews([this](LayerStackView& view) {
         if (imagePlane_)
             view.UpdateView(imagePlane_);
@@ -231,14 +250,23 @@ void LayerStack::RemoveViewer(LayerStackView* view)
 
 void LayerStack::TakeViewsFrom(qs::Reference<LayerStack> other)
 {
-    if (other && other != this)
-        viewers_ = std::exchange(other->viewers_, {});
+    if (!other || other == this)
+        return;
+    viewers_ = std::exchange(other->viewers_, {});
+    if (currentLayer_ == nullptr)  // nothing is composed then: what the views show may be another document's
+        TellViewsDamage(size_);
+}
+
+void LayerStack::TellViewsDamage(const ilTile& onCanvas)
+{
+    for (LayerStackView* view : viewers_)
+        view->DamageTile(onCanvas);
 }
 
 void LayerStack::TakePresentationFrom(LayerStack& other)
 {
     if (!imagePlane_ && other.imagePlane_ && size_ == other.size_) {
-        imagePlanePainter_.reset(new PaintOps(other.imagePlane_));
+        imagePlanePainter_ = other.imagePlanePainter_;
         imagePlane_ = other.imagePlane_;
         if (currentLayer_ == nullptr)  // nothing is composed then, and the plane of a new document is blank
             imagePlane_->fillTile(size_, ilPixel(kUnsignedByte, 4));

@@ -1,5 +1,6 @@
 #include "platform/imaging/FloodFillOperation.h"
 #include "stack/LayerStack.h"
+#include "stack/StackEdit.h"
 
 #include <algorithm>
 
@@ -28,6 +29,7 @@ bool LayerStack::SmoothMagicWandDone(int x, int y, float tolerance, const PaintC
 bool LayerStack::SelectByWand(int x, int y, float tolerance, const PaintColor& color, bool fromAll, bool isSmooth,
                               const PntHandle& handle)
 {
+    const StackEdit edit(*this);
     const Layer* layer = GetLayerFromHandle(handle);
     const qs::TempReference<ilMIOImage> image = layer != nullptr ? layer->GetImage() : nullptr;
     const qs::TempReference<ilMIOImage> mask = selectionMask_ ? selectionMask_->GetImage() : nullptr;

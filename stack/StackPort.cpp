@@ -2,6 +2,7 @@
 
 StackPort& GetStackPort()
 {
+    static Notices notices;
     static StackPort port = {
         .DefaultBackgroundColor = [] { return PaintColor(1, 1, 1, 1); },
         .CanvasUpdated = [] {},
@@ -12,6 +13,7 @@ StackPort& GetStackPort()
         .LayerRenamed = [](const PntHandle&) {},
         .TransformGroup = [](const PntHandle&) {},
         .GetStackHandle = [](const LayerStack*) { return -1; },
+        .notices = &notices,
     };
     return port;
 }

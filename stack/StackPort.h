@@ -1,6 +1,7 @@
 #pragma once
 
 #include "layers/PntHandle.h"
+#include "platform/base/Notices.h"
 #include "platform/imaging/PaintColor.h"
 
 class LayerStack;
@@ -29,6 +30,9 @@ struct PAINTLAYER_EXPORT StackPort {
 
     /// The registry handle of a stack, or -1.
     int (*GetStackHandle)(const LayerStack* stack);
+
+    /// Holds back what is told while a document is being edited. Never null.
+    Notices* notices;
 };
 
 /// The process's port, for reading and filling.

@@ -1,6 +1,6 @@
 #include "PaintCoreFixture.h"
 
-#include "core/BrushStampKinds.h"
+#include "core/brush/BrushStampKinds.h"
 #include "platform/geometry/gk_spline.h"
 #include "platform/imaging/TpressureFilter.h"
 

@@ -193,10 +193,10 @@ TEST_F(FillToolsTest, RefusedFillsLeaveNoProxyNoStepAndNoWord)
     tryAll(100, -1, kRed);
     tryAll(100, 0, PaintColor(nan, 0, 0));
     tryAll(-1, 0, kRed);
-    Stack().SetLayerContainerLocked(layer, true);
+    PaintCore.SetLayerVisible(false, layer);
     PaintCore.DoFloodFill(100, 75, 0, kRed);
     PaintCore.SmoothFloodFillDone(100, 75, 0, kRed);
-    Stack().SetLayerContainerLocked(layer, false);
+    PaintCore.SetLayerVisible(true, layer);
     const PntHandle folder = PaintCore.AddLayerFolder(kLayerModeImage);
     PaintUndoQueue()->FlushUndoDatabase();
     PaintCore.DoFloodFill(100, 75, 0, kRed, folder);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PaintCoreFixture.h"
+#include "core/FlagScope.h"
 #include "undo/PntUndoStroke.h"
 
 #include <cstdlib>
@@ -44,6 +45,7 @@ protected:
              [](RandomHost& host) { PaintCore.MoveLayer(host.Container(), host.Container(), host.Flip()); }},
             {"record alone",
              [](RandomHost& host) {
+                 const FlagScope holding(host.isHoldingDocument_);
                  const std::string before = host.Describe();
                  PaintCore.AddUndoLayerStack(-2, true);
                  EXPECT_EQ(host.Describe(), before) << "the copy that goes on is as its source";
@@ -52,7 +54,7 @@ protected:
             {"several layers", [](RandomHost& host) { host.ChangeSeveralLayers(); }},
             {"delete many", [](RandomHost& host) { host.DeleteMany(); }},
             {"merge down", [](RandomHost& host) { PaintCore.MergeLayerWithBelow(host.Layer_()); }},
-            {"merge folder", [](RandomHost& host) { PaintCore.MergeFolder(host.Container()); }},
+            {"merge folder", [](RandomHost& host) { PaintCore.MergeFolder(-2, host.Container()); }},
             {"merge all", [](RandomHost& host) { host.MergeAll(); }},
             {"duplicate", [](RandomHost&) { PaintCore.DuplicateCurrentLayer(); }},
             {"copy as", [](RandomHost& host) { host.CopyAs(); }},
@@ -130,11 +132,12 @@ protected:
             const qs::TempReference<ilImage> composed = stack->GetUpdateImagePlaneBits(true);
             ASSERT_EQ(composed == nullptr, stack->GetCurrentLayerPtr() == nullptr);
             EXPECT_EQ(shown, composed ? BytesOf(*composed, stack->GetSize()) : qs::vector<uint8_t>(shown.size()))
-                << "document " << handle;
+                << "document " << handle << " after " << GetTrace();
         }
     }
 
     qs::vector<int> documents_;
+    bool isHoldingDocument_ = false;  // works on what a further command could replace
 
 private:
     static std::string Describe(const PntHandle& handle) { return handle.own.asString().c_str(); }
@@ -266,6 +269,7 @@ private:
     /// A mask or stencil that acts on a layer, as one step that the host makes.
     void AddFollower()
     {
+        const FlagScope holding(isHoldingDocument_);
         const PntHandle owner = Layer_();
         PaintCore.AddUndoLayerStack(-2, true);
         LayerStack& stack = Stack();
@@ -281,6 +285,7 @@ private:
     /// What the library does not record by itself: the host makes the step.
     void ChangeProperties()
     {
+        const FlagScope holding(isHoldingDocument_);
         PaintCore.AddUndoLayerStack(-2, true);
         LayerStack& stack = Stack();
         for (int i = Below(12); i >= 0; --i) {
@@ -335,6 +340,7 @@ private:
 
     void ChangeSeveralLayers()
     {
+        const FlagScope holding(isHoldingDocument_);
         const qs::Reference<LayerStack> stack(&Stack());
         qs::vector<PntHandle> handles;
         qs::vector<Layer*> layers;

@@ -84,6 +84,102 @@ TEST_F(UndoProperty, AListGoesAllTheWayBackAndForthThroughTheSameStates)
     }
 }
 
+/// A host that gives further commands from wherever the library calls it.
+class NestingHost : public UndoProperty {
+protected:
+    void SetUp() override
+    {
+        UndoProperty::SetUp();
+        current() = this;
+        PaintCoreCallbacks callbacks;
+        callbacks.CanvasUpdatedCB = [] { Nest("canvas updated"); };
+        callbacks.BusyCB = [](bool) { Nest("busy"); };
+        callbacks.StackEditedCB = [](bool) { Nest("stack edited"); };
+        callbacks.LayerImageChangedCB = [](PntHandle) { Nest("image changed"); };
+        callbacks.LayerRenamedCB = [](PntHandle) { Nest("renamed"); };
+        callbacks.BrushFeedbackBeginCB = callbacks.BrushFeedbackEndCB = [] { Nest("stroke"); };
+        callbacks.BrushFeedbackStampCB = [](float, float, float, float) { Nest("stamp"); };
+        callbacks.FillEndingCB = callbacks.WandEndingCB = [](bool& keeps, const qs::vector<PntHandle>&) {
+            Nest("ending");
+            keeps = current()->Flip();
+        };
+        callbacks.FillEndedCB = callbacks.WandEndedCB = [](const qs::vector<PntHandle>&) { Nest("ended"); };
+        callbacks.UndoRestoreCB = [](int, PntHandle&) {
+            Nest("restore");
+            return true;
+        };
+        PaintCore.SetCallbacks(callbacks);
+        PaintCore.EnableBrushFeedback(true);
+        Connect(PaintCore.StackChangedSignal, [](bool) { Nest("changed"); });
+        Connect(PaintCore.ContainerAddedSignal, [](int, const PntHandle&) { Nest("added"); });
+        Connect(PaintCore.ContainerRemovedSignal, [](int, const PntHandle&) { Nest("removed"); });
+        Connect(PaintCore.ContainerStateSignal, [](const PntHandle&) { Nest("state"); });
+        Connect(PaintCore.ContainerStateSignal, [](const PntHandle&) { Nest("state, second slot"); });
+        Connect(PaintCore.LayerMovedSignal, [](const PntHandle&, const PntHandle&, bool) { Nest("moved"); });
+        view_.onUpdate = [] { Nest("view"); };
+    }
+
+    static NestingHost*& current()
+    {
+        static NestingHost* host = nullptr;
+        return host;
+    }
+
+    static void Nest(const char* from)
+    {
+        NestingHost& host = *current();
+        if (host.depth_ >= 2 || !host.isNesting_ || host.isHoldingDocument_ || host.Below(6) != 0)
+            return;
+        ++host.depth_;
+        host.Note(std::string("(from ") + from);
+        host.TakeDown();
+        // What is half painted or previewed is no state that a step leads to.
+        host.isExact_ = host.isExact_ && !PaintCore.InBrushStroke() &&
+                        std::none_of(host.documents_.begin(), host.documents_.end(),
+                                     [](int document) { return PaintCore.InProxy(document); });
+        host.RunCommand();
+        host.TakeDown();
+        host.Note(")");
+        --host.depth_;
+    }
+
+    /// The state after each step, taken down before another command is given.
+    void TakeDown()
+    {
+        isExact_ = isExact_ && listed.size() <= states_.size();
+        states_.resize(listed.size() + 1);
+        states_.back() = Describe();
+    }
+
+    FakeView view_;
+    qs::vector<std::string> states_;
+    int depth_ = 0;
+    bool isExact_ = true;  // each step leads from one of the states to the next
+    bool isNesting_ = false;
+};
+
+TEST_F(NestingHost, CommandsGivenFromInsideOthersAreThoseGivenAfterwards)
+{
+    for (unsigned seed = FirstSeed(); seed < FirstSeed() + 12 && !HasFailure(); ++seed) {
+        SCOPED_TRACE("PAINTLAYER_SEED=" + std::to_string(seed));
+        isNesting_ = false;
+        isExact_ = true;
+        BeginWithList(seed);
+        for (const int document : documents_)
+            PaintCore.AddViewer(&view_, document);
+        states_ = {Describe()};
+        for (int i = 0; i < 20 && !HasFailure(); ++i) {
+            isNesting_ = true;
+            RunCommand();
+            isNesting_ = false;
+            TakeDown();
+            CheckPlanes(static_cast<size_t>(i));
+        }
+        GoBackAndForth(states_, isExact_);
+        CloseAll();
+    }
+}
+
 TEST_F(UndoProperty, AQueueIsAHistoryOfStatesThatIsWalkedAndBranches)
 {
     for (const int capacity : {PntUndoQueue::kDefaultCapacity, 1, 10000})

@@ -236,7 +236,7 @@ TEST(LayerStackPixels, DuplicatesAreIndependentAndNamedInTurn)
     const KeptImages kept(stack);
     const PntHandle first = stack.DuplicateCurrentLayer(true, true, LayerStack::kDuplicateSame, true);
     const PntHandle second = stack.DuplicateCurrentLayer(false, true, LayerStack::kDuplicateSame, true);
-    EXPECT_EQ(Dump(stack), "image image copy 2* image copy |  | stencil stencil copy stencil copy 2 stencil");
+    EXPECT_EQ(Dump(stack), "image image-1-1* image-1 |  | stencil stencil-1 stencil-1-1 stencil");
     const Layer& copy = *document.Find(first);
     EXPECT_EQ(copy.GetOpacity(), 0.25f);
     EXPECT_EQ(copy.GetLayerBlend(), kBlendScreen);
