@@ -9,7 +9,7 @@
 namespace {
 
 /// A structural command that redraws by itself.
-bool ChangeStructure(const LayerCommands* group, int layerStack, const std::function<void(LayerStack&)>& change)
+bool ChangeStructure(const LayerCommands* group, int layerStack, FunctionRef<void(LayerStack&)> change)
 {
     return UndoableCommand(SessionOf(group), layerStack).ChangeStructure([&](LayerStack& stack) {
         change(stack);

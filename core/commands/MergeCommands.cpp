@@ -8,11 +8,11 @@
 namespace {
 
 bool Merge(PaintSession& session, int layerStack, const PntHandle& receiver,
-           const std::function<void(LayerStack&)>& merge)
+           FunctionRef<void(LayerStack&)> merge)
 {
     if (receiver == kNullHandle)
         return false;
-    return UndoableCommand(session, layerStack).Merge({receiver}, [&](LayerStack& stack) {
+    return UndoableCommand(session, layerStack).Merge({&receiver, 1}, [&](LayerStack& stack) {
         merge(stack);
         return true;
     });
@@ -25,7 +25,7 @@ bool MergeImageLayers(const MergeCommands* group, bool visibleOnly, int layerSta
     return Merge(SessionOf(group), layerStack, receiver, [&](LayerStack& stack) { stack.MergeAllLayers(visibleOnly); });
 }
 
-PntHandle Duplicate(PaintSession& session, int layerStack, const std::function<PntHandle(LayerStack&)>& duplicate)
+PntHandle Duplicate(PaintSession& session, int layerStack, FunctionRef<PntHandle(LayerStack&)> duplicate)
 {
     PntHandle copy = kNullHandle;
     UndoableCommand(session, layerStack).ChangeStructure([&](LayerStack& stack) {

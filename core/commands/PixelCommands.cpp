@@ -16,9 +16,9 @@ bool MoveOnCanvas(LayerStack& stack, const PntHandle& handle, int x, int y)
 }
 
 /// A command on the pixels of one layer.
-bool ChangePixels(const PixelCommands* group, const PntHandle& layer, const UndoableCommand::Operation& change)
+bool ChangePixels(const PixelCommands* group, const PntHandle& layer, UndoableCommand::Operation change)
 {
-    return UndoableCommand(SessionOf(group), layer).ChangePixels({layer}, change);
+    return UndoableCommand(SessionOf(group), layer).ChangePixels(layer, change);
 }
 
 }  // namespace
@@ -32,7 +32,7 @@ bool PixelCommands::SetLayerOffset(int x, int y, const PntHandle& layer)
 
 bool PixelCommands::SetCurrentLayerOffset(int x, int y, int layerStack)
 {
-    return UndoableCommand(SessionOf(this), layerStack).ChangePixels({kCurrentLayerHandle}, [&](LayerStack& stack) {
+    return UndoableCommand(SessionOf(this), layerStack).ChangePixels(kCurrentLayerHandle, [&](LayerStack& stack) {
         return MoveOnCanvas(stack, kCurrentLayerHandle, x, y);
     });
 }
@@ -73,7 +73,7 @@ bool PixelCommands::FillLayer(const ilTile& area, const PaintColor& color, const
 bool PixelCommands::ClearCurrentLayer(int layerStack)
 {
     UndoableCommand command(SessionOf(this), layerStack);
-    return command.ChangePixels({kCurrentLayerHandle}, [](LayerStack& stack) { return stack.ClearCurrentLayer(); });
+    return command.ChangePixels(kCurrentLayerHandle, [](LayerStack& stack) { return stack.ClearCurrentLayer(); });
 }
 
 bool PixelCommands::ClearLayerImageByRect(const ilTile& area, const PntHandle& layer)

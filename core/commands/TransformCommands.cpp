@@ -8,20 +8,24 @@ namespace {
 
 using Operation = UndoableCommand::Operation;
 
-/// A command on the pixels of some layers that may be refused.
-bool EditPixels(PaintSession& session, const PntHandle& layer, const qs::vector<PntHandle>& edited,
-                const Operation& edit)
+/// A command on the pixels of a layer, with its transform group when `withGroup`, that may be refused.
+bool EditPixels(const TransformCommands* group, const PntHandle& layer, bool withGroup, Operation edit)
 {
-    return UndoableCommand(session, layer).ChangePixels(edited, [&](LayerStack& stack) {
+    const auto editAndShow = [&](LayerStack& stack) {
         if (!edit(stack))
             return false;
         stack.ForceUpdate();
         return true;
+    };
+    return Guarded(false, [&] {
+        const qs::vector<PntHandle> layers = withGroup ? group->getTransformGroup(layer) : qs::vector<PntHandle>();
+        UndoableCommand command(SessionOf(group), layer);
+        return layers.empty() ? command.ChangePixels(layer, editAndShow) : command.ChangePixels(layers, editAndShow);
     });
 }
 
 /// A preview on a layer: nothing to take back, and the views follow.
-bool Preview(const TransformCommands* group, const PntHandle& layer, const Operation& preview)
+bool Preview(const TransformCommands* group, const PntHandle& layer, Operation preview)
 {
     SessionOf(group).EndStrokeOn(layer);
     return ChangeStack(group, layer, false, [&](LayerStack& stack) {
@@ -36,18 +40,10 @@ bool Preview(const TransformCommands* group, const PntHandle& layer, const Opera
 
 // --- transforms ---
 
-/// The layers that are transformed with this one, itself included.
-qs::vector<PntHandle> TransformCommands::GroupOf(const PntHandle& layer) const
-{
-    const qs::vector<PntHandle> group = getTransformGroup(layer);
-    return group.empty() ? qs::vector<PntHandle>{layer} : group;
-}
-
 bool TransformCommands::XForm(const LayerStackTransform& transform, FilterMethod minify, FilterMethod magnify,
                               const PntHandle& layer)
 {
-    return EditPixels(SessionOf(this), layer, GroupOf(layer),
-                      [&](LayerStack& stack) { return stack.XForm(transform, minify, magnify, layer); });
+    return EditPixels(this, layer, true, [&](LayerStack& stack) { return stack.XForm(transform, minify, magnify, layer); });
 }
 
 bool TransformCommands::ProxyXForm(const LayerStackTransform& transform, FilterMethod minify, FilterMethod magnify,
@@ -58,8 +54,7 @@ bool TransformCommands::ProxyXForm(const LayerStackTransform& transform, FilterM
 
 bool TransformCommands::Deform(const Rect8f& corners, FilterMethod filter, int kind, const PntHandle& layer)
 {
-    return EditPixels(SessionOf(this), layer, GroupOf(layer),
-                      [&](LayerStack& stack) { return stack.Deform(corners, filter, kind, 0, 0, layer); });
+    return EditPixels(this, layer, true, [&](LayerStack& stack) { return stack.Deform(corners, filter, kind, 0, 0, layer); });
 }
 
 bool TransformCommands::ProxyDeform(const Rect8f& corners, FilterMethod filter, int kind, const PntHandle& layer)
@@ -77,8 +72,7 @@ ilTile TransformCommands::GetTransformBounds(const PntHandle& layer) const
 
 bool TransformCommands::ColorAdjust(const ColorAdjustParm& parm, float amount, const PntHandle& layer)
 {
-    return EditPixels(SessionOf(this), layer, {layer},
-                      [&](LayerStack& stack) { return stack.ColorAdjust(parm, amount, layer); });
+    return EditPixels(this, layer, false, [&](LayerStack& stack) { return stack.ColorAdjust(parm, amount, layer); });
 }
 
 bool TransformCommands::ProxyColorAdjust(const ColorAdjustParm& parm, float amount, const PntHandle& layer)
@@ -93,8 +87,7 @@ ImageAnalysisData TransformCommands::AnalyzeLayer(const PntHandle& layer) const
 
 bool TransformCommands::SharpenOrBlurDone(float amount, float radius, const PntHandle& layer)
 {
-    return EditPixels(SessionOf(this), layer, {layer},
-                      [&](LayerStack& stack) { return stack.SharpenOrBlurDone(amount, radius, layer); });
+    return EditPixels(this, layer, false, [&](LayerStack& stack) { return stack.SharpenOrBlurDone(amount, radius, layer); });
 }
 
 // --- transform groups ---

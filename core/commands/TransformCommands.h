@@ -71,7 +71,4 @@ public:
 protected:
     TransformCommands() = default;
     ~TransformCommands() = default;
-
-private:
-    qs::vector<PntHandle> GroupOf(const PntHandle& layer) const;
 };

@@ -56,7 +56,7 @@ qs::Reference<LayerStack> UndoableCommand::Enter(bool endsCurrentProxy)
     return session_.registry.Get(stackHandle_);  // the ends of stroke and proxy called the host
 }
 
-qs::Reference<PntUndoStroke> UndoableCommand::CapturePixels(LayerStack& stack, const qs::vector<PntHandle>& layers)
+qs::Reference<PntUndoStroke> UndoableCommand::CapturePixels(LayerStack& stack, std::span<const PntHandle> layers)
 {
     qs::vector<PntHandle> handles;
     qs::vector<Layer*> found;
@@ -72,7 +72,7 @@ qs::Reference<PntUndoStroke> UndoableCommand::CapturePixels(LayerStack& stack, c
     return new PntUndoStroke(&session_.manager, stackHandle_, handles, &stack, found, "MioStroke");
 }
 
-bool UndoableCommand::ChangePixels(const qs::vector<PntHandle>& layers, const Operation& operation)
+bool UndoableCommand::ChangePixels(std::span<const PntHandle> layers, Operation operation)
 {
     return Guarded(false, [&] {
         const qs::Reference<LayerStack> stack = Enter(true);
@@ -99,7 +99,7 @@ bool UndoableCommand::ChangePixels(const qs::vector<PntHandle>& layers, const Op
     });
 }
 
-bool UndoableCommand::ChangeSelection(const Operation& operation)
+bool UndoableCommand::ChangeSelection(Operation operation)
 {
     return Guarded(false, [&] {
         const qs::Reference<LayerStack> stack = session_.registry.Get(stackHandle_);
@@ -107,22 +107,22 @@ bool UndoableCommand::ChangeSelection(const Operation& operation)
             return false;
         if (stack->GetSelectionMask() == nullptr)
             stack->ClearSelectionMask(false);  // as if it had been there, empty
-        return ChangePixels({stack->GetSelectionMaskHandle()}, operation);
+        return ChangePixels(stack->GetSelectionMaskHandle(), operation);
     });
 }
 
-bool UndoableCommand::ChangeStructure(const Operation& operation)
+bool UndoableCommand::ChangeStructure(Operation operation)
 {
     return Guarded(false, [&] { return Enter(false) && RunStructural({}, operation); });
 }
 
-bool UndoableCommand::Merge(const qs::vector<PntHandle>& receivers, const Operation& operation)
+bool UndoableCommand::Merge(std::span<const PntHandle> receivers, Operation operation)
 {
     return Guarded(false, [&] { return Enter(true) && RunStructural(receivers, operation); });
 }
 
 /// Runs the operation on what has the document's place; takes everything back when it does nothing or fails.
-bool UndoableCommand::RunStructural(const qs::vector<PntHandle>& receivers, const Operation& operation)
+bool UndoableCommand::RunStructural(std::span<const PntHandle> receivers, Operation operation)
 {
     Notices::Scope hold(session_.notices);
     qs::Reference<PntUndoStroke> pixels;

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "platform/base/Notices.h"
+#include "platform/base/FunctionRef.h"
 #include "stack/LayerStack.h"
 #include "undo/PntUndoLayerStack.h"
 #include "undo/PntUndoStroke.h"
 
-#include <functional>
+#include <span>
 
 class PntUndoDatabase;
 struct PaintSession;
@@ -24,7 +24,7 @@ struct PaintSession;
 /// a layer of before may be used in the operation or after it.
 class UndoableCommand {
 public:
-    using Operation = std::function<bool(LayerStack&)>;
+    using Operation = FunctionRef<bool(LayerStack&)>;
 
     /// By layer-stack handle (-2: the current one), or by the document that holds a container.
     UndoableCommand(PaintSession& session, int layerStack);
@@ -34,18 +34,19 @@ public:
 
     /// Changes which containers there are, their order or properties; no pixels. A refusal is best found before: here
     /// it costs a redraw.
-    bool ChangeStructure(const Operation& operation);
+    bool ChangeStructure(Operation operation);
 
     /// Changes pixels, offset or pivot of the layers, all of one document (the selection mask among them: its
     /// visibility as well). Handles that name no layer are left out; without any nothing happens. A proxy of the
     /// current document ends, whichever document is named.
-    bool ChangePixels(const qs::vector<PntHandle>& layers, const Operation& operation);
+    bool ChangePixels(std::span<const PntHandle> layers, Operation operation);
+    bool ChangePixels(const PntHandle& layer, Operation operation) { return ChangePixels({&layer, 1}, operation); }
 
     /// Changes the selection mask: its pixels, place and visibility.
-    bool ChangeSelection(const Operation& operation);
+    bool ChangeSelection(Operation operation);
 
     /// Changes the structure, and the pixels of the layers that receive those of others: one combined step.
-    bool Merge(const qs::vector<PntHandle>& receivers, const Operation& operation);
+    bool Merge(std::span<const PntHandle> receivers, Operation operation);
 
     // --- steps ---
 
@@ -61,8 +62,8 @@ public:
 
 private:
     qs::Reference<LayerStack> Enter(bool endsCurrentProxy);
-    qs::Reference<PntUndoStroke> CapturePixels(LayerStack& stack, const qs::vector<PntHandle>& layers);
-    bool RunStructural(const qs::vector<PntHandle>& receivers, const Operation& operation);
+    qs::Reference<PntUndoStroke> CapturePixels(LayerStack& stack, std::span<const PntHandle> layers);
+    bool RunStructural(std::span<const PntHandle> receivers, Operation operation);
 
     PaintSession& session_;
     int stackHandle_;

@@ -131,7 +131,7 @@ void FillTools::Finish(const Request& request)
         if (Apply(*stack, request))
             session_.UpdateProcessedLayerImage();
     } else {
-        UndoableCommand(session_, target).ChangePixels({target}, [&](LayerStack& found) {
+        UndoableCommand(session_, target).ChangePixels(target, [&](LayerStack& found) {
             return Apply(found, request);
         });
     }
