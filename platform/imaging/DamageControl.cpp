@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr size_t kMaxTiles = 24;
-
 /// Tiles are joined when that adds little area: a joined tile is shown at once, two cost the same work twice.
 constexpr double kJoinedAreaLimit = 1.3;
 
@@ -21,49 +19,49 @@ bool IsWorthJoining(const ilTile& a, const ilTile& b)
 
 }  // namespace
 
-void DamageControl::DamageTile(const ilTile& tile)
+void DamageControl::DamageTile(const ilTile& tile) noexcept
 {
     if (tile.IsEmpty())
         return;
     // From the newest to the oldest: a stroke adds its stamps next to each other, and what grew last stands at the end.
-    for (size_t i = tiles_.size(); i-- > 0;) {
-        if (tiles_[i].Contains(tile))
+    for (ilTile* old = End(); old-- != tiles_.data();) {
+        if (old->Contains(tile))
             return;
-        if (IsWorthJoining(tiles_[i], tile)) {
-            Grow(i, tile);
+        if (IsWorthJoining(*old, tile)) {
+            Grow(old, tile);
             return;
         }
     }
-    if (tiles_.size() < kMaxTiles) {
-        tiles_.push_back(tile);
+    if (count_ < kMaxTiles) {
+        tiles_[count_++] = tile;
         return;
     }
     const auto growth = [&tile](const ilTile& old) { return AreaOf(ilTileUnion(old, tile)) - AreaOf(old); };
-    const auto least = std::min_element(tiles_.begin(), tiles_.end(),
-                                        [&](const ilTile& a, const ilTile& b) { return growth(a) < growth(b); });
-    Grow(static_cast<size_t>(least - tiles_.begin()), tile);
+    Grow(
+        std::min_element(tiles_.data(), End(), [&](const ilTile& a, const ilTile& b) { return growth(a) < growth(b); }),
+        tile);
 }
 
-void DamageControl::Grow(size_t index, const ilTile& tile)
+void DamageControl::Grow(ilTile* old, const ilTile& tile) noexcept
 {
-    tiles_[index] = ilTileUnion(tiles_[index], tile);
-    std::rotate(tiles_.begin() + static_cast<ptrdiff_t>(index), tiles_.begin() + static_cast<ptrdiff_t>(index) + 1,
-                tiles_.end());
+    *old = ilTileUnion(*old, tile);
+    std::rotate(old, old + 1, End());
 }
 
-bool DamageControl::nextDamaged(ilTile& tile)
+bool DamageControl::nextDamaged(ilTile& tile) noexcept
 {
-    if (tiles_.empty())
+    if (count_ == 0)
         return false;
     tile = tiles_.front();
-    tiles_.erase(tiles_.begin());
+    std::copy(tiles_.data() + 1, End(), tiles_.data());
+    --count_;
     return true;
 }
 
-ilTile DamageControl::previewEntireDamaged() const
+ilTile DamageControl::previewEntireDamaged() const noexcept
 {
     ilTile all;
-    for (const ilTile& tile : tiles_)
-        all = ilTileUnion(all, tile);
+    for (size_t i = 0; i < count_; ++i)
+        all = ilTileUnion(all, tiles_[i]);
     return all;
 }

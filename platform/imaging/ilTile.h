@@ -40,20 +40,28 @@ struct ilTile {
     friend constexpr bool operator==(const ilTile&, const ilTile&) = default;
 };
 
-/// The tile that spans [left, right) × [top, bottom), cut to the range of int; empty when nothing is left.
+/// Pixels farther than this from the axes are out of reach of every canvas and layer.
+inline constexpr int kFarthestPixel = 1 << 30;
+
+/// The tile that spans [left, right) × [top, bottom), cut to the range of int; empty when nothing is left. A span that
+/// is longer than an int can tell keeps what lies within kFarthestPixel.
 constexpr ilTile ilTileFromEdges(int64_t left, int64_t top, int64_t right, int64_t bottom)
 {
-    constexpr int64_t kLow = INT32_MIN;
-    constexpr int64_t kHigh = INT32_MAX;
-    left = std::clamp(left, kLow, kHigh);
-    top = std::clamp(top, kLow, kHigh);
-    right = std::clamp(right, left, std::min(kHigh, left + kHigh));
-    bottom = std::clamp(bottom, top, std::min(kHigh, top + kHigh));
+    constexpr auto cut = [](int64_t& low, int64_t& high) {
+        low = std::clamp<int64_t>(low, INT32_MIN, INT32_MAX);
+        high = std::clamp<int64_t>(high, low, INT32_MAX);
+        if (high - low > INT32_MAX) {
+            low = std::max<int64_t>(low, -kFarthestPixel);
+            high = std::min<int64_t>(high, low + INT32_MAX);
+        }
+    };
+    cut(left, right);
+    cut(top, bottom);
     return {static_cast<int>(left), static_cast<int>(top), static_cast<int>(right - left),
             static_cast<int>(bottom - top)};
 }
 
-/// The smallest tile that holds both; an empty operand adds nothing.
+/// The smallest tile that holds both, as ilTileFromEdges cuts it; an empty operand adds nothing.
 constexpr ilTile ilTileUnion(const ilTile& a, const ilTile& b)
 {
     if (a.IsEmpty())

@@ -80,16 +80,20 @@ TEST(DamageControl, TilesComeOldestFirstAndAnEmptyOneAddsNothing)
     EXPECT_TRUE(damage.anyDamaged());
 }
 
-TEST(DamageControl, TilesAtTheEndsOfTheRangeAreCovered)
+TEST(DamageControl, NoTileHoweverFarMakesDamageForgotten)
 {
-    DamageControl damage;
-    const ilTile low{INT32_MIN, INT32_MIN, 5, 5};
-    const ilTile high{INT32_MAX - 5, INT32_MAX - 5, 5, 5};
-    damage.DamageTile(low);
-    damage.DamageTile(high);
-    const std::vector<ilTile> tiles = TakeAll(damage);
-    EXPECT_TRUE(AnyContains(tiles, low));
-    EXPECT_TRUE(AnyContains(tiles, high));
+    std::mt19937 random(2);
+    const int edges[] = {INT32_MIN, INT32_MIN + 1, -(1 << 30), -1000, -1, 0, 1, 640, 1 << 30, INT32_MAX - 1, INT32_MAX};
+    const auto any = [&] { return edges[random() % std::size(edges)]; };
+    for (int round = 0; round < 2000; ++round) {
+        DamageControl damage;
+        const ilTile shown{static_cast<int>(random() % 1000), static_cast<int>(random() % 1000), 10, 10};
+        damage.DamageTile(shown);
+        for (int i = 0; i < 60; ++i)
+            damage.DamageTile({any(), any(), any(), any()});
+        EXPECT_TRUE(damage.previewEntireDamaged().Contains(shown)) << "round " << round;
+        ASSERT_TRUE(AnyContains(TakeAll(damage), shown)) << "round " << round;
+    }
 }
 
 }  // namespace
