@@ -364,11 +364,16 @@ void BrushStroker::KeepForUndo(OpenStroke& stroke)
 {
     const bool isLayerThere =
         !stroke.isGone && stroke.stack->GetLayerFromHandle(stroke.layerHandle) == stroke.layer.get();
-    if (stroke.undo && isLayerThere && UndoableCommand::IsRecording(session_))
-        Attempt([&] {
-            if (stroke.undo->HasChanges())
-                UndoableCommand::Keep(session_, stroke.undo);
-        });
+    if (!stroke.undo || !isLayerThere || !UndoableCommand::IsRecording(session_))
+        return;
+    const bool isKept = Attempt([&] {
+        if (stroke.undo->HasChanges())
+            UndoableCommand::Keep(session_, stroke.undo);
+    });
+    if (!isKept) {
+        stroke.undo->UndoOper();  // rather no stroke than one that cannot be taken back
+        stroke.stack->DistrustCaches();
+    }
 }
 
 void BrushStroker::EndOn(const LayerStack* stack)

@@ -18,7 +18,10 @@ bool EditPixels(const TransformCommands* group, const PntHandle& layer, bool wit
         return true;
     };
     return Guarded(false, [&] {
-        const qs::vector<PntHandle> layers = withGroup ? group->getTransformGroup(layer) : qs::vector<PntHandle>();
+        const LayerStack* stack = SessionOf(group).Find(layer);
+        if (stack == nullptr)
+            return false;
+        const qs::vector<PntHandle> layers = withGroup ? stack->getTransformGroup(layer) : qs::vector<PntHandle>();
         UndoableCommand command(SessionOf(group), layer);
         return layers.empty() ? command.ChangePixels(layer, editAndShow) : command.ChangePixels(layers, editAndShow);
     });

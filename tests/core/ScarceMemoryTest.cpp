@@ -120,47 +120,60 @@ protected:
         PaintCore.FlushUndoQueue();
     }
 
-    /// Every allocation of the command fails in turn. Each time it has happened whole, with its step, or not at all.
-    void FailEachAllocation(const Case& tried)
+    std::string DescribeAll() const
     {
-        for (failsOnwards = false;; failsOnwards = true) {
-            OpenDocument();
-            const CountedPages pages;
-            for (long allowed = 0; !HasFailure(); ++allowed) {
-                const std::string place =
-                    tried.name + (" at " + std::to_string(allowed)) + (failsOnwards ? " and after" : "");
-                const std::string before = Describe() + (PaintCore.InProxy() ? "previewed" : "");
-                const size_t steps = PaintUndoQueue()->GetUndoDB()->size();
-                hasFailed = false;
-                allocationsLeft = allowed;
-                ASSERT_NO_THROW(tried.run()) << place;
-                allocationsLeft = -1;
-                PaintCore.EndBrushStroke();
-                const std::string after = Describe() + (PaintCore.InProxy() ? "previewed" : "");
-                const size_t more = PaintUndoQueue()->GetUndoDB()->size() - steps;
-                ExpectTruePlanes();
-                EXPECT_FALSE(HasFailure()) << place;
-                if (tried.kind == Kind::Step) {
-                    ASSERT_EQ(more, after != before ? 1U : 0U) << place;
-                    if (more > 0)
-                        PaintUndoQueue()->Undo();
-                    ASSERT_EQ(Describe(), before) << "undo of " << place;
-                    ExpectTruePlanes();
-                }
-                if (tried.kind == Kind::Preview) {
-                    ASSERT_EQ(PaintCore.InProxy(), after != before) << place;
-                    PaintCore.EndProxy();
-                    ASSERT_EQ(Describe(), before) << place;
-                }
-                if (!hasFailed) {
-                    EXPECT_TRUE(tried.kind == Kind::Plain || after != before) << tried.name << " does nothing";
-                    break;
-                }
-            }
-            if (failsOnwards || HasFailure())
-                break;
+        return Describe() + (PaintCore.InProxy() ? "previewed" : "");
+    }
+
+    /// Runs the command with one allocation failing, or that and all after it. What is wrong then, or nothing.
+    std::string RunOnce(const Case& tried, long allowed)
+    {
+        const std::string before = DescribeAll();
+        const size_t steps = PaintUndoQueue()->GetUndoDB()->size();
+        hasFailed = false;
+        allocationsLeft = allowed;
+        try {
+            tried.run();
+        } catch (const std::bad_alloc&) {
+            allocationsLeft = -1;
+            return "it throws";
         }
         allocationsLeft = -1;
+        PaintCore.EndBrushStroke();
+        const std::string after = DescribeAll();
+        const size_t more = PaintUndoQueue()->GetUndoDB()->size() - steps;
+        if (const std::string untrue = FindUntruePlane(); !untrue.empty())
+            return untrue;
+        if (!hasFailed && tried.kind != Kind::Plain && after == before)
+            return "it does nothing";
+        if (tried.kind == Kind::Step) {
+            if (more != (after != before ? 1U : 0U))
+                return more > 0 ? "a step without a change" : "a change without a step";
+            if (more > 0)
+                PaintUndoQueue()->Undo();
+        } else if (tried.kind == Kind::Preview) {
+            if (PaintCore.InProxy() != (after != before))
+                return "a preview half begun";
+            PaintCore.EndProxy();
+        }
+        if (tried.kind != Kind::Plain && DescribeAll() != before)
+            return "it is not taken back";
+        return FindUntruePlane();
+    }
+
+    /// Every allocation of the command fails in turn: each time it has happened whole, with its step, or not at all.
+    std::string FailEachAllocation(const Case& tried)
+    {
+        for (const bool onwards : {false, true}) {
+            OpenDocument();
+            const CountedPages pages;
+            failsOnwards = onwards;
+            hasFailed = true;
+            for (long allowed = 0; hasFailed; ++allowed)
+                if (const std::string wrong = RunOnce(tried, allowed); !wrong.empty())
+                    return wrong + " at " + std::to_string(allowed) + (onwards ? " and after" : "");
+        }
+        return "";
     }
 
     static qs::vector<Case> AllCases();
@@ -294,9 +307,6 @@ qs::vector<ScarceMemoryTest::Case> ScarceMemoryTest::AllCases()
 
 TEST_F(ScarceMemoryTest, EveryCommandHappensWholeOrNotAtAllWhereverMemoryRunsOut)
 {
-    for (const Case& one : AllCases()) {
-        FailEachAllocation(one);
-        if (HasFatalFailure())
-            break;
-    }
+    for (const Case& one : AllCases())
+        EXPECT_EQ(FailEachAllocation(one), "") << one.name;
 }

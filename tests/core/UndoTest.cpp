@@ -111,6 +111,24 @@ TEST_F(Undo, AClosedDocumentComesBackUnlessItsPlaceIsTakenOrTheHostRefuses)
     EXPECT_TRUE(PaintCore.GetLayerStack(0)->GetCurrentLayerPtr()->GetImage()->GetPixel(30, 30).GetAlpha() == 0);
 }
 
+TEST_F(Undo, ViewsAreToldThatNoLayerIsLeft)
+{
+    PaintCore.AddLayerStack(60, 40);
+    FakeView view;
+    PaintCore.AddViewer(&view);
+    const qs::TempReference<ilSmartImage> red(new ilSmartImage(PaintColor(1, 0, 0, 1).PixelOf(4)));
+    red->fillTile({0, 0, 60, 40}, PaintColor(1, 0, 0, 1).PixelOf(4));
+    PaintCore.AddLayer(red);
+    ilTile tile;
+    while (view.GetNextUpdateTile(tile)) {
+    }
+    const int updates = view.updates;
+    ASSERT_TRUE(TakeBack());
+    EXPECT_TRUE(view.updates > updates && view.GetNextUpdateTile(tile));
+    EXPECT_EQ(tile, ilTile(0, 0, 60, 40));
+    EXPECT_EQ(PlaneBytes(), qs::vector<uint8_t>(60 * 40 * 4));
+}
+
 TEST_F(Undo, WithoutMemoryACommandHappensWhollyOrNotAndUndoNeedsNone)
 {
     SCOPED_TRACE("PAINTLAYER_SEED=" + std::to_string(FirstSeed()));

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Random edits of one document. The seed is printed with every failure and can be set with PAINTLAYER_TEST_SEED.
+/// Random edits of one document. The seed is printed with every failure and can be set with PAINTLAYER_SEED.
 class RandomEditor {
 public:
     explicit RandomEditor(unsigned seed) : random_(seed) {}
@@ -94,7 +94,8 @@ public:
 
     void Rarely()
     {
-        switch (Below(9)) {
+        switch (Below(10)) {
+        case 8: document->SetSize({0, 0, 20 + Below(180), 20 + Below(130)}, Flip(), Flip(), true); break;
         case 0: document->DeleteLayerFolder(document->GetLayerFolderFromHandle(Container())); break;
         case 1: document->DeleteAllMasks(Flip()); break;
         case 2: document->DeleteAllStencils(Flip(), Flip()); break;
@@ -244,7 +245,7 @@ private:
 
 unsigned FirstSeed()
 {
-    const char* const set = std::getenv("PAINTLAYER_TEST_SEED");
+    const char* const set = std::getenv("PAINTLAYER_SEED");
     return set != nullptr ? static_cast<unsigned>(std::strtoul(set, nullptr, 10)) : 1;
 }
 
@@ -267,6 +268,8 @@ void ExpectInvariants(LayerStack& stack)
             EXPECT_EQ(container->GetRefCount(), 1);
             const auto* layer = dynamic_cast<Layer*>(container);
             EXPECT_TRUE(layer == nullptr || layer->GetLayerMode() == mode);
+            if (layer != nullptr && layer->IsHardLinkToOwnerLayer())
+                EXPECT_NE(stack.GetLayerFromHandle(layer->GetOwnerLayerArray().front()), nullptr) << "an owner is gone";
             isCurrentHere = isCurrentHere || container == stack.GetCurrentLayerPtr();
         }
     }
