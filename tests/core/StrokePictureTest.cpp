@@ -139,10 +139,10 @@ TEST_F(StrokePicture, AStrokeOnAStencilShowsWhatItHidesAtOnceOrAtItsEnd)
 
 TEST_F(StrokePicture, TheCachedImagePlaneIsWhatComposingAfreshGives)
 {
-    const char* const set = std::getenv("PAINTLAYER_TEST_SEED");
+    const char* const set = std::getenv("PAINTLAYER_SEED");
     const auto first = set != nullptr ? static_cast<unsigned>(std::strtoul(set, nullptr, 10)) : 1U;
     for (unsigned seed = first; seed < first + 12; ++seed) {
-        SCOPED_TRACE("PAINTLAYER_TEST_SEED=" + std::to_string(seed));
+        SCOPED_TRACE("PAINTLAYER_SEED=" + std::to_string(seed));
         std::mt19937 random(seed);
         const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
         const auto share = [&] { return static_cast<float>(below(1001)) / 1000; };

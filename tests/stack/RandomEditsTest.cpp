@@ -268,8 +268,9 @@ void ExpectInvariants(LayerStack& stack)
             EXPECT_EQ(container->GetRefCount(), 1);
             const auto* layer = dynamic_cast<Layer*>(container);
             EXPECT_TRUE(layer == nullptr || layer->GetLayerMode() == mode);
-            if (layer != nullptr && layer->IsHardLinkToOwnerLayer())
-                EXPECT_NE(stack.GetLayerFromHandle(layer->GetOwnerLayerArray().front()), nullptr) << "an owner is gone";
+            EXPECT_TRUE(layer == nullptr || !layer->IsHardLinkToOwnerLayer() ||
+                        stack.GetLayerFromHandle(layer->GetOwnerLayerArray().front()) != nullptr)
+                << "an owner is gone";
             isCurrentHere = isCurrentHere || container == stack.GetCurrentLayerPtr();
         }
     }
