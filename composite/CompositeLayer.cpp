@@ -3,6 +3,7 @@
 #include "composite/CompositePort.h"
 #include "layers/Layer.h"
 #include "platform/imaging/MaskingPaintOps.h"
+#include "platform/imaging/kernels/Kernels.h"
 #include "platform/os/DebugOutput.h"
 
 #include <memory>

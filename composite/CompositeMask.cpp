@@ -3,6 +3,7 @@
 #include "layers/Layer.h"
 #include "platform/imaging/ImageBlend.h"
 #include "platform/imaging/PageWalk.h"
+#include "platform/imaging/kernels/Kernels.h"
 
 namespace {
 

@@ -2,7 +2,6 @@
 
 #include "layers/PntHandle.h"
 #include "platform/base/Containers.h"
-#include "platform/base/Export.h"
 #include "platform/imaging/ilTile.h"
 
 class Layer;
@@ -13,7 +12,7 @@ class MaskingPaintOps;
 
 /// What the composite asks of its document. The room above fills it at start-up; until then every entry has a neutral
 /// answer. The stack argument is never null; what is returned is borrowed and good for the call.
-struct PAINTLAYER_EXPORT CompositePort {
+struct CompositePort {
     /// The image folder; null when there is none.
     LayerFolder* (*GetImageFolder)(LayerStack* stack);
 
@@ -51,4 +50,4 @@ struct PAINTLAYER_EXPORT CompositePort {
 };
 
 /// The process's port, for reading and filling.
-PAINTLAYER_EXPORT CompositePort& GetCompositePort();
+CompositePort& GetCompositePort();

@@ -4,13 +4,14 @@
 #include "platform/base/Containers.h"
 #include "platform/base/Export.h"
 #include "platform/base/Reference.h"
-#include "platform/imaging/PageCompositor.h"
 #include "platform/imaging/ilSmartImage.h"
 #include "platform/imaging/ilTile.h"
 
 class CompositeBase;
 class LayerFolder;
 class LayerStack;
+class ilMemoryImg;
+struct CompositeSource;
 
 /// The composite of one document's image folder, as a tree of nodes that caches all but the reference container (adjust
 /// LCH): what lies below it, and above it each run of normal-mode siblings.

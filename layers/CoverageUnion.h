@@ -10,4 +10,4 @@ void UniteWithin(ilSmartImage& into, const ilTile& tile, const ilMIOImage& sourc
 
 /// The same everywhere, at the cost of the pages that can change: where neither stores one the fill values unite, and a
 /// missing page of full coverage stays what it is.
-PAINTLAYER_EXPORT void UniteEverywhere(ilSmartImage& into, const ilMIOImage& source, int64_t dx, int64_t dy);
+void UniteEverywhere(ilSmartImage& into, const ilMIOImage& source, int64_t dx, int64_t dy);

@@ -8,7 +8,7 @@ class LayerFolder;
 
 /// What layers ask of the documents and of the host above them. The rooms above fill it at start-up; until then every
 /// entry has a neutral answer, so that layers also live without a document.
-struct PAINTLAYER_EXPORT DocumentPort {
+struct DocumentPort {
     /// The layer that a handle names, in whatever open document; null when there is none.
     Layer* (*FindLayer)(const PntHandle& handle);
 
@@ -38,10 +38,10 @@ struct PAINTLAYER_EXPORT DocumentPort {
 };
 
 /// The process's port, for reading and filling.
-PAINTLAYER_EXPORT DocumentPort& GetDocumentPort();
+DocumentPort& GetDocumentPort();
 
 /// The debug level at which objects print themselves on standard output.
 inline constexpr int kDumpDebugLevel = 8214;
 
 /// Whether the host's debug level asks for dumps.
-PAINTLAYER_EXPORT bool IsDumpWanted();
+bool IsDumpWanted();

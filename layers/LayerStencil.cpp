@@ -4,6 +4,7 @@
 #include "platform/imaging/ImageBlend.h"
 #include "platform/imaging/PageCompositor.h"
 #include "platform/imaging/PaintOps.h"
+#include "platform/imaging/kernels/Kernels.h"
 
 namespace {
 

@@ -1,4 +1,5 @@
 #include "layers/DocumentPort.h"
+#include "platform/imaging/ImageBlend.h"
 #include "platform/imaging/ImageConvert.h"
 #include "platform/imaging/PageWalk.h"
 #include "stack/LayerStack.h"

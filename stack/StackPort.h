@@ -8,7 +8,7 @@ class LayerStack;
 
 /// What a layer stack asks of, and tells, the paint manager and the host above it. The room above fills it at start-up;
 /// until then every entry has a neutral answer or does nothing, so that stacks also live without a manager.
-struct PAINTLAYER_EXPORT StackPort {
+struct StackPort {
     /// The background of a new document; white without a host.
     PaintColor (*DefaultBackgroundColor)();
 
@@ -36,4 +36,4 @@ struct PAINTLAYER_EXPORT StackPort {
 };
 
 /// The process's port, for reading and filling.
-PAINTLAYER_EXPORT StackPort& GetStackPort();
+StackPort& GetStackPort();

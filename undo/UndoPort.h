@@ -1,7 +1,6 @@
 #pragma once
 
 #include "layers/PntHandle.h"
-#include "platform/base/Export.h"
 #include "platform/base/Reference.h"
 #include "stack/LayerStack.h"
 
@@ -10,7 +9,7 @@ class PaintManager;
 /// What records and stores ask of, and tell, the paint manager and the host above them; the manager is the one that the
 /// record was made with. The room above fills it at start-up; until then every entry has a neutral answer or does
 /// nothing. Entries that change documents may run code of the host.
-struct PAINTLAYER_EXPORT UndoPort {
+struct UndoPort {
     /// The document under a handle, or null; the handle of a document and of the current one, or -1.
     qs::Reference<LayerStack> (*GetLayerStack)(PaintManager* manager, int stackHandle);
     int (*GetLayerStackHandle)(PaintManager* manager, const qs::Reference<LayerStack>& stack);
@@ -36,4 +35,4 @@ struct PAINTLAYER_EXPORT UndoPort {
 };
 
 /// The process's port, for reading and filling.
-PAINTLAYER_EXPORT UndoPort& GetUndoPort();
+UndoPort& GetUndoPort();

@@ -4,7 +4,7 @@
 
 /// A paged image seen through the page looked at last, which is found without its directory. Writing through the
 /// wrapper is seen by it; while it looks at a page, nobody else writes to the image.
-class PAINTLAYER_EXPORT CachedSmartImage {
+class CachedSmartImage {
 public:
     explicit CachedSmartImage(qs::TempReference<ilMIOImage> image) : image_(std::move(image)) {}
 

@@ -5,7 +5,7 @@
 
 /// Which colours are like a seed's within a tolerance: on no channel do the straight colours, or the alphas, differ by
 /// more. Where the seed or the pixel is fully transparent it has no colour and the alphas alone are compared.
-class PAINTLAYER_EXPORT ColorMatch {
+class ColorMatch {
 public:
     /// tolerance: in parts of full scale, taken to 1/65535 of it: 0 is the same colour only, 40.0 / 255 is 40 levels, 1
     /// and more is every colour. A NaN or negative one makes the match refused.

@@ -8,7 +8,7 @@
 ///
 /// Source and target may be the same image. A four-channel target takes the colour, a one-channel one the colour's
 /// alpha as coverage: 1 adds to a mask, 0 takes away from it.
-class PAINTLAYER_EXPORT FloodFillOperation {
+class FloodFillOperation {
 public:
     /// area: what may be reached, in the source's pixels. tolerance: parts of full scale, as ColorMatch takes it.
     FloodFillOperation(CachedSmartImage& source, CachedSmartImage& target, const ilTile& area, float tolerance,

@@ -6,7 +6,7 @@
 
 /// What a flood covers, page by page: nothing, all, or some pixels of a page; some of them in part where its edge is
 /// soft. Pages that it does not reach, and those that it fills whole, hold no pixels.
-class PAINTLAYER_EXPORT FloodRegion {
+class FloodRegion {
 public:
     enum class Cover : uint8_t { None, All, Some };
 

@@ -5,6 +5,7 @@
 #include "platform/imaging/RowBlender.h"
 #include "platform/imaging/ilMIOImage.h"
 #include "platform/imaging/ilMemoryImg.h"
+#include "platform/imaging/kernels/Kernels.h"
 
 #include <cstring>
 #include <optional>

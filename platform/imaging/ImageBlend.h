@@ -2,8 +2,8 @@
 
 #include "platform/imaging/BlendFactor.h"
 #include "platform/imaging/LayerBlendMode.h"
+#include "platform/imaging/Weight.h"
 #include "platform/imaging/ilImage.h"
-#include "platform/imaging/kernels/Kernels.h"
 
 class ilMIOImage;
 
@@ -37,21 +37,21 @@ struct ImageBlend {
 
 /// Blends the pixels of `source` from (sourceX, sourceY) on into `tile` of `target`; both have equal channels. Missing
 /// and transparent pages cost nothing, pages that end up as the source's are shared.
-PAINTLAYER_EXPORT void BlendImage(ilImage& target, const ilTile& tile, const ilImage& source, int sourceX, int sourceY,
-                                  const ImageBlend& blend);
+void BlendImage(ilImage& target, const ilTile& tile, const ilImage& source, int sourceX, int sourceY,
+                const ImageBlend& blend);
 
 /// Moves the pixels of `target` within `tile` to `value` by the one-channel `coverage`, whose pixel (coverageX,
 /// coverageY) meets the tile's first one: (1 - coverage)·target + coverage·value, rounded once. Pages that the coverage
 /// leaves out cost nothing, pages that it covers in full share one page of the value.
-PAINTLAYER_EXPORT void FillThrough(ilMIOImage& target, const ilTile& tile, const ilPixel& value,
-                                   const ilMIOImage& coverage, int coverageX, int coverageY);
+void FillThrough(ilMIOImage& target, const ilTile& tile, const ilPixel& value, const ilMIOImage& coverage,
+                 int coverageX, int coverageY);
 
 /// Draws `color` (premultiplied, four channels) into `tile` of the four-channel `target` through the one-channel
 /// `coverage`, whose pixel (coverageX, coverageY) meets the tile's first one. Paints over.
-PAINTLAYER_EXPORT void BlendColorThrough(ilImage& target, const ilTile& tile, const ilImage& coverage, int coverageX,
-                                         int coverageY, const ilPixel& color, kernels::Weight weight);
+void BlendColorThrough(ilImage& target, const ilTile& tile, const ilImage& coverage, int coverageX, int coverageY,
+                       const ilPixel& color, kernels::Weight weight);
 
 /// Multiplies `target` within `tile` by 1 - weight·coverage: what the coverage covers is hidden. What is covered whole
 /// or not at all is settled a page at a time, without a look at its pixels.
-PAINTLAYER_EXPORT void HideThrough(ilMIOImage& target, const ilTile& tile, const ilMIOImage& coverage, int coverageX,
-                                   int coverageY, kernels::Weight weight);
+void HideThrough(ilMIOImage& target, const ilTile& tile, const ilMIOImage& coverage, int coverageX, int coverageY,
+                 kernels::Weight weight);

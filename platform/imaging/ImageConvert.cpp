@@ -2,6 +2,7 @@
 
 #include "platform/imaging/ImageBlend.h"
 #include "platform/imaging/PageWalk.h"
+#include "platform/imaging/kernels/Kernels.h"
 
 #include <cstring>
 

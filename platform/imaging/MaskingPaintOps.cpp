@@ -2,6 +2,7 @@
 
 #include "platform/imaging/ImageBlend.h"
 #include "platform/imaging/ilSmartImage.h"
+#include "platform/imaging/kernels/Kernels.h"
 
 #include <algorithm>
 

@@ -1,12 +1,10 @@
 #pragma once
 
-#include "platform/base/Export.h"
-
 #include <cstddef>
 #include <cstdint>
 
 /// Where pixel memory of pages comes from. Tests replace it to make allocation fail or to count.
-class PAINTLAYER_EXPORT PageMemoryPort {
+class PageMemoryPort {
 public:
     virtual ~PageMemoryPort() = default;
 
@@ -19,17 +17,17 @@ public:
 /// memory fresh from the system costs five times its reading.
 namespace PageAllocator {
 
-PAINTLAYER_EXPORT uint8_t* Allocate(size_t bytes);
-PAINTLAYER_EXPORT void Free(uint8_t* block, size_t bytes) noexcept;
+uint8_t* Allocate(size_t bytes);
+void Free(uint8_t* block, size_t bytes) noexcept;
 
 /// Null restores the built-in allocator. Blocks go back to the port that is set when they are freed: change it only
 /// around a block of code that frees what it made, or forward to the previous one.
-PAINTLAYER_EXPORT PageMemoryPort* SetPort(PageMemoryPort* port);
+PageMemoryPort* SetPort(PageMemoryPort* port);
 
 /// Bytes handed out now.
-PAINTLAYER_EXPORT size_t GetBytesInUse();
+size_t GetBytesInUse();
 
 /// Gives recycled memory back to the system, but for a reserve of 32 MiB.
-PAINTLAYER_EXPORT void ReleaseUnused();
+void ReleaseUnused();
 
 }  // namespace PageAllocator

@@ -3,6 +3,7 @@
 #include "platform/imaging/PageWalk.h"
 #include "platform/imaging/RowBlender.h"
 #include "platform/imaging/ilMemoryImg.h"
+#include "platform/imaging/kernels/Kernels.h"
 #include "platform/os/Parallel.h"
 
 #include <algorithm>

@@ -2,8 +2,8 @@
 
 #include "platform/base/Containers.h"
 #include "platform/imaging/LayerBlendMode.h"
+#include "platform/imaging/Weight.h"
 #include "platform/imaging/ilMIOImage.h"
-#include "platform/imaging/kernels/Kernels.h"
 
 class ilMemoryImg;
 
@@ -24,9 +24,8 @@ struct CompositeSource {
 /// Works page by page and bottom to top within a page, so that the accumulator stays in the first-level cache; what an
 /// opaque page hides is not read, and a page with a single visible source at full weight is shared, not copied. The
 /// result is the same as painting the sources one after the other over a transparent target.
-PAINTLAYER_EXPORT void ComposePages(ilMIOImage& target, const ilTile& tile, const qs::vector<CompositeSource>& sources);
+void ComposePages(ilMIOImage& target, const ilTile& tile, const qs::vector<CompositeSource>& sources);
 
 /// The same for a memory image (the image plane), whose part of `tile` is replaced. What is blank and stays blank is
 /// not touched.
-PAINTLAYER_EXPORT void ComposePages(ilMemoryImg& target, const ilTile& tile,
-                                    const qs::vector<CompositeSource>& sources);
+void ComposePages(ilMemoryImg& target, const ilTile& tile, const qs::vector<CompositeSource>& sources);

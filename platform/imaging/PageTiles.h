@@ -1,13 +1,12 @@
 #pragma once
 
 #include "platform/base/Containers.h"
-#include "platform/base/Export.h"
 #include "platform/imaging/ilMIOImage.h"
 #include "platform/imaging/ilTile.h"
 
 /// Collects pages into few tiles: neighbours in a row, then equal stretches of rows. Pages come row by row, each row
 /// from left to right, each page once.
-class PAINTLAYER_EXPORT PageTiles {
+class PageTiles {
 public:
     void Add(int px, int py);
 
@@ -22,4 +21,4 @@ private:
 
 /// Tiles of whole pages that hold every stored pixel in which the images differ; those of pages that both share are
 /// left out without a look at the pixels. Fill values are not compared.
-PAINTLAYER_EXPORT qs::vector<ilTile> TilesOfDifferentPages(const ilMIOImage& a, const ilMIOImage& b);
+qs::vector<ilTile> TilesOfDifferentPages(const ilMIOImage& a, const ilMIOImage& b);

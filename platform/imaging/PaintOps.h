@@ -2,9 +2,15 @@
 
 #include "platform/imaging/BlendFactor.h"
 #include "platform/imaging/DamageControl.h"
-#include "platform/imaging/ImageBlend.h"
+#include "platform/imaging/LayerBlendMode.h"
 #include "platform/imaging/Stamp.h"
+#include "platform/imaging/Weight.h"
 #include "platform/imaging/ilMIOImage.h"
+
+struct ImageBlend;
+namespace kernels {
+struct StampColor;
+}
 
 /// A painter bound to one image: fills, draws images and lays down stamps, and remembers which tiles it damaged.
 ///

@@ -2,6 +2,7 @@
 
 #include "platform/imaging/ImageBlend.h"
 #include "platform/imaging/Page.h"
+#include "platform/imaging/kernels/Kernels.h"
 
 /// Blends rows of at most one page's width. What a blend needs is settled once, in the constructor; rows then run
 /// without a branch per pixel.

@@ -1,13 +1,12 @@
 #pragma once
 
 #include "platform/base/Containers.h"
-#include "platform/base/Export.h"
 #include "platform/geometry/ilXY.h"
 #include "platform/imaging/SmoothCurve.h"
 
 /// Smooths a line of points as they come: each new point yields a few places on a curve that leads from the one before
 /// to exactly the new one. Nothing is held back, so the line never lags behind the pen.
-class PAINTLAYER_EXPORT Smooth2D {
+class Smooth2D {
 public:
     /// cornerCosine, gentleCosine: see CurveRule. mostPoints: 1 to 16 places at most for each new point.
     Smooth2D(double cornerCosine, double gentleCosine, int mostPoints);

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "platform/base/Export.h"
-
 #include <functional>
 
 /// Calls body(begin, end) for pieces of at most `grain` that together make up [0, count), on all of the machine's
@@ -9,4 +7,4 @@
 ///
 /// The threads live for this call only, so that nothing is left to stop at unload: work below a millisecond is not
 /// worth them. Where no thread can be started, the calling one does it all.
-PAINTLAYER_EXPORT void ParallelFor(int count, int grain, const std::function<void(int begin, int end)>& body);
+void ParallelFor(int count, int grain, const std::function<void(int begin, int end)>& body);

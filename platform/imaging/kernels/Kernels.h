@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/base/Export.h"
 #include "platform/imaging/LayerBlendMode.h"
+#include "platform/imaging/Weight.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -13,10 +13,6 @@
 /// Intermediate results have 8 fractional bits more than a byte, so each result rounds once: within 0.51 of a level of
 /// the formula. Full alpha stores the source unchanged, zero alpha changes no byte.
 namespace kernels {
-
-/// A weight of 0 to 1 as 0 to 65535 (65535 is exactly one).
-using Weight = uint16_t;
-inline constexpr Weight kFullWeight = 65535;
 
 /// A premultiplied colour times an opacity, with 8 fractional bits: what a stamp lays down at full coverage.
 struct StampColor {
@@ -166,13 +162,13 @@ struct KernelTable {
 
 /// The variant for this processor (the environment variable PAINTLAYER_KERNELS names another one for tests: baseline,
 /// avx2 or avx512; an unknown or unsupported name is ignored).
-PAINTLAYER_EXPORT const KernelTable& Get();
+const KernelTable& Get();
 
 /// All variants that this processor runs, baseline first; null-terminated.
-PAINTLAYER_EXPORT const KernelTable* const* GetAll();
+const KernelTable* const* GetAll();
 
 /// Uses another variant from now on (tests and benchmarks); null restores the choice made at load.
-PAINTLAYER_EXPORT void Use(const KernelTable* table);
+void Use(const KernelTable* table);
 
 /// a·b/255 rounded to nearest, exact for all bytes.
 constexpr uint32_t MulDiv255(uint32_t a, uint32_t b)
