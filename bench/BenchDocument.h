@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/PaintManager.h"
+#include <paintlayer/core/PaintManager.h>
 
 #include <cstdlib>
 #include <string>

@@ -2,8 +2,8 @@
 // serpentine maze of 2 pixel corridors, seeded in the corner. Mask: into an empty one-channel image. Image: the colour
 // into the image itself, whose pages are its own. Smooth: the mask with a soft edge.
 
-#include "bench/BenchDocument.h"
-#include "platform/imaging/FloodFillOperation.h"
+#include "BenchDocument.h"
+#include <paintlayer/platform/imaging/FloodFillOperation.h>
 
 #include <benchmark/benchmark.h>
 

@@ -1,6 +1,6 @@
 // Resident memory and start-up: prints one line a figure, `name: value unit`.
 
-#include "bench/BenchDocument.h"
+#include "BenchDocument.h"
 
 #include <chrono>
 #include <cstdio>

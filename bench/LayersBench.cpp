@@ -2,8 +2,8 @@
 // (every alpha from 1 to 254), painted (12 soft discs each) or faint (every alpha from 1 to 24: no number of them hides
 // what lies below; beyond eight they share their pages). PAINTLAYER_BENCH_FULL=1 adds 200 dense ones (14 GiB).
 
-#include "bench/BenchDocument.h"
-#include "undo/UndoStore.h"
+#include "BenchDocument.h"
+#include <paintlayer/undo/UndoStore.h>
 
 #include <benchmark/benchmark.h>
 

@@ -1,6 +1,6 @@
-#include "bench/Recording.h"
+#include "Recording.h"
 
-#include "core/PaintManager.h"
+#include <paintlayer/core/PaintManager.h>
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // The recorded tablet session (30 strokes, 2937 samples) at four times its size on 4096 × 4096, and single strokes.
 
-#include "bench/BenchDocument.h"
-#include "bench/Recording.h"
+#include "BenchDocument.h"
+#include "Recording.h"
 
 #include <benchmark/benchmark.h>
 

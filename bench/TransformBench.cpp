@@ -1,10 +1,10 @@
 // Pixels of the result per second of transforms of a painted layer of 4096 x 4096 (PAINTLAYER_BENCH_CANVAS sets another
 // side), every page of which differs in every pixel:  bench-transforms
 
-#include "platform/imaging/ColorAdjust.h"
-#include "platform/imaging/ImageBlur.h"
-#include "platform/imaging/ImageTransform.h"
-#include "platform/imaging/PageWalk.h"
+#include <paintlayer/platform/imaging/ColorAdjust.h>
+#include <paintlayer/platform/imaging/ImageBlur.h>
+#include <paintlayer/platform/imaging/ImageTransform.h>
+#include <paintlayer/platform/imaging/PageWalk.h>
 
 #include <benchmark/benchmark.h>
 

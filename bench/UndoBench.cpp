@@ -2,9 +2,9 @@
 // redo of a stroke over 10 million pixels, and of a structural edit among 200 layers. The layer is full of one colour,
 // which takes one page of memory ("uniform"), or every page of it is another one ("distinct", 1 GiB).
 
-#include "bench/BenchDocument.h"
-#include "undo/PntUndoStroke.h"
-#include "undo/UndoStore.h"
+#include "BenchDocument.h"
+#include <paintlayer/undo/PntUndoStroke.h>
+#include <paintlayer/undo/UndoStore.h>
 
 #include <benchmark/benchmark.h>
 

@@ -32,7 +32,6 @@ endif()
 
 add_library(paintlayer_options INTERFACE)
 target_compile_features(paintlayer_options INTERFACE cxx_std_20)
-target_include_directories(paintlayer_options INTERFACE "${PROJECT_SOURCE_DIR}")
 target_compile_options(paintlayer_options INTERFACE
     # The same bytes from every compiler and instruction set: products and sums round separately.
     -ffp-contract=off
@@ -47,3 +46,16 @@ target_compile_options(paintlayer_options INTERFACE
     # Parametrised tests of GoogleTest leave a macro's `...` empty, which C++20 allows and clang 14 still reports.
     $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>)
 target_compile_definitions(paintlayer_options INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+
+# What the library's own sources see: the source tree, whose root the includes in quotes start from.
+add_library(paintlayer_sources INTERFACE)
+target_link_libraries(paintlayer_sources INTERFACE paintlayer_options)
+target_include_directories(paintlayer_sources INTERFACE "${PROJECT_SOURCE_DIR}")
+
+# What those see who look inside and are written for hosts as well (tests, some benchmarks): "paintlayer/..." is the
+# source tree too, so that there is one copy of each header.
+file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/internals")
+file(CREATE_LINK "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}/internals/paintlayer" SYMBOLIC)
+add_library(paintlayer_internals INTERFACE)
+target_link_libraries(paintlayer_internals INTERFACE paintlayer_sources)
+target_include_directories(paintlayer_internals INTERFACE "${PROJECT_BINARY_DIR}/internals")

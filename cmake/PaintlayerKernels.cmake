@@ -29,7 +29,7 @@ function(paintlayer_add_kernel_variants folder)
     foreach(variant IN LISTS PAINTLAYER_KERNEL_VARIANTS)
         set(target paintlayer_${folder}_${variant})
         add_library(${target} OBJECT ${ARGN})
-        target_link_libraries(${target} PRIVATE paintlayer_options)
+        target_link_libraries(${target} PRIVATE paintlayer_sources)
         target_compile_definitions(${target} PRIVATE PAINTLAYER_KERNEL_NAMESPACE=${variant})
         # -fno-trapping-math: nobody reads the floating-point exception flags, and for their sake g++ would compute
         # conversions and comparisons one by one. Results do not change.

@@ -1,6 +1,6 @@
 // The smallest host: opens a document, paints one stroke, and looks at what a view would show.
 
-#include <core/PaintManager.h>
+#include <paintlayer/core/PaintManager.h>
 
 #include <cmath>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "host/Replay.h"
+#include "Replay.h"
 
 #include <iostream>
 

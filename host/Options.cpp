@@ -1,4 +1,4 @@
-#include "host/Options.h"
+#include "Options.h"
 
 #include <CLI/CLI.hpp>
 

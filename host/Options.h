@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/imaging/PaintColor.h"
+#include <paintlayer/platform/imaging/PaintColor.h>
 
-#include "platform/imaging/ilTile.h"
+#include <paintlayer/platform/imaging/ilTile.h>
 
 #include <optional>
 #include <string>

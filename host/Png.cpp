@@ -1,4 +1,4 @@
-#include "host/Png.h"
+#include "Png.h"
 
 #include <png.h>
 

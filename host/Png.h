@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/imaging/PaintColor.h"
-#include "platform/imaging/ilMemoryImg.h"
+#include <paintlayer/platform/imaging/PaintColor.h>
+#include <paintlayer/platform/imaging/ilMemoryImg.h>
 
 #include <optional>
 #include <string>

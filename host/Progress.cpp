@@ -1,4 +1,4 @@
-#include "host/Progress.h"
+#include "Progress.h"
 
 #include <cstdio>
 #include <string>

@@ -1,10 +1,10 @@
-#include "host/Replay.h"
+#include "Replay.h"
 
-#include "core/PaintManager.h"
-#include "host/Png.h"
-#include "host/Progress.h"
-#include "host/ReplayView.h"
-#include "host/UndoCheck.h"
+#include "Png.h"
+#include "Progress.h"
+#include "ReplayView.h"
+#include "UndoCheck.h"
+#include <paintlayer/core/PaintManager.h>
 
 #include <algorithm>
 #include <chrono>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/Options.h"
-#include "host/Samples.h"
+#include "Options.h"
+#include "Samples.h"
 
 #include <cstdint>
 #include <iosfwd>

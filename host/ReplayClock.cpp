@@ -1,4 +1,4 @@
-#include "host/ReplayClock.h"
+#include "ReplayClock.h"
 
 #include <algorithm>
 

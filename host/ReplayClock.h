@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/imaging/ImageCoreCB.h"
+#include <paintlayer/platform/imaging/ImageCoreCB.h>
 
 #include <vector>
 

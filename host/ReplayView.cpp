@@ -1,6 +1,6 @@
-#include "host/ReplayView.h"
+#include "ReplayView.h"
 
-#include "core/PaintManager.h"
+#include <paintlayer/core/PaintManager.h>
 
 void ReplayView::UpdateView(qs::TempReference<ilSPMemoryImg> imagePlane)
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/ReplayClock.h"
-#include "stack/LayerStackView.h"
+#include "ReplayClock.h"
+#include <paintlayer/stack/LayerStackView.h>
 
 #include <cstdint>
 

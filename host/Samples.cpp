@@ -1,4 +1,4 @@
-#include "host/Samples.h"
+#include "Samples.h"
 
 #include <cerrno>
 #include <cmath>

@@ -1,6 +1,6 @@
-#include "host/UndoCheck.h"
+#include "UndoCheck.h"
 
-#include "undo/UndoStore.h"
+#include <paintlayer/undo/UndoStore.h>
 
 #include <algorithm>
 #include <chrono>
