@@ -1,7 +1,7 @@
 # The ways to build and try the library, on a bare Debian 12 as root or with sudo. `make help` lists them.
 
 BUILD_PACKAGES := g++ cmake ninja-build ccache libgtest-dev libgmock-dev libbenchmark-dev libpng-dev libcli11-dev
-CHECK_PACKAGES := clang clang-format
+CHECK_PACKAGES := clang clang-format pkgconf
 TIDY_PACKAGES := clang clang-tidy
 CHECKED_PRESETS := release debug-asan clang
 
@@ -23,13 +23,14 @@ define install
 	fi
 endef
 
-.PHONY: help demo check format format-check tidy bench clean build-packages check-packages
+.PHONY: help demo check symbols format format-check tidy bench clean build-packages check-packages
 .NOTPARALLEL:
 
 help:
 	@echo 'make demo          replay a recorded painting session into build/demo.png'
 	@echo 'make check         build and test: $(CHECKED_PRESETS)'
 	@echo 'make bench         measure'
+	@echo 'make symbols       write the list of exported symbols anew'
 	@echo 'make format        lay out all sources; format-check only looks'
 	@echo 'make tidy          run clang-tidy'
 	@echo 'make clean         remove build/'
@@ -64,6 +65,10 @@ bench: build-packages
 	build/release/bench/bench-transforms
 	build/release/bench/bench-undo
 	build/release/bench/bench-footprint
+
+symbols: build-packages
+	cmake --preset release
+	cmake --build --preset release --target paintlayer_update_symbols
 
 format:
 	$(call install,clang-format)
