@@ -80,7 +80,7 @@ format-check:
 
 tidy: build-packages
 	$(call install,$(TIDY_PACKAGES))
-	cmake --preset clang
+	cmake --preset clang -DPAINTLAYER_BUILD_BENCH=ON
 	git ls-files -z -- '*.cpp' | xargs -0 -r -n 4 -P 2 clang-tidy -p build/clang --quiet
 
 clean:
