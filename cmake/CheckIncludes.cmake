@@ -1,7 +1,8 @@
 # cmake -DROOT=<source root> -DRULES=<file> -P CheckIncludes.cmake
 #
 # Fails when a file of a folder includes a header of a folder that it may not reach, when an include in quotes is not
-# relative to the root, or when files include one another in a circle. Each line of RULES is a folder's directory, a
+# relative to the root, when files include one another in a circle, or when a header that is not on the list of public
+# headers (where ROOT has one) marks anything as exported. Each line of RULES is a folder's directory, a
 # colon, and the directories that it may include, separated by semicolons.
 cmake_minimum_required(VERSION 3.25)
 
@@ -35,6 +36,16 @@ foreach(directory IN LISTS directories)
 endforeach()
 if(NOT files)
     message(FATAL_ERROR "No source file found under ${ROOT}")
+endif()
+
+if(EXISTS "${ROOT}/cmake/public-headers.txt")
+    file(STRINGS "${ROOT}/cmake/public-headers.txt" publicHeaders)
+    foreach(file IN LISTS files)
+        file(STRINGS "${ROOT}/${file}" marks REGEX "PAINTLAYER_EXPORT")
+        if(marks AND file MATCHES "\\.h$" AND NOT file IN_LIST publicHeaders)
+            list(APPEND failures "${file} exports something, but is not on the list of public headers")
+        endif()
+    endforeach()
 endif()
 
 foreach(file IN LISTS files)

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/base/Containers.h"
-#include "platform/base/Export.h"
 
 #include <cstddef>
 #include <functional>
@@ -51,7 +50,7 @@ private:
 ///
 /// A listener may edit again: that edit holds and tells as the first did, after all that was still to be told. What a
 /// listener throws ends its notice and nothing else.
-class PAINTLAYER_EXPORT Notices {
+class Notices {
 public:
     Notices() = default;
     Notices(const Notices&) = delete;
@@ -77,7 +76,7 @@ public:
     bool IsHeld() const noexcept { return holds_ > 0; }
 
     /// Holds back all notices for as long as it lives. Scopes nest; the end of the outermost one tells.
-    class PAINTLAYER_EXPORT Scope {
+    class Scope {
     public:
         explicit Scope(Notices& notices) noexcept;
         Scope(const Scope&) = delete;
@@ -93,7 +92,7 @@ public:
     };
 
     /// The host is asked something in the middle of an edit, for as long as this lives: it must not edit meanwhile.
-    class PAINTLAYER_EXPORT Question {
+    class Question {
     public:
         explicit Question(Notices& notices) noexcept : notices_(notices) { ++notices_.questions_; }
         Question(const Question&) = delete;
