@@ -168,6 +168,13 @@ void CompositeBase::CopyStateTo(CompositeBase& copy) const
         copy.children_.push_back(child->Copy(copy.stack_));
 }
 
+void CompositeBase::MoveTo(LayerStack* stack) noexcept
+{
+    stack_ = stack;
+    for (CompositeBase* child : children_)
+        child->MoveTo(stack);
+}
+
 void CompositeBase::SetLive(bool live)
 {
     isLive_ = live;

@@ -76,6 +76,7 @@ public:
     // --- state ---
 
     LayerStack* GetStack() const { return stack_; }
+    void MoveTo(LayerStack* stack) noexcept;  // with the subtree; both documents have the same containers
     CompositeMode GetMode() const { return mode_; }
     const PntHandle& GetEffectHandle() const { return effect_; }
     const qsOS::FILETIME& GetTimeStamp() const { return timeStamp_; }

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -306,6 +307,22 @@ void LayerStackComposite::CopyFrom(LayerStackComposite* source)
     groupedRef_ = source->groupedRef_;
     isGroupingStale_ = source->isGroupingStale_;
     GenerateAdjustLCHPath();
+}
+
+void LayerStackComposite::TakeFrom(LayerStackComposite& source) noexcept
+{
+    DeleteTree();
+    root_ = std::exchange(source.root_, nullptr);
+    if (root_ != nullptr)
+        root_->MoveTo(owner_);
+    adjustPath_ = std::exchange(source.adjustPath_, {});
+    currentComposite_ = std::exchange(source.currentComposite_, {});
+    compositeMask_ = std::exchange(source.compositeMask_, {});
+    splitCount_ = source.splitCount_;
+    adjustLCH_ = source.adjustLCH_;
+    liveRef_ = source.liveRef_;
+    groupedRef_ = source.groupedRef_;
+    isGroupingStale_ = source.isGroupingStale_;
 }
 
 // --- caches ---

@@ -67,6 +67,9 @@ public:
     /// when it has one.
     void CopyFrom(LayerStackComposite* source);
 
+    /// The same without a copy: the source is left without a tree, mask and caches. This one has its owner already.
+    void TakeFrom(LayerStackComposite& source) noexcept;
+
     // --- caches ---
 
     /// Makes the caches beside the path to the reference; nothing while composites are suspended or without a tree.

@@ -37,43 +37,32 @@ Layer::Layer() = default;
 Layer::Layer(const Layer& other) = default;
 Layer& Layer::operator=(const Layer& other) = default;
 
-Layer::Layer(Layer* source)
+Layer::Layer(Layer* source) : Layer(source->WithoutProxy())
 {
-    source->EndProxy();
-    SetLayerContainerHandle(source->GetLayerContainerHandle());
-    SetLayerContainerName(source->GetLayerContainerName());
-    type_ = source->type_;
-    mode_ = source->mode_;
-    blend_ = source->blend_;
-    sourceLayer_ = source;
-    image_ = source->image_;
-    auxImage_ = source->auxImage_;
-    origImage_ = source->origImage_;
-    imageChange_ = source->imageChange_;
-    xOffset_ = source->xOffset_;
-    yOffset_ = source->yOffset_;
-    origXOffset_ = source->origXOffset_;
-    origYOffset_ = source->origYOffset_;
-    opacity_ = source->opacity_;
-    maskDisplayOpacity_ = source->maskDisplayOpacity_;
-    pivot_ = source->pivot_;
-    visible_ = source->visible_;
-    active_ = source->active_;
-    maskColor_ = source->maskColor_;
-    painter_ = source->painter_;
-    stencilComposite_ = source->stencilComposite_;
-    appData_ = source->appData_;
-    owners_ = source->owners_;
-    hardLinkToOwner_ = source->hardLinkToOwner_;
+    BecomeCopyOf(*source);
+    SetLocked(false);
+    UpdateTimeStamp();
 }
 
 Layer::~Layer() = default;
 
 LayerContainer* Layer::Clone()
 {
-    auto* clone = new Layer(this);
-    clone->SetLocked(IsLocked());
+    auto* clone = new Layer(WithoutProxy());
+    clone->BecomeCopyOf(*this);
     return clone;
+}
+
+const Layer& Layer::WithoutProxy()
+{
+    EndProxy();
+    return *this;
+}
+
+void Layer::BecomeCopyOf(const Layer& source)
+{
+    sourceLayer_ = &source;
+    stencilCompositeDirty_ = true;
 }
 
 void Layer::initializeLayer(qs::TempReference<ilImage> image, qs::TempReference<ilImage> second, LayerMode mode,
@@ -173,35 +162,35 @@ void Layer::TellImageChanged()
 
 void Layer::SetOpacity(float opacity)
 {
-    if (opacity == opacity_)
+    if (opacity == properties_.opacity)
         return;
     SetStencilCompositeDirty(true);
-    opacity_ = opacity;
+    properties_.opacity = opacity;
 }
 
 bool Layer::isVisible() const
 {
-    return FindVisibilityOwner()->visible_;
+    return FindVisibilityOwner()->properties_.isVisible;
 }
 
 bool Layer::isActive() const
 {
-    return hardLinkToOwner_ ? isVisible() : active_;
+    return hardLinkToOwner_ ? isVisible() : properties_.isActive;
 }
 
 void Layer::SetVisible(bool visible)
 {
     // Stencils that are hard-linked to this layer hide with it.
-    if (visible != visible_)
+    if (visible != properties_.isVisible)
         stencilCompositeDirty_ = true;
-    visible_ = visible;
+    properties_.isVisible = visible;
 }
 
 void Layer::SetActive(bool active)
 {
-    if (active != active_ && isStencil())
+    if (active != properties_.isActive && isStencil())
         SetStencilCompositeDirty(true);
-    active_ = active;
+    properties_.isActive = active;
 }
 
 bool Layer::isMaskInverted() const

@@ -14,7 +14,33 @@
 #include "platform/imaging/ilTile.h"
 
 class DamageControl;
+class Layer;
 class PaintOps;
+
+/// What a layer consists of, by itself and its properties apart: a copy of a layer has all of it.
+struct LayerState {
+    LayerType type_ = kLayerTypeRaster;
+    LayerMode mode_ = kLayerModeImage;
+    const Layer* sourceLayer_ = nullptr;
+    qs::Reference<ilMIOImage> image_;
+    qs::Reference<ilMIOImage> auxImage_;
+    qs::Reference<ilMIOImage> origImage_;  // what the proxy began with; image_ is the work image then
+    bool imageChange_ = false;
+    bool inProxy_ = false;
+    ProxyParameters::ScopeHint proxyScope_ = ProxyParameters::kScopeWholeLayer;  // of the last proxy begun
+    ProxyParameters::Images proxyImages_ = ProxyParameters::kImagesContent;
+    int xOffset_ = 0;
+    int yOffset_ = 0;
+    int origXOffset_ = 0;
+    int origYOffset_ = 0;
+    LayerPivot pivot_;
+    qs::Reference<PaintOps> painter_;
+    qs::Reference<ilSmartImage> stencilComposite_;
+    bool stencilCompositeDirty_ = true;
+    qs::map<qsString::CString, qsString::CString> appData_;
+    qs::vector<PntHandle> owners_;
+    bool hardLinkToOwner_ = false;
+};
 
 /// A raster layer: a paged image at an integer offset on the canvas, with opacity, blend mode, visibility, a pivot for
 /// transforms and a small string map for the host.
@@ -23,7 +49,7 @@ class PaintOps;
 /// names the layers that it acts on, its owners, by handle. Layer coordinates are the image's pixels: canvas minus
 /// offset. Copies of a layer refer to the same image object; whoever needs an independent one takes a page-sharing
 /// image of its own.
-class PAINTLAYER_EXPORT Layer : public LayerContainer {
+class PAINTLAYER_EXPORT Layer : public LayerContainer, private LayerState {
 public:
     /// The image should be an ilSmartImage; of another kind it is warned of on standard output, and a memory image is
     /// copied into a smart one. `second` is looked at for the same warning and not kept. (x, y) is the offset of a
@@ -149,19 +175,19 @@ public:
 
     // --- properties ---
 
-    float GetOpacity() const { return opacity_; }
+    float GetOpacity() const { return properties_.opacity; }
 
     /// 0 to 1. A value that differs marks the stencil composite before it is stored.
     void SetOpacity(float opacity);
-    float GetMaskDisplayOpacity() const { return maskDisplayOpacity_; }
-    void SetMaskDisplayOpacity(float opacity) { maskDisplayOpacity_ = opacity; }
-    const PaintColor& GetMaskColor() const { return maskColor_; }
-    void SetMaskColor(const PaintColor& color) { maskColor_ = color; }
+    float GetMaskDisplayOpacity() const { return properties_.displayOpacity; }
+    void SetMaskDisplayOpacity(float opacity) { properties_.displayOpacity = opacity; }
+    const PaintColor& GetMaskColor() const { return properties_.displayColor; }
+    void SetMaskColor(const PaintColor& color) { properties_.displayColor = color; }
     LayerType GetLayerType() const { return type_; }
     void SetLayerType(LayerType type) { type_ = type; }
     LayerMode GetLayerMode() const { return mode_; }
-    LayerBlendMode GetLayerBlend() const { return blend_; }
-    void SetLayerBlend(LayerBlendMode blend) { blend_ = blend; }
+    LayerBlendMode GetLayerBlend() const { return properties_.blend; }
+    void SetLayerBlend(LayerBlendMode blend) { properties_.blend = blend; }
 
     /// The stored flags; for a hard-linked layer both are the visibility of its first owner, while that is found.
     bool isVisible() const;
@@ -314,6 +340,8 @@ protected:
     void postForm();
 
 private:
+    const Layer& WithoutProxy();
+    void BecomeCopyOf(const Layer& source);
     static qs::Reference<ilMIOImage> AsLayerImage(const qs::TempReference<ilImage>& image);
     ilTile getLayerBoundsFromImage() const;
     ilSmartImage* GetSmartImage() const;
@@ -327,32 +355,4 @@ private:
     qs::TempReference<ilSmartImage> MakeStencilledImage(const ilTile* tile, bool fullOpacity);
     void ShowCoverage(ilSmartImage& into, const ilTile& tile) const;
     static void MakeMaskImageOne(ilSmartImage& into, const ilTile& tile, const Layer& mask);
-
-    LayerType type_ = kLayerTypeRaster;
-    LayerMode mode_ = kLayerModeImage;
-    LayerBlendMode blend_ = kBlendNormal;
-    const Layer* sourceLayer_ = nullptr;
-    qs::Reference<ilMIOImage> image_;
-    qs::Reference<ilMIOImage> auxImage_;
-    qs::Reference<ilMIOImage> origImage_;  // what the proxy began with; image_ is the work image then
-    bool imageChange_ = false;
-    bool inProxy_ = false;
-    ProxyParameters::ScopeHint proxyScope_ = ProxyParameters::kScopeWholeLayer;  // of the last proxy begun
-    ProxyParameters::Images proxyImages_ = ProxyParameters::kImagesContent;
-    int xOffset_ = 0;
-    int yOffset_ = 0;
-    int origXOffset_ = 0;
-    int origYOffset_ = 0;
-    float opacity_ = 1.0f;
-    float maskDisplayOpacity_ = 0.5f;
-    LayerPivot pivot_;
-    bool visible_ = true;
-    bool active_ = true;
-    PaintColor maskColor_ = PaintColor(1, 0, 0, 1);
-    qs::Reference<PaintOps> painter_;
-    qs::Reference<ilSmartImage> stencilComposite_;
-    bool stencilCompositeDirty_ = true;
-    qs::map<qsString::CString, qsString::CString> appData_;
-    qs::vector<PntHandle> owners_;
-    bool hardLinkToOwner_ = false;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "layers/ContainerProperties.h"
 #include "layers/PntHandle.h"
 #include "platform/base/Containers.h"
 #include "platform/base/Reference.h"
@@ -38,22 +39,25 @@ public:
     void SetLayerContainerHandle(const PntHandle& handle) { handle_ = handle; }
 
     /// At most 127 characters, valid until the name changes.
-    const char* GetLayerContainerName() const { return name_; }
+    const char* GetLayerContainerName() const { return properties_.name.data(); }
 
     /// Cuts longer names at 127 characters; a null pointer stores "__NULL LAYER NAME__".
     void SetLayerContainerName(const char* name);
 
-    bool IsLocked() const { return locked_; }
-    void SetLocked(bool locked) { locked_ = locked; }
+    bool IsLocked() const { return properties_.isLocked; }
+    void SetLocked(bool locked) { properties_.isLocked = locked; }
 
     const qsOS::FILETIME& GetTimeStamp() const { return timeStamp_; }
     void UpdateTimeStamp();
 
-private:
-    static constexpr int kNameSize = 128;
+    /// All properties as they are stored. Who sets them so does what follows from a change.
+    const ContainerProperties& GetProperties() const { return properties_; }
+    void SetProperties(const ContainerProperties& properties) noexcept { properties_ = properties; }
 
+protected:
+    ContainerProperties properties_;
+
+private:
     PntHandle handle_;
-    char name_[kNameSize];
-    bool locked_ = false;
     qsOS::FILETIME timeStamp_;
 };

@@ -48,12 +48,13 @@ qs::Reference<Layer> Layer::DuplicateAs(LayerMode mode, const ilTile& within)
     if (isCoverage && !wasCoverage)
         made->image_ = AlphaImage(*made->image_);
     else if (!isCoverage && wasCoverage)
-        made->image_ = TintedWithin(*image_, maskColor_.Premultiplied(), ilTileUnion(getLayerBounds(true), within));
+        made->image_ =
+            TintedWithin(*image_, properties_.displayColor.Premultiplied(), ilTileUnion(getLayerBounds(true), within));
     if (isCoverage != wasCoverage) {
-        made->opacity_ = 1.0f;
-        made->blend_ = kBlendNormal;
-        made->visible_ = made->active_ = true;
-        made->SetLocked(false);
+        made->properties_.opacity = 1;
+        made->properties_.blend = kBlendNormal;
+        made->properties_.isVisible = made->properties_.isActive = true;
+        made->properties_.isLocked = false;
     }
     return made;
 }

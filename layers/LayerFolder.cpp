@@ -49,13 +49,13 @@ void LayerFolder::Copy(const LayerFolder& source)
         return;
     Clear();
     children_.reserve(source.children_.size());
-    for (LayerContainer* child : source.children_)
-        InsertChild(GetSize(), child->Clone());
+    for (LayerContainer* child : source.children_) {
+        children_.push_back(child->Clone());
+        children_.back()->AddRef();
+    }
     SetLayerContainerHandle(source.GetLayerContainerHandle());
-    SetLayerContainerName(source.GetLayerContainerName());
-    SetLocked(source.IsLocked());
+    SetProperties(source.GetProperties());
     cachedCurrent_ = source.cachedCurrent_;
-    active_ = source.active_;
 }
 
 void LayerFolder::Clear()

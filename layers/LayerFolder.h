@@ -127,8 +127,8 @@ public:
     /// Writes the document part of this handle, of the remembered one and of all contents.
     void VerifyAllLsHandle(const qsOS::Uuid& layerStack);
 
-    void SetActive(bool active) { active_ = active; }
-    bool isActive() const { return active_; }
+    void SetActive(bool active) { properties_.isActive = active; }
+    bool isActive() const { return properties_.isActive; }
 
     /// Prints the folder and its contents on standard output when the host's debug level asks for dumps.
     void Debug();
@@ -143,5 +143,4 @@ private:
 
     qs::vector<LayerContainer*> children_;  // bottom to top, one counted reference each
     PntHandle cachedCurrent_ = kNullHandle;
-    bool active_ = true;
 };

@@ -85,7 +85,7 @@ qs::TempReference<ilSmartImage> Layer::MakeStencilledImage(const ilTile* tile, b
     }
     CompositeSource source;
     source.image = image_.get();
-    source.weight = kernels::WeightFrom(fullOpacity ? 1.0f : opacity_);
+    source.weight = kernels::WeightFrom(fullOpacity ? 1.0f : properties_.opacity);
     source.stencil = GetUpToDateStencil();
     if (tile == nullptr && source.weight == kernels::kFullWeight && source.stencil == nullptr)
         made->ShareAllFrom(*image_);
@@ -96,8 +96,8 @@ qs::TempReference<ilSmartImage> Layer::MakeStencilledImage(const ilTile* tile, b
 
 void Layer::ShowCoverage(ilSmartImage& into, const ilTile& tile) const
 {
-    BlendColorThrough(into, tile, *image_, tile.x, tile.y, maskColor_.Premultiplied(),
-                      kernels::WeightFrom(maskDisplayOpacity_));
+    BlendColorThrough(into, tile, *image_, tile.x, tile.y, properties_.displayColor.Premultiplied(),
+                      kernels::WeightFrom(properties_.displayOpacity));
 }
 
 void Layer::DoStencil(const ilTile* tile, PaintOps* painter)

@@ -15,8 +15,9 @@ int64_t maxPixelCount = int64_t{1} << 31;
 }  // namespace
 
 LayerStack::LayerStack(qsOS::Uuid instance, int width, int height)
-    : instance_(instance), imageFolder_(new LayerFolder), maskFolder_(new LayerFolder), stencilFolder_(new LayerFolder)
+    : imageFolder_(new LayerFolder), maskFolder_(new LayerFolder), stencilFolder_(new LayerFolder)
 {
+    instance_ = instance;
     InstallStackPorts();
     composite_.SetOwner(this);
     for (LayerFolder* folder : TopFolders())
@@ -30,34 +31,32 @@ LayerStack::LayerStack(qsOS::Uuid instance, int width, int height)
 }
 
 LayerStack::LayerStack(qs::Reference<LayerStack> source)
-    : imageFolder_(new LayerFolder), maskFolder_(new LayerFolder), stencilFolder_(new LayerFolder)
+    : imageFolder_(new LayerFolder(kNullHandle)), maskFolder_(new LayerFolder(kNullHandle)),
+      stencilFolder_(new LayerFolder(kNullHandle))
 {
     InstallStackPorts();
     composite_.SetOwner(this);
     if (!source)
         return;
     source->EndProxy();
-    CopyPropertiesFrom(*source);
+    LayerStackState::operator=(*source);
     imageFolder_->Copy(*source->imageFolder_);
     maskFolder_->Copy(*source->maskFolder_);
     stencilFolder_->Copy(*source->stencilFolder_);
     if (source->selectionMask_)
         selectionMask_.reset(static_cast<Layer*>(source->selectionMask_->Clone()));
-    VerifyAllLsHandle();
     currentLayer_ = GetLayerFromHandle(source->GetCurrentLayerContainerHandle());
-    composite_.CopyFrom(&source->composite_);
-    treeIsStale_ = source->treeIsStale_;
-    maskIsStale_ = source->maskIsStale_;
-    size_ = source->size_;  // which the painter is clipped to
-    GetCurrentLayerPainter();
-    // Last: from here on the source is without its plane and caches, so nothing that can fail may follow.
-    CopyImagePlane(source, true, true, true);
+    DropLostGroupMembers();
+    // Last: from here on the source is without its plane, tree and caches, so nothing that can fail may follow.
+    source->treeIsStale_ = true;
+    composite_.TakeFrom(source->composite_);
+    CopyImagePlane(source, true, true, false);
 }
 
 LayerStack::LayerStack(MIOLayerStack_sr*)
-    : instance_(qsOS::Uuid::generate()), imageFolder_(new LayerFolder), maskFolder_(new LayerFolder),
-      stencilFolder_(new LayerFolder)
+    : imageFolder_(new LayerFolder), maskFolder_(new LayerFolder), stencilFolder_(new LayerFolder)
 {
+    instance_ = qsOS::Uuid::generate();
     InstallStackPorts();
     composite_.SetOwner(this);
     for (LayerFolder* folder : TopFolders())
@@ -65,32 +64,6 @@ LayerStack::LayerStack(MIOLayerStack_sr*)
 }
 
 LayerStack::~LayerStack() = default;
-
-void LayerStack::CopyPropertiesFrom(const LayerStack& source)
-{
-    instance_ = source.instance_;
-    compositesSuspended_ = source.compositesSuspended_;
-    clipToSize_ = source.clipToSize_;
-    resolutionX_ = source.resolutionX_;
-    resolutionY_ = source.resolutionY_;
-    backgroundColor_ = source.backgroundColor_;
-    canvasDamage_ = source.canvasDamage_;
-    timerBasedUpdate_ = source.timerBasedUpdate_;
-    needsFullRedraw_ = source.needsFullRedraw_;
-    transformGroups_ = source.transformGroups_;
-    stencilScratch_ = source.stencilScratch_;
-    stencilScratchPainter_ = source.stencilScratchPainter_;
-    selectionDisplayOpacity_ = source.selectionDisplayOpacity_;
-    selectionDisplayColor_ = source.selectionDisplayColor_;
-    maskDisplayOpacity_ = source.maskDisplayOpacity_;
-    maskDisplayColor_ = source.maskDisplayColor_;
-    showCurrentLayerOnly_ = source.showCurrentLayerOnly_;
-    maskDisable_ = source.maskDisable_;
-    maskVisible_ = source.maskVisible_;
-    floodFillGrowthPx_ = source.floodFillGrowthPx_;
-    if (source.symmetry_)
-        symmetry_ = std::make_unique<Symmetry>(*source.symmetry_);
-}
 
 bool LayerStack::IsAcceptableSize(int64_t width, int64_t height)
 {
@@ -158,10 +131,8 @@ void LayerStack::Notify(bool changed)
     GetStackPort().StackChanged(changed);
 }
 
-void LayerStack::VerifyAllLsHandle()
+void LayerStack::DropLostGroupMembers()
 {
-    for (LayerFolder* folder : TopFolders())
-        folder->VerifyAllLsHandle(instance_);
     for (qs::vector<PntHandle>& group : transformGroups_)
         std::erase_if(group, [&](const PntHandle& handle) { return GetLayerContainerFromHandle(handle) == nullptr; });
 }

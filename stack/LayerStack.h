@@ -6,20 +6,18 @@
 #include "platform/base/CString.h"
 #include "platform/base/Uuid.h"
 #include "platform/imaging/CoverageFilters.h"
-#include "platform/imaging/DamageControl.h"
 #include "platform/imaging/PaintColor.h"
 #include "platform/imaging/PaintOps.h"
 #include "platform/imaging/PolygonRasterizer.h"
-#include "platform/imaging/Symmetry.h"
 #include "platform/imaging/ilMemoryImg.h"
 #include "platform/imaging/ilSmartImage.h"
+#include "stack/LayerStackState.h"
 #include "stack/SelectionMode.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 
 class FloodRegion;
@@ -37,7 +35,7 @@ class MaskingPaintOps;
 /// In every handle argument the current-layer handle names the current layer. A handle that resolves to nothing, or to
 /// a container of the wrong kind, makes a call do nothing and return false, null, an empty list or the null handle.
 /// Layers and folders are borrowed in arguments and results. Coordinates are canvas pixels unless stated.
-class PAINTLAYER_EXPORT LayerStack : public qs::ReferenceCount {
+class PAINTLAYER_EXPORT LayerStack : public qs::ReferenceCount, private LayerStackState {
 public:
     // --- construction (LayerStack.cpp) ---
 
@@ -731,8 +729,7 @@ public:
 
 private:
     // Construction.
-    void CopyPropertiesFrom(const LayerStack& source);
-    void VerifyAllLsHandle();  // stamps all handles anew and drops those of the groups that name nothing
+    void DropLostGroupMembers();
 
     // Looking up: the folder that directly holds a container, and optionally the one of the three above it.
     std::array<LayerFolder*, 3> TopFolders() const;  // image, mask, stencil
@@ -839,21 +836,10 @@ private:
     template <class Call>
     void CallViews(Call&& call);
 
-    qsOS::Uuid instance_;
-    int compositesSuspended_ = 0;
     qs::vector<LayerStackView*> viewers_;  // not owned, unique, in the order of AddViewer
-    bool timerBasedUpdate_ = false;
     LayerStackComposite composite_;
-    bool treeIsStale_ = false;  // the structure changed since the composite tree was built
-    bool maskIsStale_ = false;  // the selection mask changed since the composite mask was made
-
     qs::TempReference<ilSPMemoryImg> imagePlane_;
     qs::Reference<PaintOps> imagePlanePainter_;
-    ilTile size_;
-    bool clipToSize_ = true;
-    int resolutionX_ = 100;
-    int resolutionY_ = 100;
-    PaintColor backgroundColor_{1, 1, 1, 1};
 
     qs::Reference<LayerFolder> imageFolder_;
     qs::Reference<LayerFolder> maskFolder_;
@@ -862,27 +848,9 @@ private:
     Layer* currentLayer_ = nullptr;  // held by its folder, or the selection mask
     qs::Reference<PaintOps> currentPainter_;  // of currentLayer_; null until it is asked for
 
-    DamageControl canvasDamage_;
-    uint64_t damageSerial_ = 0;  // grows with every tile damaged
-    bool needsFullRedraw_ = false;
-
     bool inProxy_ = false;
     bool inProxyRotateCanvas_ = false;
     bool isEndingProxy_ = false;  // a slot is asked whether the edits stay
     std::optional<ProxyParameters> proxyParameters_;  // of the proxy in progress
     qs::vector<PntHandle> proxyLayers_;
-    qs::list<qs::vector<PntHandle>> transformGroups_;
-
-    qs::TempReference<ilSmartImage> stencilScratch_;  // the current layer while a masked stroke runs
-    qs::Reference<PaintOps> stencilScratchPainter_;
-
-    float selectionDisplayOpacity_ = 0.5f;
-    float maskDisplayOpacity_ = 0.5f;
-    PaintColor selectionDisplayColor_{0.7245f, 0.4274f, 0.396f, 1.0f};
-    PaintColor maskDisplayColor_{1.0f, 0.0f, 0.0f, 1.0f};
-    std::unique_ptr<Symmetry> symmetry_;
-    bool showCurrentLayerOnly_ = false;
-    bool maskDisable_ = false;
-    bool maskVisible_ = true;
-    int floodFillGrowthPx_ = 0;
 };

@@ -10,6 +10,8 @@ public:
     /// centerX, centerY: canvas pixels.
     Symmetry(double centerX = 0, double centerY = 0);
 
+    bool operator==(const Symmetry&) const = default;
+
     bool IsEnabled() const { return enabled_; }
     void SetEnabled(bool enabled) { enabled_ = enabled; }
 
