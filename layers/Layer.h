@@ -15,32 +15,8 @@
 
 class DamageControl;
 class Layer;
+class PageAccount;
 class PaintOps;
-
-/// What a layer consists of, by itself and its properties apart: a copy of a layer has all of it.
-struct LayerState {
-    LayerType type_ = kLayerTypeRaster;
-    LayerMode mode_ = kLayerModeImage;
-    const Layer* sourceLayer_ = nullptr;
-    qs::Reference<ilMIOImage> image_;
-    qs::Reference<ilMIOImage> auxImage_;
-    qs::Reference<ilMIOImage> origImage_;  // what the proxy began with; image_ is the work image then
-    bool imageChange_ = false;
-    bool inProxy_ = false;
-    ProxyParameters::ScopeHint proxyScope_ = ProxyParameters::kScopeWholeLayer;  // of the last proxy begun
-    ProxyParameters::Images proxyImages_ = ProxyParameters::kImagesContent;
-    int xOffset_ = 0;
-    int yOffset_ = 0;
-    int origXOffset_ = 0;
-    int origYOffset_ = 0;
-    LayerPivot pivot_;
-    qs::Reference<PaintOps> painter_;
-    qs::Reference<ilSmartImage> stencilComposite_;
-    bool stencilCompositeDirty_ = true;
-    qs::map<qsString::CString, qsString::CString> appData_;
-    qs::vector<PntHandle> owners_;
-    bool hardLinkToOwner_ = false;
-};
 
 /// A raster layer: a paged image at an integer offset on the canvas, with opacity, blend mode, visibility, a pivot for
 /// transforms and a small string map for the host.
@@ -49,7 +25,7 @@ struct LayerState {
 /// names the layers that it acts on, its owners, by handle. Layer coordinates are the image's pixels: canvas minus
 /// offset. Copies of a layer refer to the same image object; whoever needs an independent one takes a page-sharing
 /// image of its own.
-class PAINTLAYER_EXPORT Layer : public LayerContainer, private LayerState {
+class PAINTLAYER_EXPORT Layer : public LayerContainer {
 public:
     /// The image should be an ilSmartImage; of another kind it is warned of on standard output, and a memory image is
     /// copied into a smart one. `second` is looked at for the same warning and not kept. (x, y) is the offset of a
@@ -166,6 +142,12 @@ public:
 
     /// Puts a captured content back into this layer or a copy of it; tells nobody. Not in a proxy.
     void RestoreContent(const LayerContent& content) noexcept;
+
+    /// Drops what can be made again: the painter, which then has nothing of a stroke, and the stencil composite.
+    void FreeCacheData() noexcept;
+
+    /// Counts what would come free with this layer.
+    void CountReleased(PageAccount& account) const;
 
     void SetImageChange(bool changed) { imageChange_ = changed; }
     bool GetImageChange() const { return imageChange_; }
@@ -355,4 +337,26 @@ private:
     qs::TempReference<ilSmartImage> MakeStencilledImage(const ilTile* tile, bool fullOpacity);
     void ShowCoverage(ilSmartImage& into, const ilTile& tile) const;
     static void MakeMaskImageOne(ilSmartImage& into, const ilTile& tile, const Layer& mask);
+
+    LayerType type_ = kLayerTypeRaster;
+    LayerMode mode_ = kLayerModeImage;
+    const Layer* sourceLayer_ = nullptr;
+    qs::Reference<ilMIOImage> image_;
+    qs::Reference<ilMIOImage> auxImage_;
+    qs::Reference<ilMIOImage> origImage_;  // what the proxy began with; image_ is the work image then
+    bool imageChange_ = false;
+    bool inProxy_ = false;
+    ProxyParameters::ScopeHint proxyScope_ = ProxyParameters::kScopeWholeLayer;  // of the last proxy begun
+    ProxyParameters::Images proxyImages_ = ProxyParameters::kImagesContent;
+    int xOffset_ = 0;
+    int yOffset_ = 0;
+    int origXOffset_ = 0;
+    int origYOffset_ = 0;
+    LayerPivot pivot_;
+    qs::Reference<PaintOps> painter_;
+    qs::Reference<ilSmartImage> stencilComposite_;
+    bool stencilCompositeDirty_ = true;
+    qs::map<qsString::CString, qsString::CString> appData_;
+    qs::vector<PntHandle> owners_;
+    bool hardLinkToOwner_ = false;
 };

@@ -6,6 +6,8 @@
 #include "platform/base/Reference.h"
 #include "platform/os/Clock.h"
 
+class LayerFolder;
+
 /// Base of everything that can stand in a layer folder: identity, display name, lock flag and time stamp.
 class PAINTLAYER_EXPORT LayerContainer : public qs::ReferenceCount {
 public:
@@ -29,6 +31,9 @@ public:
     virtual bool isStencil() const = 0;
     virtual bool HasOwner(const PntHandle& owner) const = 0;
     virtual qs::vector<PntHandle> GetOwnerLayerArray() const = 0;
+
+    /// This container as a folder; null for a layer. Cheaper than a cast, for whoever walks through hundreds.
+    virtual LayerFolder* AsLayerFolder() { return nullptr; }
 
     /// Kept for callers of the interface; there is nothing to prepare.
     void initialize() {}

@@ -1,8 +1,9 @@
 #include "layers/LayerContent.h"
 
 #include "layers/Layer.h"
+#include "platform/imaging/MaskingPaintOps.h"
+#include "platform/imaging/PageAccount.h"
 #include "platform/imaging/PageTiles.h"
-#include "platform/imaging/PaintOps.h"
 
 bool LayerContent::IsComparable(const LayerContent& other) const
 {
@@ -59,4 +60,21 @@ void Layer::RestoreContent(const LayerContent& content) noexcept
     // Low-order bits belong to pixels that are gone.
     if (painter_)
         painter_->SetLowOrderBitImage({});
+}
+
+void Layer::FreeCacheData() noexcept
+{
+    painter_ = nullptr;
+    stencilComposite_ = nullptr;
+    stencilCompositeDirty_ = true;
+}
+
+void Layer::CountReleased(PageAccount& account) const
+{
+    for (const qs::Reference<ilMIOImage>& image : {image_, auxImage_, origImage_})
+        account.DropImage(image.get());
+    account.DropImage(stencilComposite_.get());
+    if (!painter_ || !account.Drop(painter_.get()))
+        return;
+    account.DropImage(painter_->target_img() != nullptr ? painter_->target_img()->AsPaged() : nullptr);
 }

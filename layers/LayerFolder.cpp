@@ -13,7 +13,7 @@ int nextFolderNumber = 1;  // of the process; numbers are never used again
 
 LayerFolder* AsFolder(LayerContainer* container)
 {
-    return dynamic_cast<LayerFolder*>(container);
+    return container != nullptr ? container->AsLayerFolder() : nullptr;
 }
 
 }  // namespace

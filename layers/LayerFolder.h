@@ -24,6 +24,7 @@ public:
     bool isStencil() const override { return false; }
     bool HasOwner(const PntHandle&) const override { return false; }
     qs::vector<PntHandle> GetOwnerLayerArray() const override { return {}; }
+    LayerFolder* AsLayerFolder() override { return this; }
 
     /// Gives the folder the next "Folder-%d" name; numbers begin at 1 and are never used again.
     void CreateDefaultName();

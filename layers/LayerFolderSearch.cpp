@@ -7,9 +7,9 @@
 
 namespace {
 
-const LayerFolder* AsFolder(const LayerContainer* container)
+const LayerFolder* AsFolder(LayerContainer* container)
 {
-    return dynamic_cast<const LayerFolder*>(container);
+    return container != nullptr ? container->AsLayerFolder() : nullptr;
 }
 
 /// Whether the image has a pixel of alpha above 0 no farther than `tolerance` pixels from (x, y).
@@ -56,7 +56,7 @@ int LayerFolder::GetSize() const
 int LayerFolder::GetLayerContainerSize() const
 {
     int size = GetSize();
-    for (const LayerContainer* child : children_)
+    for (LayerContainer* child : children_)
         if (const LayerFolder* folder = AsFolder(child))
             size += folder->GetLayerContainerSize();
     return size;
@@ -164,7 +164,7 @@ LayerContainer* LayerFolder::GetLayerContainerFromHandle(const PntHandle& handle
     for (LayerContainer* child : children_)
         if (child->GetLayerContainerHandle() == handle)
             return child;
-    for (const LayerContainer* child : children_)
+    for (LayerContainer* child : children_)
         if (const LayerFolder* folder = AsFolder(child))
             if (LayerContainer* found = folder->GetLayerContainerFromHandle(handle))
                 return found;
@@ -194,7 +194,7 @@ bool LayerFolder::FindLayerContainer(const LayerFolder* folder) const
 int LayerFolder::LCArrayIndex(const PntHandle& handle, int multiplier, int base) const
 {
     for (int i = 0; i < GetSize(); ++i) {
-        const LayerContainer* child = children_[static_cast<size_t>(i)];
+        LayerContainer* child = children_[static_cast<size_t>(i)];
         if (child->GetLayerContainerHandle() == handle)
             return i * multiplier + base;
         if (const LayerFolder* folder = AsFolder(child)) {
@@ -220,7 +220,7 @@ bool LayerFolder::IsAbove(const PntHandle& a, const PntHandle& b) const
 
 void LayerFolder::GetMaskLayers(qs::vector<PntHandle>& out, const PntHandle& owner) const
 {
-    for (const LayerContainer* child : children_) {
+    for (LayerContainer* child : children_) {
         if (const LayerFolder* folder = AsFolder(child))
             folder->GetMaskLayers(out, owner);
         else if (child->isMask() && child->HasOwner(owner))
@@ -230,7 +230,7 @@ void LayerFolder::GetMaskLayers(qs::vector<PntHandle>& out, const PntHandle& own
 
 void LayerFolder::GetStencilLayers(qs::vector<PntHandle>& out, const PntHandle& owner) const
 {
-    for (const LayerContainer* child : children_) {
+    for (LayerContainer* child : children_) {
         if (const LayerFolder* folder = AsFolder(child))
             folder->GetMaskLayers(out, owner);
         else if (child->isStencil() && child->HasOwner(owner))

@@ -125,6 +125,12 @@ void LayerStack::SetMaskVisible(bool visible)
     DamageCanvas();
 }
 
+void LayerStack::SwapProperties(DocumentProperties& properties) noexcept
+{
+    std::swap(static_cast<DocumentProperties&>(*this), properties);
+    maskIsStale_ = true;
+}
+
 void LayerStack::Notify(bool changed)
 {
     GetStackPort().StackEdited(changed);

@@ -24,6 +24,7 @@ class FloodRegion;
 class LayerStackView;
 class MIOLayerStack_sr;
 class MaskingPaintOps;
+class PageAccount;
 
 /// One painting document: a canvas of fixed size with three ordered folders of layers (image, mask, stencil), a
 /// selection mask outside them, a current layer with its painter, cached composites, and the image plane that its
@@ -98,6 +99,10 @@ public:
 
     /// Prints the folders and transform groups; only at debug level 8214.
     void debug();
+
+    /// The properties of the document as they are stored; nothing is damaged.
+    const DocumentProperties& GetProperties() const { return *this; }
+    void SwapProperties(DocumentProperties& properties) noexcept;
 
     // --- folders and look-up (LayerStackLookup.cpp) ---
 
@@ -245,6 +250,10 @@ public:
     void SetLayerOffset(const PntHandle& handle, int x, int y, bool redraw);
     void SetCurrentLayerOffset(int x, int y, bool redraw);
 
+    /// Gives a container (the selection mask among them) the properties, by the calls above where they differ. Needs
+    /// no memory for that: when there is none to show the change, it is shown at the next update.
+    void SetContainerProperties(const PntHandle& handle, const ContainerProperties& properties) noexcept;
+
     /// Connects a mask or stencil to the layer that it acts on, or ends that.
     bool AddOwnerToLayer(const PntHandle& owner, const PntHandle& layer, bool hardLink);
     bool RemoveOwnerFromLayer(const PntHandle& owner, const PntHandle& layer);
@@ -256,6 +265,9 @@ public:
 
     Layer* GetSelectionMask() const { return selectionMask_.get(); }
     void SetSelectionMask(Layer* mask);
+
+    /// The same for a mask that was this document's before, when nothing may fail; the caller sees to the redraw.
+    void PutBackSelectionMask(Layer& mask) noexcept;
 
     /// Makes a new, empty, inactive selection mask, which keeps the handle of the one before; `rebuild` remakes the
     /// composite mask and shows it at once.
@@ -674,6 +686,17 @@ public:
 
     /// Of a document that is closed, which an undo record may hold for long: nobody takes its views away from it.
     void ForgetViews() { viewers_.clear(); }
+
+    /// The document is closed, and may be held by undo records for long: lets go of its views, its image plane and all
+    /// that can be made again. Nobody takes its views away from it later.
+    void BecomeClosed() noexcept;
+
+    /// Layers were changed behind everybody's back: all that was derived from them is made again at the next update.
+    /// Needs no memory.
+    void MarkAllStale() noexcept;
+
+    /// Counts what would come free with this document.
+    void CountReleased(PageAccount& account) const;
 
     /// Goes on where `other` was shown: takes over its image plane, if this stack has none and the sizes agree, and for
     /// another version of the same document the suspension of composites. The plane is left to `other` as well.

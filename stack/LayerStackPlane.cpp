@@ -1,5 +1,31 @@
+#include "platform/imaging/PageAccount.h"
 #include "stack/LayerStack.h"
 #include "stack/StackEdit.h"
+
+namespace {
+
+void CountReleasedFolder(const LayerFolder& folder, PageAccount& account)
+{
+    for (const LayerContainer* child : folder.GetLCArray()) {
+        if (!account.Drop(child))
+            continue;
+        if (const auto* layer = dynamic_cast<const Layer*>(child))
+            layer->CountReleased(account);
+        else if (const auto* inner = dynamic_cast<const LayerFolder*>(child))
+            CountReleasedFolder(*inner, account);
+    }
+}
+
+void FreeCachesIn(const LayerFolder& folder) noexcept
+{
+    for (LayerContainer* child : folder.GetLCArray())
+        if (auto* layer = dynamic_cast<Layer*>(child))
+            layer->FreeCacheData();
+        else if (const auto* inner = dynamic_cast<const LayerFolder*>(child))
+            FreeCachesIn(*inner);
+}
+
+}  // namespace
 
 bool LayerStack::SetSize(const ilTile& size, bool clipToSize, bool notify, bool updateClip)
 {
@@ -61,4 +87,33 @@ void LayerStack::ReleaseCachedImages()
     maskIsStale_ = true;
     // What is kept of the stencils is such an image too, and nobody tells a stack that is not shown of their changes.
     imageFolder_->SetStencilCompositeDirty(true);
+}
+
+void LayerStack::BecomeClosed() noexcept
+{
+    viewers_.clear();
+    FreeCacheData();
+    for (const LayerFolder* folder : TopFolders())
+        FreeCachesIn(*folder);
+    if (selectionMask_)
+        selectionMask_->FreeCacheData();
+    stencilScratchPainter_ = nullptr;
+    stencilScratch_ = nullptr;
+}
+
+void LayerStack::MarkAllStale() noexcept
+{
+    DistrustCaches();
+    currentPainter_ = nullptr;  // it may be bound to another image, or clipped to another selection
+}
+
+void LayerStack::CountReleased(PageAccount& account) const
+{
+    for (const LayerFolder* folder : TopFolders())
+        if (account.Drop(folder))
+            CountReleasedFolder(*folder, account);
+    if (account.Drop(selectionMask_.get()))
+        selectionMask_->CountReleased(account);
+    if (imagePlane_ && imagePlane_->GetRefCount() <= 2)  // the other is the plane's painter
+        account.AddBytes(4 * size_.Area());
 }

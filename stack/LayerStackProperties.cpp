@@ -1,3 +1,4 @@
+#include "platform/base/Attempt.h"
 #include "stack/LayerStack.h"
 #include "stack/StackEdit.h"
 #include "stack/StackPort.h"
@@ -241,6 +242,36 @@ void LayerStack::SetAppData(const PntHandle& handle, const qsString::CString& ke
 {
     if (Layer* layer = GetLayerFromHandle(handle))
         layer->SetAppData(key, value);
+}
+
+void LayerStack::SetContainerProperties(const PntHandle& handle, const ContainerProperties& properties) noexcept
+{
+    const qs::Reference<LayerContainer> container = GetLayerContainerFromHandle(handle);
+    if (!container)
+        return;
+    const bool isShown = Attempt([&] {
+        const ContainerProperties before = container->GetProperties();
+        if (properties.name != before.name)
+            SetLayerContainerName(handle, properties.name.data());
+        if (properties.blend != before.blend)
+            SetLayerBlend(handle, properties.blend);
+        if (properties.opacity != before.opacity)
+            SetLayerOpacity(handle, properties.opacity);
+        if (properties.displayOpacity != before.displayOpacity)
+            SetMaskLayerDisplayOpacity(properties.displayOpacity, handle);
+        if (properties.displayColor != before.displayColor)
+            SetMaskLayerDisplayColor(properties.displayColor, handle);
+        if (properties.isVisible != before.isVisible)
+            SetLayerVisible(handle, properties.isVisible, true);
+        if (properties.isActive != before.isActive && GetLayerFolderFromHandle(handle) != nullptr)
+            SetLayerFolderActive(handle, properties.isActive, true);
+        else if (properties.isActive != before.isActive)
+            SetLayerActive(handle, properties.isActive);
+        SetLayerContainerLocked(handle, properties.isLocked);
+    });
+    container->SetProperties(properties);
+    if (!isShown)
+        MarkAllStale();
 }
 
 // --- owners ---

@@ -5,6 +5,20 @@
 #include <algorithm>
 #include <cmath>
 
+void LayerStack::PutBackSelectionMask(Layer& mask) noexcept
+{
+    if (selectionMask_ == &mask)
+        return;
+    const bool wasCurrent = isSelectionMaskCurrent();
+    selectionMask_.reset(&mask);
+    currentPainter_ = nullptr;
+    maskIsStale_ = true;
+    if (wasCurrent) {
+        currentLayer_ = &mask;
+        treeIsStale_ = true;
+    }
+}
+
 void LayerStack::SetSelectionMask(Layer* mask)
 {
     const StackEdit edit(*this);

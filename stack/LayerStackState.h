@@ -18,6 +18,7 @@ class OwnedSymmetry : public std::unique_ptr<Symmetry> {
 public:
     OwnedSymmetry() = default;
     OwnedSymmetry(const OwnedSymmetry& other) : unique_ptr(other ? std::make_unique<Symmetry>(*other) : nullptr) {}
+    OwnedSymmetry(OwnedSymmetry&&) noexcept = default;
     OwnedSymmetry& operator=(OwnedSymmetry other) noexcept
     {
         swap(other);

@@ -1,5 +1,6 @@
 #include "undo/PntUndoCombo.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -33,20 +34,89 @@ void PntUndoCombo::AddChild(qs::Reference<PntUndoOper> child)
     children_.push_back(std::move(child));
 }
 
-// A callback of the host may archive this very record meanwhile, so the children are walked in a copy.
+// --- running ---
 
 void PntUndoCombo::UndoOper()
 {
-    const qs::vector<qs::Reference<PntUndoOper>> children = children_;
-    for (const qs::Reference<PntUndoOper>& child : children)
-        child->UndoOper();
+    Undo();
 }
 
 void PntUndoCombo::RedoOper()
 {
-    const qs::vector<qs::Reference<PntUndoOper>> children = children_;
-    for (auto child = children.rbegin(); child != children.rend(); ++child)
-        (*child)->RedoOper();
+    Redo();
+}
+
+bool PntUndoCombo::Prepare()
+{
+    done_.reserve(children_.size());
+    return std::all_of(children_.begin(), children_.end(), [](const auto& child) { return child->Prepare(); });
+}
+
+PntUndoOper::Outcome PntUndoCombo::TryUndo()
+{
+    return RunAll(children_, &PntUndoOper::TryUndo, true);
+}
+
+PntUndoOper::Outcome PntUndoCombo::TryRedo()
+{
+    return RunAll(Children(children_.rbegin(), children_.rend()), &PntUndoOper::TryRedo, false);
+}
+
+/// In a copy of the list: a callback of the host may archive this very record meanwhile.
+PntUndoOper::Outcome PntUndoCombo::RunAll(Children children, Outcome (PntUndoOper::*step)(), bool isUndone)
+{
+    done_.clear();
+    for (const qs::Reference<PntUndoOper>& child : children) {
+        const Outcome outcome = child->Run(step, isUndone);
+        if (outcome == Outcome::NoMemory) {
+            Revert();
+            return outcome;
+        }
+        if (outcome == Outcome::Done)
+            done_.push_back(child);
+    }
+    return Outcome::Done;
+}
+
+void PntUndoCombo::Revert() noexcept
+{
+    for (auto child = done_.rbegin(); child != done_.rend(); ++child) {
+        (*child)->Revert();
+        (*child)->isUndone_ = !(*child)->isUndone_;
+    }
+    done_.clear();
+}
+
+void PntUndoCombo::Settle() noexcept
+{
+    done_.clear();
+    for (size_t i = 0; i < children_.size(); ++i)
+        qs::Reference<PntUndoOper>(children_[i])->Settle();
+}
+
+// --- what it is and holds ---
+
+void PntUndoCombo::SetComplete() noexcept
+{
+    for (const qs::Reference<PntUndoOper>& child : children_)
+        child->SetComplete();
+}
+
+void PntUndoCombo::CountReleased(PageAccount& account) const
+{
+    for (const qs::Reference<PntUndoOper>& child : children_)
+        child->CountReleased(account);
+}
+
+void PntUndoCombo::VisitParts(const std::function<void(PntUndoOper&)>& visit)
+{
+    for (const qs::Reference<PntUndoOper>& child : children_)
+        child->VisitParts(visit);
+}
+
+const char* PntUndoCombo::GetKindName() const
+{
+    return children_.empty() ? PntUndoOper::GetKindName() : children_.front()->GetName();
 }
 
 int PntUndoCombo::GetBytesUsed()

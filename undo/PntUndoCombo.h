@@ -4,7 +4,8 @@
 #include "undo/PntUndoOper.h"
 
 /// Several records as one step. Undo runs them in the order in which they were given, redo in the opposite one, so
-/// they are given in the order in which they are to be undone. Answers for the kind of every child.
+/// they are given in the order in which they are to be undone. Answers for the kind of every child. A child that fails
+/// takes those before it back.
 class PAINTLAYER_EXPORT PntUndoCombo : public PntUndoOper {
 public:
     /// Null children are left out.
@@ -18,6 +19,9 @@ public:
     int GetAllocatedBytes() override;
     void Archive(PntUndoDatabase* database) override;
     void Debug() override;
+    void SetComplete() noexcept override;
+    void CountReleased(PageAccount& account) const override;
+    void VisitParts(const std::function<void(PntUndoOper&)>& visit) override;
 
     /// The answer of the first child, other combos left out, that has one.
     qs::Reference<PntUndoOper> CompareOper(qs::Reference<PntUndoOper> other) override;
@@ -25,6 +29,18 @@ public:
     /// Adds a child at the back; null is left out.
     void AddChild(qs::Reference<PntUndoOper> child);
 
+protected:
+    bool Prepare() override;
+    Outcome TryUndo() override;
+    Outcome TryRedo() override;
+    void Revert() noexcept override;
+    void Settle() noexcept override;
+    const char* GetKindName() const override;
+
 private:
-    qs::vector<qs::Reference<PntUndoOper>> children_;
+    using Children = qs::vector<qs::Reference<PntUndoOper>>;
+    Outcome RunAll(Children children, Outcome (PntUndoOper::*step)(), bool isUndone);
+
+    Children children_;
+    Children done_;  // those done by the step in progress
 };

@@ -4,6 +4,12 @@
 #include "undo/PntUndoOper.h"
 
 /// A store of undo records, oldest first. Records are found by their undo handles.
+///
+/// The library adds a step when its edit is done, not before: an edit that is refused, or a fill or wand that is
+/// cancelled, leaves no step and costs nothing of what could be redone. A host that keeps an order of its own hears of
+/// the step when the document has changed already. A step that a host adds by itself (AddUndoLayerStack with
+/// pushToList) comes first, and goes on until the next record is made. Consecutive moves of one layer, and where they
+/// are recorded consecutive settings of one property, become one step: of the later ones nobody hears.
 class PAINTLAYER_EXPORT PntUndoDatabase {
 public:
     PntUndoDatabase();
@@ -11,7 +17,8 @@ public:
     PntUndoDatabase& operator=(const PntUndoDatabase&) = delete;
     virtual ~PntUndoDatabase();
 
-    /// Puts a record, or an empty entry, at the end; true.
+    /// Puts a record, or an empty entry, at the end, unless the newest step takes it in; true. Throws std::bad_alloc
+    /// with nothing changed; never after ReserveStep.
     virtual bool AddUndoOperation(qs::Reference<PntUndoOper> record);
 
     /// Archives every record, oldest first, and empties the store; true.
@@ -30,6 +37,22 @@ public:
     void SetDirty() { isDirty_ = true; }
     void GarbageCollect();
 
+    /// Takes the memory that adding the next step needs.
+    void ReserveStep();
+
+    /// The newest step is done: a property that is set from here on is no part of it. Called when a record is made.
+    void CompleteNewest() noexcept;
+
+    /// From here on the newest step takes in no other: another command came.
+    void EndJoining() noexcept { mayJoin_ = false; }
+
+    /// Bytes of pixels that only the records keep alive, each page once.
+    int64_t GetHeldBytes() const;
+
+    /// A document was closed: records that can never apply again, as only they know their document still, let go of
+    /// what they hold. They keep their places.
+    void ReleaseDeadRecords();
+
     /// The records themselves; null entries are skipped by everything.
     qs::list<qs::Reference<PntUndoOper>>* GetUndoDB() { return &records_; }
 
@@ -37,8 +60,19 @@ public:
     void Debug();
 
 protected:
-    qs::list<qs::Reference<PntUndoOper>> records_;
+    using Records = qs::list<qs::Reference<PntUndoOper>>;
+
+    /// Whether the newest step stands for the record as well.
+    bool TakesIn(const PntUndoOper* record) noexcept;
+
+    /// A list of the record alone, from the reserve if there is one.
+    Records MakeEntry(qs::Reference<PntUndoOper> record);
+    void Append(Records entry) noexcept;
+
+    Records records_;
 
 private:
+    Records reserve_;  // one empty entry, or none
     bool isDirty_ = false;
+    bool mayJoin_ = false;
 };

@@ -1,6 +1,8 @@
 #include "undo/PntUndoLS.h"
 
+#include "platform/imaging/PageAccount.h"
 #include "undo/UndoPort.h"
+#include "undo/UndoStore.h"
 
 namespace {
 
@@ -15,6 +17,8 @@ PntUndoLS::PntUndoLS(PaintManager* manager, int stackHandle, qs::Reference<Layer
       stack_(std::move(stack))
 {
     SetID("MioLS");
+    if (PntUndoDatabase* database = PaintUndoDatabase())
+        database->CompleteNewest();
 }
 
 int PntUndoLS::GetBytesUsed()
@@ -25,6 +29,12 @@ int PntUndoLS::GetBytesUsed()
 int PntUndoLS::GetAllocatedBytes()
 {
     return kDocumentBytes;
+}
+
+void PntUndoLS::CountReleased(PageAccount& account) const
+{
+    if (account.Drop(stack_.get()))
+        stack_->CountReleased(account);
 }
 
 void PntUndoLS::Archive(PntUndoDatabase*)

@@ -13,6 +13,7 @@ public:
 
     void UndoOper() override {}
     void RedoOper() override {}
+    void CountReleased(PageAccount& account) const override;
     int GetBytesUsed() override;
     int GetAllocatedBytes() override;
     void Archive(PntUndoDatabase* database) override;
@@ -23,6 +24,9 @@ public:
     PaintManager* GetPaintCore() const { return manager_; }
     int GetLayerStackHandle() const { return stackHandle_; }
     const qs::Reference<LayerStack>& GetLayerStack() const { return stack_; }
+
+protected:
+    void SetLayerStack(const qs::Reference<LayerStack>& stack) { stack_ = stack; }
 
 private:
     PaintManager* manager_;

@@ -1,5 +1,6 @@
 #include "undo/PntUndoLayer.h"
 
+#include "platform/imaging/PageAccount.h"
 #include "undo/UndoPort.h"
 
 PntUndoLayer::PntUndoLayer(PaintManager* manager, int stackHandle, const PntHandle& handle, LayerStack* stack,
@@ -32,6 +33,14 @@ void PntUndoLayer::Archive(PntUndoDatabase* database)
 {
     layers_.clear();
     PntUndoLS::Archive(database);
+}
+
+void PntUndoLayer::CountReleased(PageAccount& account) const
+{
+    for (const qs::Reference<Layer>& layer : layers_)
+        if (account.Drop(layer.get()))
+            layer->CountReleased(account);
+    PntUndoLS::CountReleased(account);
 }
 
 qs::Reference<PntUndoOper> PntUndoLayer::CompareOper(qs::Reference<PntUndoOper> other)

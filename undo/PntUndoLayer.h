@@ -16,6 +16,7 @@ public:
     int GetBytesUsed() override;
     int GetAllocatedBytes() override;
     void Archive(PntUndoDatabase* database) override;
+    void CountReleased(PageAccount& account) const override;
 
     /// The same document and the same first layer, by their handles.
     qs::Reference<PntUndoOper> CompareOper(qs::Reference<PntUndoOper> other) override;

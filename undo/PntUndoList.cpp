@@ -15,8 +15,10 @@ bool PntUndoList::AddUndoOperation(qs::Reference<PntUndoOper> record)
 {
     if (!record)
         return false;
+    if (TakesIn(record.get()))
+        return true;
     const unsigned int handle = record->GetUndoHandle();
-    PntUndoDatabase::AddUndoOperation(std::move(record));
+    Append(MakeEntry(std::move(record)));
     return callback_ == nullptr || callback_(handle);
 }
 
@@ -27,15 +29,15 @@ bool PntUndoList::FlushUndoDatabase()
 
 bool PntUndoList::Undo(unsigned int handle)
 {
-    return Run(handle, &PntUndoOper::UndoOper);
+    return Run(handle, &PntUndoOper::Undo);
 }
 
 bool PntUndoList::Redo(unsigned int handle)
 {
-    return Run(handle, &PntUndoOper::RedoOper);
+    return Run(handle, &PntUndoOper::Redo);
 }
 
-bool PntUndoList::Run(unsigned int handle, void (PntUndoOper::*step)())
+bool PntUndoList::Run(unsigned int handle, bool (PntUndoOper::*step)())
 {
     const qs::Reference<PntUndoOper> record = GetUndoOper(handle);
     if (!record)
@@ -43,8 +45,26 @@ bool PntUndoList::Run(unsigned int handle, void (PntUndoOper::*step)())
     const qs::Reference<PntUndoOper> newest = records_.back();
     if (!GetUndoPort().FinishStroke() || records_.empty() || records_.back() != newest)
         return false;
-    ((*record).*step)();
-    return true;
+    EndJoining();
+    return ((*record).*step)();
+}
+
+bool PntUndoList::CanUndo(unsigned int handle) const
+{
+    const qs::Reference<PntUndoOper> record = GetUndoOper(handle);
+    return record && !record->IsUndone();
+}
+
+bool PntUndoList::CanRedo(unsigned int handle) const
+{
+    const qs::Reference<PntUndoOper> record = GetUndoOper(handle);
+    return record && record->IsUndone();
+}
+
+const char* PntUndoList::GetName(unsigned int handle) const
+{
+    const qs::Reference<PntUndoOper> record = GetUndoOper(handle);
+    return record ? record->GetName() : nullptr;
 }
 
 void PntUndoList::TraceHandles() const

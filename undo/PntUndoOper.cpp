@@ -1,5 +1,8 @@
 #include "undo/PntUndoOper.h"
 
+#include "platform/base/Attempt.h"
+#include "platform/imaging/PageAccount.h"
+
 #include <algorithm>
 #include <climits>
 
@@ -19,7 +22,8 @@ PntUndoOper::PntUndoOper(const char* id, bool willDeleteAfterExit, bool flag)
 
 PntUndoOper::PntUndoOper(const PntUndoOper& other)
     : qs::ReferenceCount(other), IdList(other), sequence_(other.sequence_),
-      willDeleteAfterExit_(other.willDeleteAfterExit_), flag_(other.flag_), undoHandle_(++lastUndoHandle)
+      willDeleteAfterExit_(other.willDeleteAfterExit_), flag_(other.flag_), undoHandle_(++lastUndoHandle),
+      name_(other.name_), isUndone_(other.isUndone_)
 {}
 
 PntUndoOper& PntUndoOper::operator=(const PntUndoOper& other)
@@ -28,6 +32,8 @@ PntUndoOper& PntUndoOper::operator=(const PntUndoOper& other)
     sequence_ = other.sequence_;
     willDeleteAfterExit_ = other.willDeleteAfterExit_;
     flag_ = other.flag_;
+    name_ = other.name_;
+    isUndone_ = other.isUndone_;
     return *this;
 }
 
@@ -47,6 +53,62 @@ int PntUndoOper::GetAllocatedBytes()
 {
     return 0;
 }
+
+// --- running ---
+
+PntUndoOper::Outcome PntUndoOper::TryUndo()
+{
+    UndoOper();
+    return Outcome::Done;
+}
+
+PntUndoOper::Outcome PntUndoOper::TryRedo()
+{
+    RedoOper();
+    return Outcome::Done;
+}
+
+PntUndoOper::Outcome PntUndoOper::Run(Outcome (PntUndoOper::*step)(), bool isUndone)
+{
+    const Outcome outcome = (this->*step)();
+    if (outcome == Outcome::Done)
+        isUndone_ = isUndone;
+    return outcome;
+}
+
+bool PntUndoOper::Undo()
+{
+    const qs::Reference<PntUndoOper> kept(this);
+    const bool isPossible =
+        Guarded(false, [this] { return Prepare() && Run(&PntUndoOper::TryUndo, true) != Outcome::NoMemory; });
+    Settle();
+    return isPossible;
+}
+
+bool PntUndoOper::Redo()
+{
+    const qs::Reference<PntUndoOper> kept(this);
+    const bool isPossible =
+        Guarded(false, [this] { return Prepare() && Run(&PntUndoOper::TryRedo, false) != Outcome::NoMemory; });
+    Settle();
+    return isPossible;
+}
+
+// --- what it is and holds ---
+
+bool PntUndoOper::TakeIn(const PntUndoOper&) noexcept
+{
+    return false;
+}
+
+int64_t PntUndoOper::GetHeldBytes() const
+{
+    PageAccount account;
+    CountReleased(account);
+    return account.GetBytes();
+}
+
+void PntUndoOper::CountReleased(PageAccount&) const {}
 
 void PntUndoOper::Archive(PntUndoDatabase*) {}
 

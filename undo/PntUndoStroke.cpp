@@ -2,19 +2,11 @@
 
 #include "layers/DocumentPort.h"
 #include "platform/base/Attempt.h"
+#include "platform/imaging/PageAccount.h"
 #include "stack/StackPort.h"
 #include "undo/UndoPort.h"
 
 #include <utility>
-
-/// One layer's part of an undo: where it goes, what it has now, and what that changes on the canvas.
-struct PntUndoStroke::Exchange {
-    size_t index;
-    qs::Reference<Layer> layer;
-    Saved present;
-    qs::vector<ilTile> tiles;
-    bool isMoved;  // or changed in other ways than by stored pixels
-};
 
 PntUndoStroke::PntUndoStroke(PaintManager* manager, int stackHandle, const PntHandle& handle, LayerStack* stack,
                              Layer* layer, const qs::TempReference<ilImage>& image, const char* id)
@@ -60,57 +52,121 @@ qs::Reference<Layer> PntUndoStroke::FindLayer(size_t index) const
 
 void PntUndoStroke::UndoOper()
 {
-    if (!isUndone_ && Guarded(false, [this] { return Swap(); }))
-        isUndone_ = true;
+    Undo();
 }
 
 void PntUndoStroke::RedoOper()
 {
-    if (isUndone_ && Guarded(false, [this] { return Swap(); }))
-        isUndone_ = false;
+    Redo();
 }
 
-bool PntUndoStroke::Swap()
+PntUndoOper::Outcome PntUndoStroke::TryUndo()
 {
-    const UndoPort& port = GetUndoPort();
-    const qs::Reference<PntUndoOper> kept(this);
-    if (!LayerStackIsValid() || !port.FinishStroke() || !LayerStackIsValid())
-        return false;
-    const qs::Reference<LayerStack> stack = GetLayerStack();
-    stack->EndProxy();
+    return IsUndone() ? Outcome::Refused : Swap();
+}
 
-    // All that can run out of memory comes first.
+PntUndoOper::Outcome PntUndoStroke::TryRedo()
+{
+    return IsUndone() ? Swap() : Outcome::Refused;
+}
+
+PntUndoStroke::Exchange PntUndoStroke::MakeExchange(LayerStack& stack, size_t index,
+                                                    const qs::Reference<Layer>& layer) const
+{
+    Saved present = Capture(*layer);
+    const Saved& saved = saved_[index];
+    const bool isShownOtherwise = saved.isSelectionMask && present.isVisible != saved.isVisible;
+    const bool isMoved = isShownOtherwise || !present.content.IsComparable(saved.content);
+    qs::vector<ilTile> tiles = isShownOtherwise ? qs::vector<ilTile>{stack.GetSize()}
+                                                : present.content.TilesOfDifference(saved.content, stack.GetSize());
+    const bool isMask = present.isSelectionMask;
+    const bool wasVisible = present.isVisible;
+    return {index, layer, std::move(present), std::move(tiles), isMoved, isMask, wasVisible};
+}
+
+/// All that can run out of memory. The document need not have its place yet: an earlier part of the step may put it
+/// there.
+bool PntUndoStroke::Prepare()
+{
+    const qs::Reference<LayerStack> stack = GetLayerStack();
+    if (!stack)
+        return true;
+    stack->EndProxy();
     qs::vector<Exchange> exchanges;
     exchanges.reserve(saved_.size());
-    for (size_t i = 0; i < saved_.size(); ++i) {
-        const qs::Reference<Layer> layer = FindLayer(i);
-        if (!layer)
-            continue;
-        layer->EndProxy();
-        Saved present = Capture(*layer);
-        const Saved& saved = saved_[i];
-        const bool isShownOtherwise = saved.isSelectionMask && present.isVisible != saved.isVisible;
-        const bool isMoved = isShownOtherwise || !present.content.IsComparable(saved.content);
-        qs::vector<ilTile> tiles = isShownOtherwise
-                                       ? qs::vector<ilTile>{stack->GetSize()}
-                                       : present.content.TilesOfDifference(saved.content, stack->GetSize());
-        exchanges.push_back({i, layer, std::move(present), std::move(tiles), isMoved});
-    }
-    for (Exchange& exchange : exchanges) {
-        const Saved& saved = saved_[exchange.index];
-        if (saved.mask && exchange.present.isSelectionMask) {
-            stack->SetSelectionMask(saved.mask.get());
-            exchange.layer = saved.mask;
+    for (size_t i = 0; i < saved_.size(); ++i)
+        if (const qs::Reference<Layer> layer = FindLayer(i)) {
+            layer->EndProxy();
+            exchanges.push_back(MakeExchange(*stack, i, layer));
         }
-        exchange.layer->RestoreContent(saved.content);
-        if (saved.isSelectionMask) {
-            exchange.layer->SetVisible(saved.isVisible);
-            exchange.layer->SetLayerContainerHandle(saved.handle);
-        }
-        saved_[exchange.index] = exchange.present;
-    }
-    Attempt([&] { Show(*stack, exchanges); });
+    exchanges_ = std::move(exchanges);
+    isPrepared_ = true;
     return true;
+}
+
+PntUndoOper::Outcome PntUndoStroke::Swap()
+{
+    const UndoPort& port = GetUndoPort();
+    if (!isPrepared_ || !LayerStackIsValid() || !port.FinishStroke() || !LayerStackIsValid())
+        return Outcome::Refused;
+    const qs::Reference<LayerStack> stack = GetLayerStack();
+    Commit();
+    // In a copy: what the host does meanwhile may run this record again.
+    if (!Attempt([&] { Show(*stack, qs::vector<Exchange>(exchanges_)); }))
+        stack->MarkAllStale();
+    return Outcome::Done;
+}
+
+/// Puts what was saved into a layer of the document, and returns the layer: the selection mask may be another one.
+qs::Reference<Layer> PntUndoStroke::Put(LayerStack& stack, const qs::Reference<Layer>& layer,
+                                        const Saved& saved) noexcept
+{
+    qs::Reference<Layer> target = layer;
+    if (saved.mask && stack.GetSelectionMask() == layer.get()) {
+        stack.PutBackSelectionMask(*saved.mask);
+        target = saved.mask;
+    }
+    target->RestoreContent(saved.content);
+    if (saved.isSelectionMask) {
+        target->SetVisible(saved.isVisible);
+        target->SetLayerContainerHandle(saved.handle);
+    }
+    return target;
+}
+
+/// Exchanges what the layers have with what was saved; done twice, everything is as before.
+void PntUndoStroke::Commit() noexcept
+{
+    for (Exchange& exchange : exchanges_) {
+        exchange.layer = Put(*GetLayerStack(), exchange.layer, saved_[exchange.index]);
+        std::swap(saved_[exchange.index], exchange.other);
+    }
+}
+
+void PntUndoStroke::Revert() noexcept
+{
+    Commit();
+    if (GetLayerStack())
+        GetLayerStack()->MarkAllStale();
+}
+
+void PntUndoStroke::Settle() noexcept
+{
+    exchanges_.clear();
+    isPrepared_ = false;
+}
+
+void PntUndoStroke::RollBack() noexcept
+{
+    const qs::Reference<LayerStack> stack = GetLayerStack();
+    if (!stack)
+        return;
+    for (size_t i = 0; i < saved_.size(); ++i)
+        if (const qs::Reference<Layer> layer = FindLayer(i)) {
+            layer->EndProxy();
+            Put(*stack, layer, saved_[i]);
+        }
+    stack->MarkAllStale();
 }
 
 /// Brings the picture up to date; without the memory for that the damage stays.
@@ -125,10 +181,22 @@ void PntUndoStroke::Show(LayerStack& stack, const qs::vector<Exchange>& exchange
         const PntHandle handle = exchange.layer->GetLayerContainerHandle();
         if (exchange.isMoved || !exchange.tiles.empty())
             GetDocumentPort().LayerImageChanged(handle);
-        if (exchange.present.isSelectionMask && exchange.present.isVisible != exchange.layer->isVisible())
+        if (exchange.isMask && exchange.wasVisible != exchange.layer->isVisible())
             GetStackPort().ContainerState(handle);
     }
     GetUndoPort().ContentChanged(GetPaintCore());
+}
+
+bool PntUndoStroke::TakeIn(const PntUndoOper& later) noexcept
+{
+    const auto* move = dynamic_cast<const PntUndoStroke*>(&later);
+    if (move == nullptr || !isMove_ || !move->isMove_ || IsUndone() || !(move->GetLayerStack() == GetLayerStack()) ||
+        move->size() != size())
+        return false;
+    for (int i = 0; i < size(); ++i)
+        if (move->GetLayerContainerHandle(i) != GetLayerContainerHandle(i))
+            return false;
+    return true;
 }
 
 // --- what it holds ---
@@ -172,8 +240,21 @@ int PntUndoStroke::GetAllocatedBytes()
     return SumOfBytes(PntUndoLayer::GetAllocatedBytes(), pages * kPageBytes);
 }
 
+void PntUndoStroke::CountReleased(PageAccount& account) const
+{
+    for (const Saved& saved : saved_) {
+        account.DropImage(saved.content.image.get());
+        account.DropImage(saved.content.pixels.get());
+        if (account.Drop(saved.mask.get()))
+            saved.mask->CountReleased(account);
+    }
+    PntUndoLayer::CountReleased(account);
+}
+
 void PntUndoStroke::Archive(PntUndoDatabase* database)
 {
     saved_.clear();
+    exchanges_.clear();
+    isPrepared_ = false;
     PntUndoLayer::Archive(database);
 }

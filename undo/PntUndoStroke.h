@@ -30,7 +30,24 @@ public:
     /// Whether a captured layer is otherwise now, as far as shared pages tell.
     bool HasChanges() const;
 
-    bool IsUndone() const { return isUndone_; }
+    /// Marks the record as one of a layer's place: the next move of the same layers joins it.
+    void SetIsMove() { isMove_ = true; }
+    bool TakeIn(const PntUndoOper& later) noexcept override;
+
+    /// Gives the layers back what was captured, after an edit that failed halfway: needs no memory, draws nothing and
+    /// tells nobody; all of the document is made again at the next update. The record is of no use any more.
+    void RollBack() noexcept;
+
+    void CountReleased(PageAccount& account) const override;
+    const LayerStack* GetNeededStack() const override { return GetLayerStack().get(); }
+
+protected:
+    bool Prepare() override;
+    Outcome TryUndo() override;
+    Outcome TryRedo() override;
+    void Revert() noexcept override;
+    void Settle() noexcept override;
+    const char* GetKindName() const override { return isMove_ ? "Move Layer" : "Change Pixels"; }
 
 private:
     struct Saved {
@@ -40,13 +57,28 @@ private:
         bool isVisible = true;  // of the selection mask
         PntHandle handle = kNullHandle;
     };
-    struct Exchange;
+
+    /// One layer's part of an undo that is prepared: where it goes, what is there now, what that changes on the canvas.
+    struct Exchange {
+        size_t index;
+        qs::Reference<Layer> layer;
+        Saved other;  // what the layer has; once exchanged, what it had from the record
+        qs::vector<ilTile> tiles;
+        bool isMoved;  // or changed in other ways than by stored pixels
+        bool isMask;  // the selection mask, and whether it was visible
+        bool wasVisible;
+    };
 
     Saved Capture(Layer& layer) const;
     qs::Reference<Layer> FindLayer(size_t index) const;
-    bool Swap();
+    Exchange MakeExchange(LayerStack& stack, size_t index, const qs::Reference<Layer>& layer) const;
+    static qs::Reference<Layer> Put(LayerStack& stack, const qs::Reference<Layer>& layer, const Saved& saved) noexcept;
+    Outcome Swap();
+    void Commit() noexcept;
     void Show(LayerStack& stack, const qs::vector<Exchange>& exchanged) const;
 
     qs::vector<Saved> saved_;  // as many as layers; of a null layer nothing
-    bool isUndone_ = false;
+    qs::vector<Exchange> exchanges_;  // while an undo or redo runs
+    bool isPrepared_ = false;
+    bool isMove_ = false;
 };

@@ -8,6 +8,7 @@ UndoPort& GetUndoPort()
         .GetCurrentLayerStack = [](PaintManager*) { return -1; },
         .GetCurrentContainer = [](PaintManager*, int) { return kNullHandle; },
         .ReplaceLayerStack = [](PaintManager*, const qs::Reference<LayerStack>&, int) {},
+        .CloseLayerStack = [](PaintManager*, int) {},
         .FinishStroke = [] { return true; },
         .ContentChanged = [](PaintManager*) {},
         .MayRestore = [](PaintManager*, int) { return true; },

@@ -18,8 +18,12 @@ struct UndoPort {
     /// The current container of a document, or the null handle.
     PntHandle (*GetCurrentContainer)(PaintManager* manager, int stackHandle);
 
-    /// Puts a document in the place of another; nothing happens when memory does not suffice.
+    /// Puts a document in the place of another, or opens it again in an empty one, which counts as one document more.
+    /// Nothing happens when memory does not suffice.
     void (*ReplaceLayerStack)(PaintManager* manager, const qs::Reference<LayerStack>& stack, int stackHandle);
+
+    /// Closes a document again, without a record.
+    void (*CloseLayerStack)(PaintManager* manager, int stackHandle);
 
     /// Ends the stroke in progress, which may be kept as a new step. False while it cannot end: it is being fed.
     bool (*FinishStroke)();

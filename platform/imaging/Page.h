@@ -49,6 +49,7 @@ public:
     PageContent GetContent() const { return content_ != PageContent::Unknown ? content_ : Classify(); }
 
     bool IsShared() const { return references_ > 1; }
+    uint32_t GetRefCount() const { return references_; }
 
     // --- for PagePtr and the image that owns the page ---
     static Page* NewUniform(int channels, uint32_t value);

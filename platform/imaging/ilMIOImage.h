@@ -89,6 +89,9 @@ public:
     size_t GetPageCount() const;
     size_t GetAllocatedBytes() const;
 
+    /// The table of pages, which images share until one of them is written; null for none.
+    const PageDirectory* GetDirectory() const { return directory_.get(); }
+
     // --- page access, for the imaging core's own algorithms; px, py are page coordinates ---
 
     PageReader ReadPage(int px, int py) const { return PageReader(FindPage(px, py)); }

@@ -1,47 +1,12 @@
-#include "undo/PntUndoCombo.h"
-#include "undo/PntUndoLayerStack.h"
-#include "undo/PntUndoStroke.h"
-#include "undo/UndoPort.h"
-
-#include <gtest/gtest.h>
+#include "OneDocument.h"
 
 #include <climits>
 #include <string>
 
 namespace {
 
-/// A manager of one document, under handle 3.
-class UndoRecords : public testing::Test {
+class UndoRecords : public OneDocument {
 protected:
-    void SetUp() override
-    {
-        document = new LayerStack(qsOS::Uuid::generate(), 200, 100);
-        for (int i = 0; i < 3; ++i)
-            Add();
-        GetUndoPort().GetLayerStack = [](PaintManager*, int handle) { return handle == 3 ? document : nullptr; };
-        GetUndoPort().GetLayerStackHandle = [](PaintManager*, const qs::Reference<LayerStack>& stack) {
-            return stack == document ? 3 : -1;
-        };
-        GetUndoPort().GetCurrentLayerStack = [](PaintManager*) { return 3; };
-        GetUndoPort().GetCurrentContainer = [](PaintManager*, int) {
-            return document->GetCurrentLayerContainerHandle();
-        };
-        GetUndoPort().ReplaceLayerStack = [](PaintManager*, const qs::Reference<LayerStack>& stack, int) {
-            stack->AllocateCacheData();
-            document = stack;
-        };
-    }
-    void TearDown() override
-    {
-        document = nullptr;
-        GetUndoPort() = port_;
-    }
-
-    static Layer& Add()
-    {
-        return *document->GetLayerFromHandle(
-            document->AddLayer({}, {}, kLayerModeImage, kLayerTypeRaster, true, 0, kNullHandle, false, 0, 0, true));
-    }
     static qs::Reference<PntUndoLayer> RecordOf(const qs::vector<Layer*>& layers)
     {
         qs::vector<PntHandle> handles;
@@ -49,16 +14,6 @@ protected:
             handles.push_back(layer->GetLayerContainerHandle());
         return new PntUndoLayer(nullptr, 3, handles, document.get(), layers, "Mine");
     }
-    static qs::Reference<PntUndoStroke> StrokeOn(Layer& layer)
-    {
-        return new PntUndoStroke(nullptr, 3, layer.GetLayerContainerHandle(), document.get(), &layer, layer.GetImage(),
-                                 "MioStroke");
-    }
-
-    static inline qs::Reference<LayerStack> document;
-
-private:
-    UndoPort port_ = GetUndoPort();
 };
 
 std::string IdsOf(const IdList& record)
