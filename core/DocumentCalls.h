@@ -2,6 +2,7 @@
 
 #include "core/PaintSession.h"
 #include "platform/base/Attempt.h"
+#include "undo/UndoStore.h"
 
 #include <exception>
 
@@ -16,9 +17,9 @@ Result AskStack(const Group* group, const Target& target, Result neutral, Call&&
     });
 }
 
-/// Changes the document that `target` names, as far as no step of undo is wanted. The neutral result when there is none,
-/// in the middle of a command, and when memory does not suffice: then the document no longer trusts what it cached.
-/// The document lives through the call, and the host hears of it afterwards.
+/// Changes the document that `target` names, as far as no step of undo is wanted. The neutral result when there is
+/// none, in the middle of a command, and when memory does not suffice: then the document no longer trusts what it
+/// cached. The document lives through the call, and the host hears of it afterwards.
 template <class Group, class Result, class Target, class Call>
 Result ChangeStack(const Group* group, const Target& target, Result neutral, Call&& call)
 {
@@ -26,6 +27,8 @@ Result ChangeStack(const Group* group, const Target& target, Result neutral, Cal
     const qs::Reference<LayerStack> stack = session.Find(target);
     if (!stack || !session.MayEdit())
         return neutral;
+    if (PntUndoDatabase* database = PaintUndoDatabase())
+        database->EndJoining();
     const Notices::Scope hold(session.notices);
     try {
         return call(*stack);

@@ -115,6 +115,15 @@ bool MayRestore(PaintManager* manager, int stackHandle)
     return entry == nullptr || entry(stackHandle, restored);
 }
 
+/// A document that comes back into an empty place is open again.
+void PutDocument(PaintSession& session, const qs::Reference<LayerStack>& stack, int handle)
+{
+    const bool wasOpen = session.registry.Get(handle) != nullptr;
+    session.ReplaceDocument(stack, handle);
+    if (!wasOpen && session.registry.Get(handle) != nullptr)
+        session.registry.CountAdded();
+}
+
 void BindUndoPort()
 {
     GetUndoPort() = {
@@ -127,7 +136,8 @@ void BindUndoPort()
         .GetCurrentContainer = [](PaintManager* manager,
                                   int handle) { return Of(manager).GetCurrentLayerContainerHandle(handle); },
         .ReplaceLayerStack = [](PaintManager* manager, const qs::Reference<LayerStack>& stack,
-                                int handle) { PaintSession::Of(Of(manager)).ReplaceDocument(stack, handle); },
+                                int handle) { PutDocument(PaintSession::Of(Of(manager)), stack, handle); },
+        .CloseLayerStack = [](PaintManager* manager, int handle) { Of(manager).DeleteLayerStack(handle, false); },
         .FinishStroke = FinishStroke,
         .ContentChanged = [](PaintManager* manager) { PaintSession::Of(Of(manager)).UpdateProcessedLayerImage(); },
         .MayRestore = MayRestore,

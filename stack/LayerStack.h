@@ -684,9 +684,6 @@ public:
     void RemoveViewer(LayerStackView* view);
     void TakeViewsFrom(qs::Reference<LayerStack> other);
 
-    /// Of a document that is closed, which an undo record may hold for long: nobody takes its views away from it.
-    void ForgetViews() { viewers_.clear(); }
-
     /// The document is closed, and may be held by undo records for long: lets go of its views, its image plane and all
     /// that can be made again. Nobody takes its views away from it later.
     void BecomeClosed() noexcept;

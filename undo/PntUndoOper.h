@@ -70,7 +70,8 @@ public:
     /// record is not needed.
     virtual bool TakeIn(const PntUndoOper& later) noexcept;
 
-    /// Bytes of pixels that only this record keeps alive, each page once.
+    /// Bytes of pixels that only this record keeps alive, each page once. Of images: what a layer's painter keeps
+    /// beside its image, as the low-order bits of 16-bit painting, comes free uncounted.
     int64_t GetHeldBytes() const;
 
     /// Counts what would come free with this record.

@@ -4,6 +4,7 @@
 #include "core/HostCalls.h"
 #include "core/commands/UndoableCommand.h"
 #include "platform/imaging/ImageCoreCB.h"
+#include "undo/UndoStore.h"
 
 #include <new>
 #include <utility>
@@ -56,7 +57,11 @@ void DocumentCommands::DeleteLayerStack(int handle, bool recordUndo)
             CloseLayerStack(handle);
     });
     session.UpdateProcessedLayerImage();
-    Attempt([] { ShrinkSwapFiles(); });
+    Attempt([] {
+        if (PntUndoDatabase* database = PaintUndoDatabase())
+            database->ReleaseDeadRecords();
+        ShrinkSwapFiles();
+    });
 }
 
 void DocumentCommands::CloseCurrentLayerStack(bool recordUndo)
@@ -67,8 +72,9 @@ void DocumentCommands::CloseCurrentLayerStack(bool recordUndo)
     if (registry.Get(handle) == nullptr || IsClosing(handle))
         return;
     session.stroker.StackIsLeaving(registry.Get(handle));
+    qs::Reference<PntUndoLayerStack> step;
     if (recordUndo && UndoableCommand::IsRecording(session))
-        session.manager.AddUndoLayerStack(handle, true);
+        step = session.manager.AddUndoLayerStack(handle, true);
     // Recording may have put a copy in its place, and both called the host.
     const qs::Reference<LayerStack> closed = registry.Get(handle);
     if (!closed)
@@ -82,6 +88,8 @@ void DocumentCommands::CloseCurrentLayerStack(bool recordUndo)
         return;
     session.stroker.StackIsLeaving(registry.Get(handle));
     RemoveFromTable(handle);
+    if (step)
+        step->SetClosesDocument();
     if (registry.GetCurrentHandle() == handle) {
         registry.SetCurrentHandle(kNoLayerStack);
         registry.SetCurrent({});
@@ -112,8 +120,7 @@ void DocumentCommands::RemoveFromTable(int handle)
 {
     LayerStackRegistry& registry = SessionOf(this).registry;
     const qs::Reference<LayerStack> closed = registry.Get(handle);
-    closed->ForgetViews();
-    closed->FreeCacheData();  // a step of undo may hold it for long
+    closed->BecomeClosed();
     registry.Put(handle, {});
     registry.CountRemoved();
 }

@@ -27,14 +27,16 @@ bool ChangePixels(const PixelCommands* group, const PntHandle& layer, UndoableCo
 
 bool PixelCommands::SetLayerOffset(int x, int y, const PntHandle& layer)
 {
-    return ChangePixels(this, layer, [&](LayerStack& stack) { return MoveOnCanvas(stack, layer, x, y); });
+    return UndoableCommand(SessionOf(this), layer).SetIsMove().ChangePixels(layer, [&](LayerStack& stack) {
+        return MoveOnCanvas(stack, layer, x, y);
+    });
 }
 
 bool PixelCommands::SetCurrentLayerOffset(int x, int y, int layerStack)
 {
-    return UndoableCommand(SessionOf(this), layerStack).ChangePixels(kCurrentLayerHandle, [&](LayerStack& stack) {
-        return MoveOnCanvas(stack, kCurrentLayerHandle, x, y);
-    });
+    UndoableCommand command(SessionOf(this), layerStack);
+    return command.SetIsMove().ChangePixels(
+        kCurrentLayerHandle, [&](LayerStack& stack) { return MoveOnCanvas(stack, kCurrentLayerHandle, x, y); });
 }
 
 void PixelCommands::GetLayerOffset(int& x, int& y, const PntHandle& layer) const

@@ -62,7 +62,7 @@ qs::Reference<PntUndoLayerStack> UndoCommands::AddUndoLayerStack(int handle, boo
         const Notices::Scope hold(session.notices);
         const qs::Reference<PntUndoLayerStack> record = UndoableCommand::RecordStructure(session, stackHandle);
         if (record && pushToList)
-            UndoableCommand::Keep(session, record);
+            UndoableCommand::KeepOpen(session, record);
         return record;
     });
 }

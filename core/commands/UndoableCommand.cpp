@@ -21,7 +21,20 @@ bool UndoableCommand::IsRecording(const PaintSession& session)
     return PaintUndoDatabase() != nullptr && session.manager.UndoEnable();
 }
 
+UndoableCommand& UndoableCommand::SetIsMove()
+{
+    isMove_ = true;
+    return *this;
+}
+
 void UndoableCommand::Keep(PaintSession& session, const qs::Reference<PntUndoOper>& step)
+{
+    if (step)
+        step->SetComplete();
+    KeepOpen(session, step);
+}
+
+void UndoableCommand::KeepOpen(PaintSession& session, const qs::Reference<PntUndoOper>& step)
 {
     PntUndoDatabase* database = PaintUndoDatabase();
     if (database == nullptr || !step)
@@ -82,6 +95,8 @@ bool UndoableCommand::ChangePixels(std::span<const PntHandle> layers, Operation 
         const qs::Reference<PntUndoStroke> step = CapturePixels(*stack, layers);
         if (!step)
             return false;
+        if (isMove_)
+            step->SetIsMove();
         bool isDone = false;
         const bool isThrough = Attempt([&] {
             isDone = operation(*stack);
@@ -89,8 +104,7 @@ bool UndoableCommand::ChangePixels(std::span<const PntHandle> layers, Operation 
                 Keep(session_, step);
         });
         if (!isThrough) {
-            step->UndoOper();
-            stack->DistrustCaches();
+            step->RollBack();
             hold.Drop();
         } else if (isDone) {
             session_.UpdateProcessedLayerImage();
@@ -150,7 +164,7 @@ bool UndoableCommand::RunStructural(std::span<const PntHandle> receivers, Operat
     if (structure)
         structure->Cancel();
     if (pixels && !isThrough)
-        pixels->UndoOper();
+        pixels->RollBack();
     if (!isThrough)
         stack->DistrustCaches();
     hold.Drop();

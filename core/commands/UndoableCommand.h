@@ -30,6 +30,9 @@ public:
     UndoableCommand(PaintSession& session, int layerStack);
     UndoableCommand(PaintSession& session, const PntHandle& container);
 
+    /// The command moves layers, and joins the move of the same ones right before it.
+    UndoableCommand& SetIsMove();
+
     // All return what the operation does; false when there is no document or memory runs out.
 
     /// Changes which containers there are, their order or properties; no pixels. A refusal is best found before: here
@@ -54,7 +57,9 @@ public:
     static bool IsRecording(const PaintSession& session);
 
     /// Keeps a step as the newest in whichever store there is, after the store was flushed if it was marked dirty.
+    /// Its edit is done, or (KeepOpen) goes on until the next record is made.
     static void Keep(PaintSession& session, const qs::Reference<PntUndoOper>& step);
+    static void KeepOpen(PaintSession& session, const qs::Reference<PntUndoOper>& step);
 
     /// Puts a copy in the document's place and returns the record that holds the document as it was. Null, with nothing
     /// changed, when there is none or another one has the place by then.
@@ -67,4 +72,5 @@ private:
 
     PaintSession& session_;
     int stackHandle_;
+    bool isMove_ = false;
 };

@@ -93,11 +93,13 @@ protected:
         PaintCore.SetCurrentLayerStack(OneOf(documents_));
         const Command& command = GetCommands()[static_cast<size_t>(Below(static_cast<int>(GetCommands().size())))];
         Note(command.name);
+        command_ = command.name;
         command.run(*this);
     }
 
     void Note(const std::string& what) { trace_ += what + "; "; }
     const std::string& GetTrace() const { return trace_; }
+    const std::string& GetCommand() const { return command_; }  // the last one run
     int Below(int limit) { return static_cast<int>(random_() % static_cast<unsigned>(limit)); }
     bool Flip() { return Below(2) == 0; }
 
@@ -519,4 +521,5 @@ private:
 
     std::mt19937 random_;
     std::string trace_;
+    std::string command_;
 };

@@ -107,6 +107,18 @@ TEST_F(Undo, AClosedDocumentComesBackUnlessItsPlaceIsTakenOrTheHostRefuses)
     EXPECT_EQ(Describe(), before);
     ExpectTruePlanes();
     EXPECT_EQ(view.updates, 0) << "its views may be gone";
+
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(PaintCore.GetLayerStackCount(), 1);
+        PaintCore.ResetLayerStackIterator();
+        EXPECT_EQ(PaintCore.NextLayerStack(), 0);
+        const qs::Reference<LayerStack> closed = PaintCore.GetLayerStack(0);
+        EXPECT_TRUE(DoAgain());
+        EXPECT_EQ(PaintCore.GetLayerStackCount(), 0) << "done again, it is closed";
+        EXPECT_FALSE(closed->GetImagePlane()) << "whoever holds it";
+        EXPECT_TRUE(TakeBack());
+        EXPECT_EQ(Describe(), before);
+    }
     EXPECT_TRUE(TakeBack());
     EXPECT_TRUE(PaintCore.GetLayerStack(0)->GetCurrentLayerPtr()->GetImage()->GetPixel(30, 30).GetAlpha() == 0);
 }
