@@ -4,8 +4,10 @@
 #include "platform/imaging/PaintColor.h"
 
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 /// What is set of a container without touching pixels, place or order. A plain value, so that copies of a container

@@ -4,7 +4,7 @@
 #include "stack/LayerStack.h"
 
 /// Properties that one version of a document takes over from another, beside those that it has by itself.
-class PAINTLAYER_EXPORT PropertyChanges {
+class PropertyChanges {
 public:
     /// Gives them to the version that they are for; once more, takes them back.
     void Swap() noexcept;
@@ -18,7 +18,7 @@ private:
 
 /// The properties of a document and of all its containers at one moment. What was set since then, and is part of no
 /// step, is found by it: each container by its handle, each property for itself.
-class PAINTLAYER_EXPORT PropertySnapshot {
+class PropertySnapshot {
 public:
     explicit PropertySnapshot(LayerStack& document);
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/base/Export.h"
 #include "platform/base/Reference.h"
 #include "platform/imaging/ilMIOImage.h"
 
@@ -10,7 +9,7 @@
 /// What memory would come free if somebody let go of what it holds: a trial that releases nothing. Each reference that
 /// would go is dropped here; what has no other one would go itself, with the references that it has. So whatever is
 /// shared with others does not count, and what is shared among those dropped counts once.
-class PAINTLAYER_EXPORT PageAccount {
+class PageAccount {
 public:
     /// Drops one reference. True when it was the last one: the caller drops what the object holds. False for null.
     bool Drop(const qs::ReferenceCount* object);
