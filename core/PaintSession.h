@@ -15,6 +15,7 @@ struct HostOptions {
     bool isBrushFeedbackEnabled = false;
     bool isPanningOrZooming = false;
     bool logsUndo = true;
+    bool recordsProperties = false;
     int minifyFilter = 0;
     int magnifyFilter = 0;
     PaintColor warpColor{0, 0, 0, 1};

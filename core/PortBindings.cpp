@@ -3,6 +3,7 @@
 #include "core/HostCalls.h"
 #include "core/PaintSession.h"
 #include "layers/DocumentPort.h"
+#include "platform/base/Attempt.h"
 #include "stack/StackPort.h"
 #include "undo/UndoPort.h"
 
@@ -98,6 +99,10 @@ bool FinishStroke()
     if (Session().notices.IsAsking())
         return false;
     PaintCore.EndBrushStroke();
+    // A fill whose preview stays is a step as well, and the newest then.
+    for (int i = GetUsedSlotFrom(0); i >= 0; i = GetUsedSlotFrom(i + 1))
+        if (const qs::Reference<LayerStack> stack = PaintCore.GetLayerStack(i))
+            Attempt([&] { stack->EndProxy(); });
     return !PaintCore.InBrushStroke();
 }
 

@@ -1,4 +1,5 @@
 #include "layers/Layer.h"
+#include "platform/base/Attempt.h"
 #include "platform/imaging/DamageControl.h"
 #include "platform/imaging/PageWalk.h"
 
@@ -64,10 +65,10 @@ void Layer::KeepProxy()
         return;
     inProxy_ = false;
     // The content stays the image object that it was, as after a stroke.
-    if (image_ && image_->GetNumChannels() == origImage_->GetNumChannels()) {
-        origImage_->ShareAllFrom(*image_);
+    // Without the memory for that it becomes the work image, which has the same pixels.
+    if (image_ && image_->GetNumChannels() == origImage_->GetNumChannels() &&
+        Attempt([this] { origImage_->ShareAllFrom(*image_); }))
         image_ = origImage_;
-    }
     origImage_ = nullptr;
     TellImageChanged();
 }

@@ -368,11 +368,10 @@ void BrushStroker::KeepForUndo(OpenStroke& stroke)
         return;
     const bool isKept = Attempt([&] {
         if (stroke.undo->HasChanges())
-            UndoableCommand::Keep(session_, stroke.undo);
+            UndoableCommand::Keep(session_, stroke.undo, "Brush Stroke");
     });
     if (!isKept) {
-        stroke.undo->UndoOper();  // rather no stroke than one that cannot be taken back
-        stroke.stack->DistrustCaches();
+        stroke.undo->RollBack();  // rather no stroke than one that cannot be taken back
     }
 }
 

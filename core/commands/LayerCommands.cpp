@@ -3,18 +3,56 @@
 #include "core/DocumentCalls.h"
 #include "core/HostCalls.h"
 #include "core/commands/UndoableCommand.h"
+#include "undo/PntUndoProperty.h"
 
 #include <cmath>
 
 namespace {
 
 /// A structural command that redraws by itself.
-bool ChangeStructure(const LayerCommands* group, int layerStack, FunctionRef<void(LayerStack&)> change)
+bool ChangeStructure(const LayerCommands* group, int layerStack, const char* name,
+                     FunctionRef<void(LayerStack&)> change)
 {
-    return UndoableCommand(SessionOf(group), layerStack).ChangeStructure([&](LayerStack& stack) {
+    return UndoableCommand(SessionOf(group), layerStack, name).ChangeStructure([&](LayerStack& stack) {
         change(stack);
         return true;
     });
+}
+
+/// Sets a property of containers of the document that `target` names: a step of undo where these are recorded.
+template <class Target>
+void SetProperty(const LayerCommands* group, const Target& target, std::span<const PntHandle> containers,
+                 ContainerProperty property, FunctionRef<void(LayerStack&)> set)
+{
+    PaintSession& session = SessionOf(group);
+    const qs::Reference<LayerStack> stack = session.Find(target);
+    if (!stack || !session.MayEdit())
+        return;
+    if (!session.options.recordsProperties || !UndoableCommand::IsRecording(session)) {
+        TellStack(group, target, set);
+        return;
+    }
+    Notices::Scope hold(session.notices);
+    qs::Reference<PntUndoProperty> step;
+    const bool isDone = Attempt([&] {
+        step.reset(new PntUndoProperty(&session.manager, session.registry.IndexOf(stack.get()), *stack,
+                                       {containers.begin(), containers.end()}, property));
+        set(*stack);
+        if (step->HasChanges())
+            UndoableCommand::Keep(session, step, step->GetName());
+    });
+    if (isDone)
+        return;
+    if (step)
+        step->UndoOper();
+    stack->DistrustCaches();
+    hold.Drop();
+}
+
+void SetProperty(const LayerCommands* group, const PntHandle& layer, ContainerProperty property,
+                 FunctionRef<void(LayerStack&)> set)
+{
+    SetProperty(group, layer, std::span(&layer, 1), property, set);
 }
 
 bool IsHidden(const LayerStack& stack, const PntHandle& handle)
@@ -40,7 +78,7 @@ PntHandle LayerCommands::AddLayer(qs::TempReference<ilImage> image, LayerMode mo
         return kNullHandle;
     PntHandle added = kNullHandle;
     const BusyScope busy(session.callbacks);
-    UndoableCommand(session, layerStack).ChangeStructure([&](LayerStack& stack) {
+    UndoableCommand(session, layerStack, "Add Layer").ChangeStructure([&](LayerStack& stack) {
         const PntHandle before = stack.GetCurrentLayerContainerHandle();
         added = stack.AddLayer(image, second, mode, type, above, 0, where, false, x, y, true);
         if (added == kNullHandle)
@@ -62,7 +100,7 @@ PntHandle LayerCommands::AddLayerFolder(LayerMode mode, const PntHandle& where, 
         return kNullHandle;
     PntHandle added = kNullHandle;
     const BusyScope busy(session.callbacks);
-    UndoableCommand(session, layerStack).ChangeStructure([&](LayerStack& stack) {
+    UndoableCommand(session, layerStack, "Add Folder").ChangeStructure([&](LayerStack& stack) {
         added = stack.AddLayerFolder(mode, where);
         return added != kNullHandle;
     });
@@ -77,7 +115,7 @@ bool LayerCommands::DeleteLayer(const PntHandle& layer)
     });
     return deleted != kNullHandle &&
            ChangeStructure(this, SessionOf(this).registry.FindHolder(deleted),
-                           [&](LayerStack& stack) { stack.DeleteCurrentLayer(deleted, true); });
+                           "Delete Layer", [&](LayerStack& stack) { stack.DeleteCurrentLayer(deleted, true); });
 }
 
 bool LayerCommands::DeleteCurrentLayer(int layerStack)
@@ -87,13 +125,13 @@ bool LayerCommands::DeleteCurrentLayer(int layerStack)
 
 bool LayerCommands::DeleteAllLayers(int layerStack)
 {
-    return ChangeStructure(this, layerStack, [](LayerStack& stack) { stack.DeleteAllLayers(); });
+    return ChangeStructure(this, layerStack, "Delete All Layers", [](LayerStack& stack) { stack.DeleteAllLayers(); });
 }
 
 bool LayerCommands::DeleteAllMasks(int layerStack)
 {
     return !GetLayerContainerHandles(kLayerModeMask, true, layerStack).empty() &&
-           ChangeStructure(this, layerStack, [](LayerStack& stack) {
+           ChangeStructure(this, layerStack, "Delete All Masks", [](LayerStack& stack) {
                stack.DeleteAllMasks(true);
                stack.RebuildAllAndRedrawEntireCanvas();
            });
@@ -102,7 +140,7 @@ bool LayerCommands::DeleteAllMasks(int layerStack)
 bool LayerCommands::DeleteAllStencils(bool all, int layerStack)
 {
     return !GetLayerContainerHandles(kLayerModeStencil, true, layerStack).empty() &&
-           ChangeStructure(this, layerStack, [&](LayerStack& stack) {
+           ChangeStructure(this, layerStack, "Delete All Stencils", [&](LayerStack& stack) {
                stack.DeleteAllStencils(true, all);
                stack.RebuildAllAndRedrawEntireCanvas();
            });
@@ -117,13 +155,13 @@ bool LayerCommands::DeleteInvisibleLayers(int layerStack)
                     return true;
         return false;
     });
-    return hasHidden && ChangeStructure(this, layerStack, [](LayerStack& stack) { stack.DeleteInvisibleLayers(true); });
+    return hasHidden && ChangeStructure(this, layerStack, "Delete Hidden Layers", [](LayerStack& stack) { stack.DeleteInvisibleLayers(true); });
 }
 
 bool LayerCommands::MoveLayer(const PntHandle& moved, const PntHandle& target, bool above)
 {
     PaintSession& session = SessionOf(this);
-    return UndoableCommand(session, moved).ChangeStructure([&](LayerStack& stack) {
+    return UndoableCommand(session, moved, "Move Layer in Stack").ChangeStructure([&](LayerStack& stack) {
         if (!stack.MoveLayer(moved, target, above))
             return false;
         stack.RebuildAllAndRedrawEntireCanvas();
@@ -135,14 +173,14 @@ bool LayerCommands::MoveLayer(const PntHandle& moved, const PntHandle& target, b
 
 bool LayerCommands::AddOwnerToLayer(const PntHandle& owner, const PntHandle& layer, bool hardLink)
 {
-    return UndoableCommand(SessionOf(this), layer).ChangeStructure([&](LayerStack& stack) {
+    return UndoableCommand(SessionOf(this), layer, "Connect Layers").ChangeStructure([&](LayerStack& stack) {
         return stack.AddOwnerToLayer(owner, layer, hardLink);
     });
 }
 
 bool LayerCommands::RemoveOwnerFromLayer(const PntHandle& owner, const PntHandle& layer)
 {
-    return UndoableCommand(SessionOf(this), layer).ChangeStructure([&](LayerStack& stack) {
+    return UndoableCommand(SessionOf(this), layer, "Disconnect Layers").ChangeStructure([&](LayerStack& stack) {
         return stack.RemoveOwnerFromLayer(owner, layer);
     });
 }
@@ -190,17 +228,25 @@ qs::vector<PntHandle> LayerCommands::GetOwnersOfLayer(const PntHandle& layer) co
 
 void LayerCommands::SetLayerVisible(bool visible, const PntHandle& layer)
 {
-    TellStack(this, layer, [&](LayerStack& stack) { stack.SetLayerVisible(layer, visible, true); });
+    SetProperty(this, layer, ContainerProperty::Visible, [&](LayerStack& stack) { stack.SetLayerVisible(layer, visible, true); });
 }
 
 void LayerCommands::SetAllLayerVisible(bool visible, int layerStack)
 {
-    TellStack(this, layerStack, [&](LayerStack& stack) { stack.SetAllLayerVisible(visible, true); });
+    const qs::vector<PntHandle> all = AskStack(this, layerStack, qs::vector<PntHandle>(), [](LayerStack& stack) {
+        qs::vector<PntHandle> handles;
+        for (const LayerMode mode : {kLayerModeImage, kLayerModeMask, kLayerModeStencil})
+            for (const PntHandle& handle : stack.GetLayerContainerHandleArray(mode, false))
+                handles.push_back(handle);
+        return handles;
+    });
+    SetAllLayerVisible(all, visible, layerStack);
 }
 
 void LayerCommands::SetAllLayerVisible(const qs::vector<PntHandle>& layers, bool visible, int layerStack)
 {
-    TellStack(this, layerStack, [&](LayerStack& stack) { stack.SetAllLayerVisible(layers, visible, true); });
+    SetProperty(this, layerStack, layers, ContainerProperty::Visible,
+                [&](LayerStack& stack) { stack.SetAllLayerVisible(layers, visible, true); });
 }
 
 bool LayerCommands::isLayerVisible(const PntHandle& layer) const
@@ -212,7 +258,7 @@ void LayerCommands::SetLayerOpacity(float opacity, const PntHandle& layer)
 {
     if (!std::isfinite(opacity))
         return;
-    TellStack(this, layer, [&](LayerStack& stack) {
+    SetProperty(this, layer, ContainerProperty::Opacity, [&](LayerStack& stack) {
         const Layer* changed = stack.GetLayerFromHandle(layer);
         if (changed == nullptr)
             return;
@@ -230,7 +276,7 @@ float LayerCommands::GetLayerOpacity(const PntHandle& layer) const
 
 void LayerCommands::SetLayerBlend(LayerBlendMode mode, const PntHandle& layer)
 {
-    TellStack(this, layer, [&](LayerStack& stack) { stack.SetLayerBlend(layer, mode); });
+    SetProperty(this, layer, ContainerProperty::Blend, [&](LayerStack& stack) { stack.SetLayerBlend(layer, mode); });
 }
 
 LayerBlendMode LayerCommands::GetLayerBlend(const PntHandle& layer) const
@@ -245,7 +291,7 @@ LayerMode LayerCommands::GetLayerMode(const PntHandle& layer) const
 
 void LayerCommands::SetLayerContainerName(const char* name, const PntHandle& layer)
 {
-    TellStack(this, layer, [&](LayerStack& stack) { stack.SetLayerContainerName(layer, name); });
+    SetProperty(this, layer, ContainerProperty::Name, [&](LayerStack& stack) { stack.SetLayerContainerName(layer, name); });
 }
 
 qsString::CString LayerCommands::GetLayerContainerName(const PntHandle& layer) const
@@ -258,7 +304,7 @@ qsString::CString LayerCommands::GetLayerContainerName(const PntHandle& layer) c
 
 void LayerCommands::SetLayerActive(bool active, const PntHandle& layer)
 {
-    TellStack(this, layer, [&](LayerStack& stack) { stack.SetLayerActive(layer, active); });
+    SetProperty(this, layer, ContainerProperty::Active, [&](LayerStack& stack) { stack.SetLayerActive(layer, active); });
 }
 
 bool LayerCommands::isLayerActive(const PntHandle& layer) const
@@ -271,7 +317,7 @@ bool LayerCommands::isLayerActive(const PntHandle& layer) const
 
 void LayerCommands::SetLayerFolderActive(bool active, const PntHandle& folder)
 {
-    TellStack(this, folder, [&](LayerStack& stack) { stack.SetLayerFolderActive(folder, active, true); });
+    SetProperty(this, folder, ContainerProperty::Active, [&](LayerStack& stack) { stack.SetLayerFolderActive(folder, active, true); });
 }
 
 bool LayerCommands::isLayerFolderActive(const PntHandle& folder) const
@@ -284,7 +330,7 @@ bool LayerCommands::isLayerFolderActive(const PntHandle& folder) const
 
 void LayerCommands::SetLayerContainerLocked(bool locked, const PntHandle& layer)
 {
-    TellStack(this, layer, [&](LayerStack& stack) { stack.SetLayerContainerLocked(layer, locked); });
+    SetProperty(this, layer, ContainerProperty::Locked, [&](LayerStack& stack) { stack.SetLayerContainerLocked(layer, locked); });
 }
 
 bool LayerCommands::isLayerContainerLocked(const PntHandle& layer) const
@@ -298,7 +344,7 @@ bool LayerCommands::isLayerContainerLocked(const PntHandle& layer) const
 void LayerCommands::SetMaskLayerDisplayColor(const PaintColor& color, const PntHandle& layer)
 {
     if (color.IsFinite())
-        TellStack(this, layer, [&](LayerStack& stack) { stack.SetMaskLayerDisplayColor(color, layer); });
+        SetProperty(this, layer, ContainerProperty::DisplayColor, [&](LayerStack& stack) { stack.SetMaskLayerDisplayColor(color, layer); });
 }
 
 PaintColor LayerCommands::GetMaskLayerDisplayColor(const PntHandle& layer) const
@@ -310,7 +356,7 @@ PaintColor LayerCommands::GetMaskLayerDisplayColor(const PntHandle& layer) const
 void LayerCommands::SetMaskLayerDisplayOpacity(float opacity, const PntHandle& layer)
 {
     if (std::isfinite(opacity))
-        TellStack(this, layer, [&](LayerStack& stack) { stack.SetMaskLayerDisplayOpacity(opacity, layer); });
+        SetProperty(this, layer, ContainerProperty::DisplayOpacity, [&](LayerStack& stack) { stack.SetMaskLayerDisplayOpacity(opacity, layer); });
 }
 
 float LayerCommands::GetMaskLayerDisplayOpacity(const PntHandle& layer) const

@@ -12,7 +12,7 @@ bool Merge(PaintSession& session, int layerStack, const PntHandle& receiver,
 {
     if (receiver == kNullHandle)
         return false;
-    return UndoableCommand(session, layerStack).Merge({&receiver, 1}, [&](LayerStack& stack) {
+    return UndoableCommand(session, layerStack, "Merge Layers").Merge({&receiver, 1}, [&](LayerStack& stack) {
         merge(stack);
         return true;
     });
@@ -25,10 +25,11 @@ bool MergeImageLayers(const MergeCommands* group, bool visibleOnly, int layerSta
     return Merge(SessionOf(group), layerStack, receiver, [&](LayerStack& stack) { stack.MergeAllLayers(visibleOnly); });
 }
 
-PntHandle Duplicate(PaintSession& session, int layerStack, FunctionRef<PntHandle(LayerStack&)> duplicate)
+PntHandle Duplicate(PaintSession& session, int layerStack, const char* name,
+                    FunctionRef<PntHandle(LayerStack&)> duplicate)
 {
     PntHandle copy = kNullHandle;
-    UndoableCommand(session, layerStack).ChangeStructure([&](LayerStack& stack) {
+    UndoableCommand(session, layerStack, name).ChangeStructure([&](LayerStack& stack) {
         copy = duplicate(stack);
         if (copy != kNullHandle)
             stack.RedrawEntireCanvas();
@@ -83,7 +84,7 @@ bool MergeCommands::BakeAllStencils(int layerStack)
     });
     if (baked.empty())
         return false;
-    return UndoableCommand(SessionOf(this), layerStack).Merge(baked, [](LayerStack& stack) {
+    return UndoableCommand(SessionOf(this), layerStack, "Bake Stencils").Merge(baked, [](LayerStack& stack) {
         stack.BakeAllStencilMaskToLayer();
         return true;
     });
@@ -93,7 +94,7 @@ bool MergeCommands::BakeAllStencils(int layerStack)
 
 PntHandle MergeCommands::DuplicateCurrentLayer(int layerStack)
 {
-    return Duplicate(SessionOf(this), layerStack, [](LayerStack& stack) {
+    return Duplicate(SessionOf(this), layerStack, "Duplicate Layer", [](LayerStack& stack) {
         return stack.DuplicateCurrentLayer(true, true, LayerStack::kDuplicateSame, true);
     });
 }
@@ -101,17 +102,17 @@ PntHandle MergeCommands::DuplicateCurrentLayer(int layerStack)
 PntHandle MergeCommands::CopyLayerToImage(const PntHandle& layer)
 {
     return Duplicate(SessionOf(this), SessionOf(this).registry.FindHolder(layer),
-                     [&](LayerStack& stack) { return stack.CopyLayerToImage(layer); });
+                     "Copy to Image", [&](LayerStack& stack) { return stack.CopyLayerToImage(layer); });
 }
 
 PntHandle MergeCommands::CopyLayerToMask(const PntHandle& layer, bool connect)
 {
     return Duplicate(SessionOf(this), SessionOf(this).registry.FindHolder(layer),
-                     [&](LayerStack& stack) { return stack.CopyLayerToMask(layer, connect); });
+                     "Copy to Mask", [&](LayerStack& stack) { return stack.CopyLayerToMask(layer, connect); });
 }
 
 PntHandle MergeCommands::CopyLayerToStencil(const PntHandle& layer, bool connect)
 {
     return Duplicate(SessionOf(this), SessionOf(this).registry.FindHolder(layer),
-                     [&](LayerStack& stack) { return stack.CopyLayerToStencil(layer, connect); });
+                     "Copy to Stencil", [&](LayerStack& stack) { return stack.CopyLayerToStencil(layer, connect); });
 }

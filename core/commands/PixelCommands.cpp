@@ -16,9 +16,10 @@ bool MoveOnCanvas(LayerStack& stack, const PntHandle& handle, int x, int y)
 }
 
 /// A command on the pixels of one layer.
-bool ChangePixels(const PixelCommands* group, const PntHandle& layer, UndoableCommand::Operation change)
+bool ChangePixels(const PixelCommands* group, const PntHandle& layer, const char* name,
+                  UndoableCommand::Operation change)
 {
-    return UndoableCommand(SessionOf(group), layer).ChangePixels(layer, change);
+    return UndoableCommand(SessionOf(group), layer, name).ChangePixels(layer, change);
 }
 
 }  // namespace
@@ -27,14 +28,14 @@ bool ChangePixels(const PixelCommands* group, const PntHandle& layer, UndoableCo
 
 bool PixelCommands::SetLayerOffset(int x, int y, const PntHandle& layer)
 {
-    return UndoableCommand(SessionOf(this), layer).SetIsMove().ChangePixels(layer, [&](LayerStack& stack) {
+    return UndoableCommand(SessionOf(this), layer, "Move Layer").SetIsMove().ChangePixels(layer, [&](LayerStack& stack) {
         return MoveOnCanvas(stack, layer, x, y);
     });
 }
 
 bool PixelCommands::SetCurrentLayerOffset(int x, int y, int layerStack)
 {
-    UndoableCommand command(SessionOf(this), layerStack);
+    UndoableCommand command(SessionOf(this), layerStack, "Move Layer");
     return command.SetIsMove().ChangePixels(
         kCurrentLayerHandle, [&](LayerStack& stack) { return MoveOnCanvas(stack, kCurrentLayerHandle, x, y); });
 }
@@ -54,7 +55,7 @@ bool PixelCommands::FillLayer(const ilTile& area, const PaintColor& color, const
 {
     if (!color.IsFinite())
         return false;
-    return ChangePixels(this, layer, [&](LayerStack& stack) {
+    return ChangePixels(this, layer, "Fill", [&](LayerStack& stack) {
         const qs::Reference<Layer> filled = stack.GetLayerFromHandle(layer);
         const qs::TempReference<ilMIOImage> image = filled->GetImage();
         const ilTile onCanvas = ilTileIntersection(area, stack.GetSize());
@@ -74,47 +75,47 @@ bool PixelCommands::FillLayer(const ilTile& area, const PaintColor& color, const
 
 bool PixelCommands::ClearCurrentLayer(int layerStack)
 {
-    UndoableCommand command(SessionOf(this), layerStack);
+    UndoableCommand command(SessionOf(this), layerStack, "Clear Layer");
     return command.ChangePixels(kCurrentLayerHandle, [](LayerStack& stack) { return stack.ClearCurrentLayer(); });
 }
 
 bool PixelCommands::ClearLayerImageByRect(const ilTile& area, const PntHandle& layer)
 {
-    return ChangePixels(this, layer, [&](LayerStack& stack) { return stack.ClearLayerImageByRect(layer, area); });
+    return ChangePixels(this, layer, "Clear Rectangle", [&](LayerStack& stack) { return stack.ClearLayerImageByRect(layer, area); });
 }
 
 bool PixelCommands::ClearLayerImageBySelMask(const PntHandle& layer)
 {
-    return ChangePixels(this, layer, [&](LayerStack& stack) { return stack.ClearLayerImageBySelMask(layer); });
+    return ChangePixels(this, layer, "Clear Selection", [&](LayerStack& stack) { return stack.ClearLayerImageBySelMask(layer); });
 }
 
 bool PixelCommands::CropLayer(const ilTile& area, const PntHandle& layer)
 {
-    return ChangePixels(this, layer, [&](LayerStack& stack) { return stack.CropLayer(layer, area); });
+    return ChangePixels(this, layer, "Crop Layer", [&](LayerStack& stack) { return stack.CropLayer(layer, area); });
 }
 
 // --- inverting and mirroring ---
 
 bool PixelCommands::InvertImageLayer(const PntHandle& layer)
 {
-    return ChangePixels(this, layer, [&](LayerStack& stack) { return stack.InvertImageLayer(layer); });
+    return ChangePixels(this, layer, "Invert Colours", [&](LayerStack& stack) { return stack.InvertImageLayer(layer); });
 }
 
 bool PixelCommands::InvertMaskLayer(const PntHandle& layer)
 {
-    return ChangePixels(this, layer, [&](LayerStack& stack) { return stack.InvertMaskLayer(layer); });
+    return ChangePixels(this, layer, "Invert Mask", [&](LayerStack& stack) { return stack.InvertMaskLayer(layer); });
 }
 
 bool PixelCommands::InvertStencilLayer(const PntHandle& layer)
 {
-    return ChangePixels(this, layer, [&](LayerStack& stack) { return stack.InvertStencilLayer(layer); });
+    return ChangePixels(this, layer, "Invert Stencil", [&](LayerStack& stack) { return stack.InvertStencilLayer(layer); });
 }
 
 bool PixelCommands::FlipImageLayer(bool horizontal, bool vertical, const PntHandle& layer)
 {
     const qs::vector<PntHandle> flipped = AskStack(
         this, layer, qs::vector<PntHandle>(), [&](LayerStack& stack) { return stack.GetLayersFlippedWith(layer); });
-    return UndoableCommand(SessionOf(this), layer).ChangePixels(flipped, [&](LayerStack& stack) {
+    return UndoableCommand(SessionOf(this), layer, "Flip Layer").ChangePixels(flipped, [&](LayerStack& stack) {
         return stack.FlipImageLayer(layer, horizontal, vertical);
     });
 }

@@ -11,7 +11,7 @@ namespace {
 template <class Target, class Call>
 void Select(const SelectionCommands* group, const Target& target, Call&& call)
 {
-    UndoableCommand(SessionOf(group), target).ChangeSelection([&](LayerStack& stack) {
+    UndoableCommand(SessionOf(group), target, "Select").ChangeSelection([&](LayerStack& stack) {
         call(stack);
         return true;
     });
@@ -167,7 +167,7 @@ qs::TempReference<ilSmartImage> SelectionCommands::GetLassoImage(const float* po
 
 bool SelectionCommands::SelectLasso(const float* points, int count, SelectionMode mode, FillRule rule, int layerStack)
 {
-    return UndoableCommand(SessionOf(this), layerStack).ChangeSelection([&](LayerStack& stack) {
+    return UndoableCommand(SessionOf(this), layerStack, "Select").ChangeSelection([&](LayerStack& stack) {
         return stack.SelectLasso(points, count, mode, rule);
     });
 }

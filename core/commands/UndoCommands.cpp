@@ -44,6 +44,16 @@ bool UndoCommands::isUndoSuspended() const
     return isSuspended;
 }
 
+void UndoCommands::SetRecordPropertyEdits(bool on)
+{
+    SessionOf(this).options.recordsProperties = on;
+}
+
+bool UndoCommands::GetRecordPropertyEdits() const
+{
+    return SessionOf(this).options.recordsProperties;
+}
+
 bool UndoCommands::UndoEnable()
 {
     return IsUndoAllowed() && !isSuspended && SessionOf(this).options.logsUndo;

@@ -17,6 +17,11 @@ public:
     void SuspendUndo(bool suspend);
     bool isUndoSuspended() const;
 
+    /// Off at first. On: setting a property of a layer or folder (opacity, blend mode, visibility, name, ...) is a step
+    /// of undo as well; consecutive settings of the same property of the same layers are one.
+    void SetRecordPropertyEdits(bool on);
+    bool GetRecordPropertyEdits() const;
+
     /// Whether edits are recorded now: not switched off by the environment ("MIO_UNDO_DISABLE" is "1" at the first
     /// call), not suspended, and logging is on.
     bool UndoEnable();

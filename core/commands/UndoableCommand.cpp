@@ -7,13 +7,13 @@
 
 #include <algorithm>
 
-UndoableCommand::UndoableCommand(PaintSession& session, int layerStack)
+UndoableCommand::UndoableCommand(PaintSession& session, int layerStack, const char* name)
     : session_(session),
-      stackHandle_(layerStack == kCurrentLayerStack ? session.registry.GetCurrentHandle() : layerStack)
+      stackHandle_(layerStack == kCurrentLayerStack ? session.registry.GetCurrentHandle() : layerStack), name_(name)
 {}
 
-UndoableCommand::UndoableCommand(PaintSession& session, const PntHandle& container)
-    : UndoableCommand(session, session.registry.FindHolder(container))
+UndoableCommand::UndoableCommand(PaintSession& session, const PntHandle& container, const char* name)
+    : UndoableCommand(session, session.registry.FindHolder(container), name)
 {}
 
 bool UndoableCommand::IsRecording(const PaintSession& session)
@@ -27,10 +27,12 @@ UndoableCommand& UndoableCommand::SetIsMove()
     return *this;
 }
 
-void UndoableCommand::Keep(PaintSession& session, const qs::Reference<PntUndoOper>& step)
+void UndoableCommand::Keep(PaintSession& session, const qs::Reference<PntUndoOper>& step, const char* name)
 {
-    if (step)
+    if (step) {
+        step->SetName(name);
         step->SetComplete();
+    }
     KeepOpen(session, step);
 }
 
@@ -101,7 +103,7 @@ bool UndoableCommand::ChangePixels(std::span<const PntHandle> layers, Operation 
         const bool isThrough = Attempt([&] {
             isDone = operation(*stack);
             if (isDone && IsRecording(session_) && step->HasChanges())
-                Keep(session_, step);
+                Keep(session_, step, name_);
         });
         if (!isThrough) {
             step->RollBack();
@@ -155,7 +157,8 @@ bool UndoableCommand::RunStructural(std::span<const PntHandle> receivers, Operat
         if (isDone && structure)
             Keep(session_,
                  pixels ? qs::Reference<PntUndoOper>(new PntUndoCombo("MioCombo", false, false, structure, pixels))
-                        : qs::Reference<PntUndoOper>(structure));
+                        : qs::Reference<PntUndoOper>(structure),
+                 name_);
     });
     if (isDone && isThrough) {
         session_.UpdateProcessedLayerImage();

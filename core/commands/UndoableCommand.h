@@ -26,9 +26,10 @@ class UndoableCommand {
 public:
     using Operation = FunctionRef<bool(LayerStack&)>;
 
-    /// By layer-stack handle (-2: the current one), or by the document that holds a container.
-    UndoableCommand(PaintSession& session, int layerStack);
-    UndoableCommand(PaintSession& session, const PntHandle& container);
+    /// By layer-stack handle (-2: the current one), or by the document that holds a container. name: of the step, for a
+    /// menu; a literal.
+    UndoableCommand(PaintSession& session, int layerStack, const char* name);
+    UndoableCommand(PaintSession& session, const PntHandle& container, const char* name);
 
     /// The command moves layers, and joins the move of the same ones right before it.
     UndoableCommand& SetIsMove();
@@ -58,7 +59,7 @@ public:
 
     /// Keeps a step as the newest in whichever store there is, after the store was flushed if it was marked dirty.
     /// Its edit is done, or (KeepOpen) goes on until the next record is made.
-    static void Keep(PaintSession& session, const qs::Reference<PntUndoOper>& step);
+    static void Keep(PaintSession& session, const qs::Reference<PntUndoOper>& step, const char* name);
     static void KeepOpen(PaintSession& session, const qs::Reference<PntUndoOper>& step);
 
     /// Puts a copy in the document's place and returns the record that holds the document as it was. Null, with nothing
@@ -72,5 +73,6 @@ private:
 
     PaintSession& session_;
     int stackHandle_;
+    const char* name_;
     bool isMove_ = false;
 };

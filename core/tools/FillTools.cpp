@@ -2,6 +2,7 @@
 
 #include "core/HostCalls.h"
 #include "core/PaintSession.h"
+#include "platform/base/Attempt.h"
 #include "core/commands/UndoableCommand.h"
 #include "undo/UndoStore.h"
 
@@ -17,6 +18,16 @@ const char* TextWithoutDocument(FillTools::Tool tool)
                  "before an image layer has been created."
                : "No image layer present. Please create a new Image Layer before using "
                  "Floodfill.";
+}
+
+const char* NameOf(FillTools::Tool tool)
+{
+    switch (tool) {
+    case FillTools::Tool::Flood: return "Flood Fill";
+    case FillTools::Tool::SmoothFlood: return "Smooth Fill";
+    case FillTools::Tool::Wand: return "Magic Wand";
+    }
+    return "";
 }
 
 /// Whether a fill could take place: what is refused anyway must not take an attempt back.
@@ -78,9 +89,11 @@ bool FillTools::TryFirst(LayerStack& stack, const PntHandle& target, const Reque
     if (layer == nullptr)
         return false;
     qs::Reference<PntUndoStroke> step;
-    if (UndoableCommand::IsRecording(session_) && !HoldsStepOf(target))
-        step = new PntUndoStroke(&session_.manager, session_.registry.FindHolder(target), {target}, &stack, {layer},
-                                 "MioStroke");
+    if (UndoableCommand::IsRecording(session_)) {
+        step.reset(new PntUndoStroke(&session_.manager, session_.registry.FindHolder(target), {target}, &stack, {layer},
+                                     "MioStroke"));
+        PaintUndoDatabase()->ReserveStep();
+    }
     ProxyParameters parameters;
     parameters.affected = {target};
     if (!stack.BeginProxy(parameters, {target}))
@@ -89,8 +102,8 @@ bool FillTools::TryFirst(LayerStack& stack, const PntHandle& target, const Reque
     try {
         isFilled = Apply(stack, request);
         if (isFilled) {
+            KeepAtTheEnd(parameters, step, request.tool);
             ConnectHost(parameters, target, request.tool);
-            UndoableCommand::Keep(session_, step);
         }
     } catch (...) {
         stack.EndProxy();
@@ -98,9 +111,18 @@ bool FillTools::TryFirst(LayerStack& stack, const PntHandle& target, const Reque
     }
     if (!isFilled)
         stack.EndProxy();  // nobody has heard of it yet
-    else if (step)
-        step_ = step;
     return isFilled;
+}
+
+/// One step for all attempts, when the last one stays: a fill that is cancelled leaves none.
+void FillTools::KeepAtTheEnd(const ProxyParameters& parameters, const qs::Reference<PntUndoStroke>& step, Tool tool)
+{
+    if (!step)
+        return;
+    parameters.ended->Connect([&session = session_, step, name = NameOf(tool)](const qs::vector<PntHandle>&) {
+        if (Guarded(true, [&] { return step->HasChanges(); }))
+            UndoableCommand::Keep(session, step, name);
+    });
 }
 
 void FillTools::ConnectHost(const ProxyParameters& parameters, const PntHandle& target, Tool tool)
@@ -126,24 +148,11 @@ void FillTools::Finish(const Request& request)
         if (*open_ == target)
             stack->RevertProxy();
         Apply(*stack, request);
-    } else if (HoldsStepOf(target)) {
-        stack->EndProxy();
-        if (Apply(*stack, request))
-            session_.UpdateProcessedLayerImage();
     } else {
-        UndoableCommand(session_, target).ChangePixels(target, [&](LayerStack& found) {
+        UndoableCommand(session_, target, NameOf(request.tool)).ChangePixels(target, [&](LayerStack& found) {
             return Apply(found, request);
         });
     }
-}
-
-/// Whether the newest step of undo is one of a fill of this layer that was tried and taken back: what the layer holds
-/// now is what that step brings back, so a fill that follows is undone by it.
-bool FillTools::HoldsStepOf(const PntHandle& target) const
-{
-    PntUndoDatabase* database = PaintUndoDatabase();
-    return step_ && database != nullptr && !database->GetUndoDB()->empty() && database->GetUndoDB()->back() == step_ &&
-           step_->GetLayerContainerHandle(0) == target && !step_->IsUndone() && !step_->HasChanges();
 }
 
 bool FillTools::Apply(LayerStack& stack, const Request& request)

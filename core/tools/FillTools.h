@@ -42,12 +42,11 @@ private:
     bool TryFirst(LayerStack& stack, const PntHandle& target, const Request& request);
     bool Apply(LayerStack& stack, const Request& request);
     void ConnectHost(const ProxyParameters& parameters, const PntHandle& target, Tool tool);
-    bool HoldsStepOf(const PntHandle& target) const;
+    void KeepAtTheEnd(const ProxyParameters& parameters, const qs::Reference<PntUndoStroke>& step, Tool tool);
 
     PaintSession& session_;
     bool isSmoothFilling_ = false;  // from the first try to the end of a smooth fill
     qs::TempReference<ilSmartImage> preview_;  // all of the colour of the smooth fill, of its layer's channels
     ilTile filled_;  // canvas pixels of the smooth fill
-    qs::Reference<PntUndoStroke> step_;  // of the last fill that was tried; it may be in no store any more
     std::shared_ptr<PntHandle> open_ = std::make_shared<PntHandle>(kNullHandle);  // what an open proxy of ours holds
 };

@@ -151,6 +151,7 @@ protected:
                 return more > 0 ? "a step without a change" : "a change without a step";
             if (more > 0)
                 PaintUndoQueue()->Undo();
+            PaintUndoQueue()->FlushUndoDatabase();
         } else if (tried.kind == Kind::Preview) {
             if (PaintCore.InProxy() != (after != before))
                 return "a preview half begun";
