@@ -2,10 +2,18 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
 
 constexpr double kFlatness = 1.0 / 256;  // pixels
+
+/// As a float: between points at the end of the range the curve may leave it.
+float Near(double coordinate)
+{
+    constexpr double kFarthest = std::numeric_limits<float>::max();
+    return static_cast<float>(std::clamp(coordinate, -kFarthest, kFarthest));
+}
 
 // Points closer than this say nothing of the direction.
 constexpr double kSamePlace = 1.0 / 64;  // pixels
@@ -61,7 +69,7 @@ void Smooth2D::AppendCurveTo(const ilXYdouble& point)
     const int steps = curve.CountSteps(kFlatness, mostPoints_);
     for (int i = 1; i < steps; ++i) {
         const ilXYdouble place = curve.At(static_cast<double>(i) / steps);
-        places_.emplace_back(static_cast<float>(place.x), static_cast<float>(place.y));
+        places_.emplace_back(Near(place.x), Near(place.y));
     }
     heading_ = arrival / arrival.Length();
 }

@@ -10,10 +10,12 @@
 namespace {
 
 constexpr double kFarthestPlace = 0x1p40;  // pixels; from there to the canvas, doubles still tell 1/4096 pixel
+constexpr double kFarthestDrag = 0x1p30;  // pixels; farther, nothing is stored
 constexpr float kSmallestSize = 1.0F / 64;
 constexpr float kLargestSize = 1e6F;
 constexpr float kSmallestAspect = 0.01F;
 constexpr float kLargestAspect = 1.9F;
+constexpr double kLargestScatter = 100;  // radii: stamps from as far away can reach the canvas, so all are looked at
 
 // A closer spacing cannot be seen, and a size that outgrows a fixed spacing would cost without limit.
 constexpr double kLeastSpacing = 0.01;  // radii
@@ -53,22 +55,28 @@ struct Range {
     double end;
 };
 
-/// Cuts `range` to where a coordinate that runs from `start` to `end` in `length` pixels is within low to high.
-void CutToSlab(double start, double end, double length, double low, double high, Range& range)
+/// Cuts `range` to where a value that runs linearly from `start` to `end` in `length` pixels is not below 0.
+void CutBelowZero(double start, double end, double length, Range& range)
 {
-    if (std::min(start, end) >= low && std::max(start, end) <= high)
+    if (start >= 0 && end >= 0)
         return;
-    const double direction = (end - start) / length;
-    if (direction == 0) {
+    if (!(start >= 0) && !(end >= 0)) {
         range.end = range.begin - 1;
         return;
     }
-    double enter = (low - start) / direction;
-    double leave = (high - start) / direction;
-    if (enter > leave)
-        std::swap(enter, leave);
-    range.begin = std::max(range.begin, enter);
-    range.end = std::min(range.end, leave);
+    const double zero = length * (start / (start - end));
+    if (start < 0)
+        range.begin = std::max(range.begin, zero);
+    else
+        range.end = std::min(range.end, zero);
+}
+
+/// The same for a coordinate and the space between low and high, that much wider at either end.
+void CutToSlab(double start, double end, double length, double low, double high, double startReach, double endReach,
+               Range& range)
+{
+    CutBelowZero(start - low + startReach, end - low + endReach, length, range);
+    CutBelowZero(high - start + startReach, high - end + endReach, length, range);
 }
 
 }  // namespace
@@ -92,10 +100,11 @@ struct StampStroke::Segment {
             inReach.end = -1;
             return;
         }
-        const float size = std::max(from.size, to.size);
-        const double reach = Stamp::GetReach(size, std::max(from.aspect, to.aspect)) + scatter * size;
-        CutToSlab(from.x, to.x, length, clip.x - reach, static_cast<double>(clip.Right()) + reach, inReach);
-        CutToSlab(from.y, to.y, length, clip.y - reach, static_cast<double>(clip.Bottom()) + reach, inReach);
+        const double stamp = Stamp::GetReach(std::max(from.size, to.size), std::max(from.aspect, to.aspect));
+        const double atFrom = stamp + scatter * from.size;
+        const double atTo = stamp + scatter * to.size;
+        CutToSlab(from.x, to.x, length, clip.x, static_cast<double>(clip.Right()), atFrom, atTo, inReach);
+        CutToSlab(from.y, to.y, length, clip.y, static_cast<double>(clip.Bottom()), atFrom, atTo, inReach);
     }
 
     double RadiusAt(double place) const
@@ -111,7 +120,7 @@ StampStroke::StampStroke(PaintOps* painter, qs::Reference<Stamp> stamp, const Pa
     const Parms defaults;
     parms_.spacing = Limited(parms.spacing, kLeastSpacing, 1e6, defaults.spacing);
     parms_.spacingJitter = Limited(parms.spacingJitter, 0, 1, defaults.spacingJitter);
-    parms_.scatter = Limited(parms.scatter, 0, 1e6, defaults.scatter);
+    parms_.scatter = Limited(parms.scatter, 0, kLargestScatter, defaults.scatter);
     parms_.directionFollow = Limited(parms.directionFollow, 0, 1, defaults.directionFollow);
 }
 
@@ -204,9 +213,40 @@ double StampStroke::DistanceAt(double radius) const
     return std::max({parms_.spacing * firstSize_, kLeastSpacing * radius, kLeastDistance});
 }
 
+/// Walks the part of a segment that lies within kFarthestPlace: a guide may lead farther, where the number of stamps
+/// would be more than can be counted.
+void StampStroke::WalkSegment(const StrokeSample& from, const StrokeSample& to)
+{
+    const auto isFar = [](const StrokeSample& sample) {
+        return std::max(std::abs(sample.x), std::abs(sample.y)) > kFarthestPlace;
+    };
+    if (!isFar(from) && !isFar(to)) {
+        WalkNearSegment(from, to);
+        return;
+    }
+    LeaveStamps();
+    // From the end that is not far: from the other, doubles would not find the way back.
+    const bool isBackwards = isFar(from);
+    const StrokeSample& begin = isBackwards ? to : from;
+    const StrokeSample& end = isBackwards ? from : to;
+    Range near{0, 1};
+    CutToSlab(begin.x, end.x, 1, -kFarthestPlace, kFarthestPlace, 0, 0, near);
+    CutToSlab(begin.y, end.y, 1, -kFarthestPlace, kFarthestPlace, 0, 0, near);
+    if (near.begin > near.end)
+        return;
+    const auto at = [&](double share) {
+        StrokeSample sample = SampleBetween(begin, end, share);
+        sample.x = std::clamp(sample.x, -kFarthestPlace, kFarthestPlace);
+        sample.y = std::clamp(sample.y, -kFarthestPlace, kFarthestPlace);
+        return sample;
+    };
+    WalkNearSegment(at(isBackwards ? near.end : near.begin), at(isBackwards ? near.begin : near.end));
+    LeaveStamps();
+}
+
 /// Within a segment the radius runs linearly, and so does the distance between stamps but for one bend, where it leaves
 /// its lower limit.
-void StampStroke::WalkSegment(const StrokeSample& from, const StrokeSample& to)
+void StampStroke::WalkNearSegment(const StrokeSample& from, const StrokeSample& to)
 {
     const double length = (ilXYdouble(to.x, to.y) - ilXYdouble(from.x, from.y)).Length();
     if (length == 0)
@@ -270,6 +310,12 @@ void StampStroke::SkipUntil(double stamps)
         untilGrid_ += 1;
     }
     isFirstLaid_ = true;
+    LeaveStamps();
+}
+
+/// The next stamp is no neighbour of the one before: neither its heading nor its smear comes from there.
+void StampStroke::LeaveStamps()
+{
     hasAnchor_ = false;
     hasPlaced_ = false;
 }
@@ -339,7 +385,8 @@ void StampStroke::PlaceStamp(const StrokeSample& sample)
         // Between whole pixels of both places, so that the roundings of many short drags do not add up.
         const ilXYdouble place(std::round(sample.x), std::round(sample.y));
         const ilXYdouble drag = hasPlaced_ ? placed_ - place : ilXYdouble();
-        stamp_->set_source_offset(static_cast<int>(drag.x), static_cast<int>(drag.y));
+        const auto pixels = [](double way) { return static_cast<int>(std::clamp(way, -kFarthestDrag, kFarthestDrag)); };
+        stamp_->set_source_offset(pixels(drag.x), pixels(drag.y));
         placed_ = place;
         hasPlaced_ = true;
     }

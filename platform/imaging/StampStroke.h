@@ -13,13 +13,14 @@
 /// it, a stamp falls wherever the path has run another spacing, so nothing is stamped twice at the end.
 ///
 /// Stamps that cannot touch the painter's brush clipping rectangle are passed over in one step: a stroke costs what
-/// lies on the canvas, wherever its samples are. With an empty rectangle nothing is stamped.
+/// lies on the canvas, wherever its samples are. With an empty rectangle nothing is stamped. What a guide leads beyond
+/// 2^40 pixels has no stamps and no length.
 class PAINTLAYER_EXPORT StampStroke : public Stroke {
 public:
     struct Parms {
         double spacing = 0.25;  // distance of stamps in stamp radii; below 0.01 acts as 0.01
         double spacingJitter = 0;  // 0 to 1: share of the spacing by which stamps are moved along the stroke
-        double scatter = 0;  // in radii: how far stamps are thrown to either side
+        double scatter = 0;  // 0 to 100, in radii: how far stamps are thrown to either side
         double directionFollow = 0;  // 0 to 1: how far stamps turn with the direction of the stroke
         bool sizeSpacing = true;  // spacing follows each sample's size, not the first one's
         bool isSmear = false;  // the stamp drags the pixels under it from one stamp to the next
@@ -63,8 +64,10 @@ private:
 
     void WalkPath();
     void WalkSegment(const StrokeSample& from, const StrokeSample& to);
+    void WalkNearSegment(const StrokeSample& from, const StrokeSample& to);
     void WalkPiece(const Segment& segment, double begin, double end);
     void SkipUntil(double stamps);
+    void LeaveStamps();
     double UntilNextStamp() const;
     double DistanceAt(double radius) const;
     bool NeedsDirection() const { return parms_.scatter > 0 || parms_.directionFollow > 0; }

@@ -1,5 +1,6 @@
 #include "platform/imaging/StampStroke.h"
 
+#include "platform/imaging/CurveInterpolate2D.h"
 #include "tests/imaging/StrokeRecorder.h"
 
 #include <gtest/gtest.h>
@@ -223,6 +224,40 @@ TEST(StampStroke, WhatLiesFarFromTheCanvasCostsNothingAndKeepsTheSpacing)
     stroke->finish();
     for (const Laid& stamp : TakeLaid())
         ASSERT_EQ(stamp.x, std::round(stamp.x));
+}
+
+TEST(StampStroke, NoNumberMakesMoreStampsThanTheCanvasTakes)
+{
+    const StrokeRecorder recorder;
+    recorder.painter->SetBrushClippingRect({0, 0, 200, 100});
+    std::mt19937 random(9);
+    const double numbers[] = {0, 1e-30, 0.01, 0.5, 1, 30, 70, 150, 1e4, 1e7, 1e12, 1e30, 3e38};
+    const auto any = [&] { return numbers[random() % std::size(numbers)] * (random() % 3 == 0 ? -1 : 1); };
+    const auto place = [&] { return random() % 3 == 0 ? any() : static_cast<double>(random() % 200); };
+    for (int round = 0; round < 300; ++round) {
+        Parms parms;
+        parms.spacing = any();
+        parms.spacingJitter = random() % 2 == 0 ? 1 : 0;
+        parms.scatter = random() % 4 == 0 ? any() : 0;
+        parms.directionFollow = random() % 2 == 0 ? 1 : 0;
+        parms.sizeSpacing = random() % 2 == 0;
+        parms.isSmear = random() % 2 == 0;
+        qs::vector<ilXYdouble> points;
+        for (int i = 0; i < 6; ++i)
+            points.emplace_back(place() * (random() % 9 == 0 ? 1e60 : 1), place());
+        const gk_spline guide(points);
+        const int kind = static_cast<int>(random() % 3);
+        const auto stroke = recorder.MakeStroke(parms, kind == 0   ? std::make_unique<CurveInterpolate2D>(&guide)
+                                                       : kind == 1 ? StrokeRecorder::Smooth()
+                                                                   : nullptr);
+        constexpr size_t kSamples = 12;
+        for (size_t i = 0; i < kSamples; ++i)
+            stroke->add_point(static_cast<float>(place()), static_cast<float>(place()), static_cast<float>(any()), 0, 1,
+                              static_cast<float>(any()));
+        stroke->finish();
+        // Across the canvas and its surroundings, a quarter pixel apart, for each sample.
+        ASSERT_LT(TakeLaid().size(), kSamples * 4000) << "round " << round;
+    }
 }
 
 TEST(StampStroke, OnlyStampsThatCanTouchTheClippingRectangleAreLaid)
