@@ -150,9 +150,22 @@ private:
 
     bool IsFullOver() const { return blend_.IsPlainOver() && blend_.alphaWeight == kernels::kFullWeight; }
 
+    /// Whatever the source has: the coverage leaves nothing of it, or there is nothing to erase.
+    bool ChangesNothing(const ilMIOImage& target, const ilTile& piece) const
+    {
+        if (blend_.coverage != nullptr &&
+            blend_.coverage->GetContentOf(ilTileMoved(piece, -int64_t{blend_.coverageX}, -int64_t{blend_.coverageY})) ==
+                PageContent::Transparent)
+            return true;
+        return blend_.IsPlainErase() && target.GetFillValue().GetPacked() == 0 &&
+               target.ReadPage(PageIndexOf(piece.x), PageIndexOf(piece.y)).IsMissing();
+    }
+
     void BlendInto(const ilTile& piece, const uint8_t* source, ptrdiff_t sourceStride)
     {
         if (ilMIOImage* target = target_.AsPaged()) {
+            if (ChangesNothing(*target, piece))
+                return;
             const PageWriter writer = target->WritePage(PageIndexOf(piece.x), PageIndexOf(piece.y));
             BlendRows(blender_, blend_, piece,
                       {writer.GetBytes() + PageOffset(piece.x, piece.y, channels_), ptrdiff_t{kPageSize} * channels_,

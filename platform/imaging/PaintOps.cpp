@@ -12,12 +12,27 @@
 
 namespace {
 
-/// Calls visit(row pointer, stride, part) for each page-sized part of `tile`, for writing.
+/// A clipping image, or none, and the target pixel on which its (0, 0) lies.
+struct Clip {
+    const ilMIOImage* image;
+    int x;
+    int y;
+
+    bool LeavesNothingOf(const ilTile& part) const
+    {
+        return image != nullptr && image->GetContentOf(OnImage(part)) == PageContent::Transparent;
+    }
+    ilTile OnImage(const ilTile& part) const { return ilTileMoved(part, -int64_t{x}, -int64_t{y}); }
+};
+
+/// Calls visit(row pointer, stride, part) for each page-sized part of `tile` that the clip leaves, for writing.
 template <class Visitor>
-void WriteParts(ilImage& target, const ilTile& tile, Visitor&& visit)
+void WriteParts(ilImage& target, const ilTile& tile, const Clip& clip, Visitor&& visit)
 {
     if (ilMIOImage* paged = target.AsPaged()) {
         ForEachPage(tile, [&](int px, int py, const ilTile& part) {
+            if (clip.LeavesNothingOf(part))
+                return;
             const PageWriter writer = paged->WritePage(px, py);
             const ptrdiff_t stride = writer.GetPage()->GetStrideBytes();
             visit(writer.GetBytes() + PageOffsetOf(part.y) * stride +
@@ -34,10 +49,10 @@ void WriteParts(ilImage& target, const ilTile& tile, Visitor&& visit)
 /// Coverage rows of `part`, read from an optional clipping image.
 class ClipRows {
 public:
-    ClipRows(const ilMIOImage* clip, int clipX, int clipY, const ilTile& part) : has_(clip != nullptr)
+    ClipRows(const Clip& clip, const ilTile& part) : has_(clip.image != nullptr)
     {
         if (has_)
-            clip->ReadTile(ilTileMoved(part, -int64_t{clipX}, -int64_t{clipY}), rows_, kPageSize);
+            clip.image->ReadTile(clip.OnImage(part), rows_, kPageSize);
     }
     const uint8_t* GetRow(int y) const { return has_ ? rows_ + y * kPageSize : nullptr; }
 
@@ -125,20 +140,22 @@ void PaintOps::FillRows(const ilTile& tile, const ilPixel& pixel)
     const uint32_t packed = pixel.GetPacked();
     for (int i = 0; i < kPageSize * channels; ++i)
         row[i] = static_cast<uint8_t>(packed >> (8 * (i % channels)));
-    WriteParts(*target_, tile, [&](uint8_t* out, ptrdiff_t stride, const ilTile& part) {
-        const ClipRows clip(clipImage_.get(), clipX_, clipY_, part);
+    const Clip clip{clipImage_.get(), clipX_, clipY_};
+    WriteParts(*target_, tile, clip, [&](uint8_t* out, ptrdiff_t stride, const ilTile& part) {
+        const ClipRows clipRows(clip, part);
         for (int y = 0; y < part.ny; ++y, out += stride)
-            blender.Blend(out, row, clip.GetRow(y), part.nx);
+            blender.Blend(out, row, clipRows.GetRow(y), part.nx);
     });
 }
 
 void PaintOps::InvertRows(const ilTile& tile)
 {
     const int channels = target_->GetNumChannels();
-    WriteParts(*target_, tile, [&](uint8_t* out, ptrdiff_t stride, const ilTile& part) {
-        const ClipRows clip(clipImage_.get(), clipX_, clipY_, part);
+    const Clip clip{clipImage_.get(), clipX_, clipY_};
+    WriteParts(*target_, tile, clip, [&](uint8_t* out, ptrdiff_t stride, const ilTile& part) {
+        const ClipRows clipRows(clip, part);
         for (int y = 0; y < part.ny; ++y, out += stride)
-            RowBlender::Invert(channels, mode_ == PaintMode::ColorInvert, out, clip.GetRow(y), part.nx);
+            RowBlender::Invert(channels, mode_ == PaintMode::ColorInvert, out, clipRows.GetRow(y), part.nx);
     });
 }
 
@@ -171,13 +188,14 @@ void PaintOps::DrawScaled(const ilTile& tile, const ilImage& source, int sourceX
     const int channels = target_->GetNumChannels();
     const RowBlender blender(channels, blend);
     ScaledReader reader(source, sourceX, sourceY, double{xScale}, double{yScale});
-    WriteParts(*target_, tile, [&](uint8_t* out, ptrdiff_t stride, const ilTile& part) {
+    const Clip clip{clipImage_.get(), clipX_, clipY_};
+    WriteParts(*target_, tile, clip, [&](uint8_t* out, ptrdiff_t stride, const ilTile& part) {
         alignas(64) uint8_t rows[kPagePixels * 4];
         const ptrdiff_t rowStride = ptrdiff_t{kPageSize} * channels;
         reader.Read(ilTileMoved(part, -int64_t{tile.x}, -int64_t{tile.y}), rows, rowStride);
-        const ClipRows clip(clipImage_.get(), clipX_, clipY_, part);
+        const ClipRows clipRows(clip, part);
         for (int y = 0; y < part.ny; ++y, out += stride)
-            blender.Blend(out, rows + y * rowStride, clip.GetRow(y), part.nx);
+            blender.Blend(out, rows + y * rowStride, clipRows.GetRow(y), part.nx);
     });
 }
 

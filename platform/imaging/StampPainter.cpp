@@ -32,6 +32,26 @@ void ReadTiled(const ilImage& image, const ilTile& tile, uint8_t* rows, ptrdiff_
     }
 }
 
+/// Whether the image stores no such page and reads as zero there: nothing can be taken away.
+bool IsBlank(const ilMIOImage& image, int px, int py)
+{
+    return image.GetFillValue().GetPacked() == 0 && image.ReadPage(px, py).IsMissing();
+}
+
+/// False for a colour that is transparent, or erases.
+bool AddsColor(const kernels::StampColor& color)
+{
+    return std::any_of(std::begin(color.component), std::end(color.component), [](auto part) { return part != 0; });
+}
+
+bool AreZero(const uint8_t* rows, ptrdiff_t stride, int rowBytes, int count)
+{
+    for (int y = 0; y < count; ++y, rows += stride)
+        if (std::any_of(rows, rows + rowBytes, [](uint8_t byte) { return byte != 0; }))
+            return false;
+    return true;
+}
+
 }  // namespace
 
 /// Drops rows at the top and bottom of `part` in which the coverage does not meet its columns; false when none is left.
@@ -77,6 +97,13 @@ void StampPainter::CutCoverage(const ilTile& part, const PagePart& whole, uint8_
         }
 }
 
+bool StampPainter::IsClippedAway(const ilTile& part) const
+{
+    return limits_.coverage != nullptr &&
+           limits_.coverage->GetContentOf(
+               ilTileMoved(part, -int64_t{limits_.coverageX}, -int64_t{limits_.coverageY})) == PageContent::Transparent;
+}
+
 template <class Work>
 void StampPainter::ForEachPagePart(Work&& work) const
 {
@@ -84,7 +111,7 @@ void StampPainter::ForEachPagePart(Work&& work) const
     const ilTile whole = placed_.GetTile();
     const ilTile tile = ilTileIntersection(whole, limits_.rect);
     ForEachPage(tile, [&](int px, int py, ilTile part) {
-        if (!NarrowToCoveredRows(part))
+        if (!NarrowToCoveredRows(part) || IsClippedAway(part))
             return;
         PagePart page{px, py, part, nullptr, coverage.GetStride()};
         page.coverage = coverage.GetRow(part.y - whole.y) + (ptrdiff_t{px} * kPageSize - whole.x);
@@ -99,15 +126,21 @@ void StampPainter::ForEachPagePart(Work&& work) const
         CutCoverage(part, page, rows);
         page.coverage = rows;
         page.stride = kPageSize;
-        work(page);
+        if (!AreZero(rows, kPageSize, kPageSize, part.ny))
+            work(page);
     });
 }
 
+/// adds: the colour is not all zero. Where it is, or nothing is covered, no page is made.
 template <class Paint>
-void StampPainter::PaintBlocks(ilMIOImage& image, ilMIOImage* lowBits, Paint&& paint) const
+void StampPainter::PaintBlocks(ilMIOImage& image, ilMIOImage* lowBits, bool adds, Paint&& paint) const
 {
     static_assert(kPageSize % kKernelStep == 0);
     ForEachPagePart([&](const PagePart& page) {
+        if (image.ReadPage(page.px, page.py).IsMissing() &&
+            ((!adds && image.GetFillValue().GetPacked() == 0) ||
+             AreZero(page.coverage + PageOffsetOf(page.part.x), page.stride, page.part.nx, page.part.ny)))
+            return;
         const PageWriter writer = image.WritePage(page.px, page.py);
         const ptrdiff_t stride = writer.GetPage()->GetStrideBytes();
         const ptrdiff_t offset = PageOffsetOf(page.part.y) * stride;
@@ -126,18 +159,23 @@ void StampPainter::PaintBlocks(ilMIOImage& image, ilMIOImage* lowBits, Paint&& p
 
 void StampPainter::PaintColor(ilMIOImage& image, ilMIOImage* lowBits, const kernels::StampColor& color) const
 {
+    if (color.alpha == 0 && !AddsColor(color))
+        return;
     const kernels::KernelTable& table = kernels::Get();
     const bool hasColor = image.GetNumChannels() == 4;
     const auto kernel = lowBits == nullptr ? (hasColor ? table.stampColor : table.stampCoverage)
                                            : (hasColor ? table.stampColor16 : table.stampCoverage16);
-    PaintBlocks(image, lowBits, [&](const kernels::StampBlock& block) { kernel(block, color); });
+    PaintBlocks(image, lowBits, AddsColor(color), [&](const kernels::StampBlock& block) { kernel(block, color); });
 }
 
 void StampPainter::PaintWet(ilMIOImage& image, const kernels::StampColor& color, kernels::Weight wetness) const
 {
+    if (color.alpha == 0 && !AddsColor(color))
+        return;
     const kernels::KernelTable& table = kernels::Get();
     const auto kernel = image.GetNumChannels() == 4 ? table.stampWet : table.stampWetCoverage;
-    PaintBlocks(image, nullptr, [&](const kernels::StampBlock& block) { kernel(block, color, wetness); });
+    PaintBlocks(image, nullptr, AddsColor(color),
+                [&](const kernels::StampBlock& block) { kernel(block, color, wetness); });
 }
 
 void StampPainter::PaintSource(ilMIOImage& image, const Source& source, bool erases) const
@@ -155,8 +193,18 @@ void StampPainter::PaintSource(ilMIOImage& image, const Source& source, bool era
             ReadTiled(*source.image, from, rows, stride);
         else
             source.image->ReadTile(from, rows, stride);
-        const PageWriter writer = image.WritePage(page.px, page.py);
         const int x0 = PageOffsetOf(page.part.x);
+        const auto arrives = [&] {
+            for (int y = 0; y < page.part.ny; ++y)
+                for (int x = 0; x < page.part.nx; ++x)
+                    if (page.coverage[y * page.stride + x0 + x] != 0 &&
+                        !AreZero(rows + y * stride + x * channels, stride, channels, 1))
+                        return true;
+            return false;
+        };
+        if (IsBlank(image, page.px, page.py) && (erases || !arrives()))
+            return;
+        const PageWriter writer = image.WritePage(page.px, page.py);
         uint8_t* out = writer.GetBytes() + PageOffsetOf(page.part.y) * stride + ptrdiff_t{x0} * channels;
         for (int y = 0; y < page.part.ny; ++y, out += stride)
             blender.Blend(out, rows + y * stride, page.coverage + y * page.stride + x0, page.part.nx);

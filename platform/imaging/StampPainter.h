@@ -5,7 +5,8 @@
 #include "platform/imaging/kernels/Kernels.h"
 
 /// Lays one stamp's coverage down on the pages of an image: cuts it at the page grid, at the clipping rectangle and by
-/// the clipping image, and hands each page's block to one kernel.
+/// the clipping image, and hands each page's block to one kernel. Pages on which nothing arrives are neither made nor
+/// copied.
 class StampPainter {
 public:
     struct Limits {
@@ -46,9 +47,10 @@ private:
     template <class Work>
     void ForEachPagePart(Work&& work) const;
     bool NarrowToCoveredRows(ilTile& part) const;
+    bool IsClippedAway(const ilTile& part) const;
     void CutCoverage(const ilTile& part, const PagePart& whole, uint8_t* rows) const;
     template <class Paint>
-    void PaintBlocks(ilMIOImage& image, ilMIOImage* lowBits, Paint&& paint) const;
+    void PaintBlocks(ilMIOImage& image, ilMIOImage* lowBits, bool adds, Paint&& paint) const;
 
     const PlacedCoverage& placed_;
     const Limits& limits_;

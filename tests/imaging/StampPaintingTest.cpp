@@ -1,6 +1,7 @@
 #include "tests/imaging/RandomImages.h"
 
 #include "platform/imaging/MaskingPaintOps.h"
+#include "platform/imaging/PageWalk.h"
 #include "platform/imaging/SoftPaintOps.h"
 
 #include <gtest/gtest.h>
@@ -90,6 +91,45 @@ TEST(StampPainting, StaysWithinItsDamageAndTheClippingRectangle)
                     ASSERT_EQ(image->GetPixel(x, y), before->GetPixel(x, y)) << "undamaged " << x << ", " << y;
                 }
             }
+    }
+}
+
+TEST(StampPainting, PagesOnWhichNothingArrivesAreNeitherMadeNorCopied)
+{
+    Random random(5);
+    const qs::Reference<ilSmartImage> clip = MakeImage(1);  // a page's worth in the middle
+    clip->fillTile({-32, -32, 64, 64}, ilPixel::Coverage(255));
+    const qs::Reference<ilSmartImage> source = MakeImage();
+    source->fillTile({-90, -30, 70, 50}, ilPixel::Rgba(10, 20, 30, 255));
+    for (int i = 0; i < 200; ++i) {
+        const bool hasPixels = random.OneIn(2);
+        const qs::Reference<ilSmartImage> image = hasPixels ? MakeRandomImage(random, 4) : MakeImage();
+        const qs::Reference<ilMIOImage> before = image->Snapshot();
+        MaskingPaintOps painter(image);
+        const bool erases = random.OneIn(3);
+        painter.blend_func(erases ? 0 : 1, 7);
+        const qs::Reference<Stamp> stamp = MakeStamp();
+        if (random.OneIn(4))
+            stamp->set_color(0, 0, 0, 0);
+        if (random.OneIn(4))
+            stamp->set_source(qs::Reference<PaintObj>(new ImagePaintObj(source)));
+        painter.set_stamp(stamp);
+        painter.set_clip_image(clip);
+        painter.SetMarkerBlend(random.OneIn(3));
+        painter.BeginOperation();
+        if (random.OneIn(2))
+            painter.GetLowOrderBitImage();
+        for (int k = 0; k < 3; ++k)
+            painter.draw_stamp(At(random.Int(-150, 150), random.Int(-150, 150), static_cast<float>(random.Int(1, 90))));
+        const auto fine = painter.GetLowOrderBitImage();
+        size_t changed = 0;
+        painter.EndOperation();
+        image->VisitDifferentPages(*before, [&](int px, int py, const Page* now, const Page* old) {
+            ++changed;
+            EXPECT_TRUE(px >= -1 && px <= 0 && py >= -1 && py <= 0 && now != nullptr) << px << ", " << py;
+            EXPECT_TRUE(old != nullptr || FirstDifference(*image, *before, PageTile(px, py)) != "") << "round " << i;
+        });
+        EXPECT_LE(fine->GetPageCount(), changed) << "round " << i;
     }
 }
 
