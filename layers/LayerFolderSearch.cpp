@@ -12,36 +12,75 @@ const LayerFolder* AsFolder(LayerContainer* container)
     return container != nullptr ? container->AsLayerFolder() : nullptr;
 }
 
-/// Whether the image has a pixel of alpha above 0 no farther than `tolerance` pixels from (x, y).
+/// The points no farther than `reach` pixels from (x, y).
+struct Disc {
+    int64_t x;
+    int64_t y;
+    double reach;
+
+    bool Contains(int64_t px, int64_t py) const
+    {
+        const double dx = static_cast<double>(px - x);
+        const double dy = static_cast<double>(py - y);
+        return dx * dx + dy * dy <= reach * reach;
+    }
+    bool Meets(const ilTile& tile) const
+    {
+        return Contains(std::clamp<int64_t>(x, tile.x, tile.Right() - 1),
+                        std::clamp<int64_t>(y, tile.y, tile.Bottom() - 1));
+    }
+    ilTile GetBounds() const
+    {
+        const auto radius = static_cast<int64_t>(reach);
+        return ilTileFromEdges(x - radius, y - radius, x + radius + 1, y + radius + 1);
+    }
+};
+
+/// Whether `part` of a page has a pixel of alpha above 0 within the disc.
+bool HasPixelWithin(const Page& page, const ilTile& part, const Disc& disc)
+{
+    const PageContent content = page.GetContent();
+    if (content == PageContent::Transparent || !disc.Meets(part))
+        return false;
+    if (content == PageContent::Opaque)
+        return true;
+    const int channels = page.GetNumChannels();
+    for (int row = part.y; row < part.Bottom(); ++row)
+        for (int column = part.x; column < part.Right(); ++column)
+            if (page.GetBytes()[(PageOffsetOf(row) * kPageSize + PageOffsetOf(column)) * channels + channels - 1] !=
+                    0 &&
+                disc.Contains(column, row))
+                return true;
+    return false;
+}
+
+/// Whether the image has a pixel of alpha above 0 no farther than `tolerance` pixels from (x, y). Costs the stored
+/// pages at most, however far it looks.
 bool HasPixelNear(const ilMIOImage& image, int64_t x, int64_t y, float tolerance)
 {
     constexpr float kWidest = 1 << 20;  // farther than any canvas reaches
-    const double reach = tolerance > 0 ? std::min(tolerance, kWidest) : 0.0f;
-    const int64_t radius = static_cast<int64_t>(reach);
-    ilTile near = ilTileFromEdges(x - radius, y - radius, x + radius + 1, y + radius + 1);
-    if (image.GetFillValue().GetAlpha() == 0)
-        near = ilTileIntersection(near, image.GetBounds());
-    const int channels = image.GetNumChannels();
-    bool found = false;
-    ForEachPage(near, [&](int px, int py, const ilTile& part) {
-        const PageReader page = image.ReadPage(px, py);
-        if (found || (page.IsMissing() ? image.GetFillValue().GetAlpha() == 0
-                                       : page.GetPage()->GetContent() == PageContent::Transparent))
-            return;
-        const auto alphaAt = [&](int column, int row) {
-            return page.IsMissing()
-                       ? image.GetFillValue().GetAlpha()
-                       : page.GetBytes()[(PageOffsetOf(row) * kPageSize + PageOffsetOf(column)) * channels + channels -
-                                         1];
-        };
-        for (int row = part.y; row < part.Bottom() && !found; ++row)
-            for (int column = part.x; column < part.Right() && !found; ++column) {
-                const double distanceX = static_cast<double>(column - x);
-                const double distanceY = static_cast<double>(row - y);
-                found = distanceX * distanceX + distanceY * distanceY <= reach * reach && alphaAt(column, row) != 0;
-            }
-    });
-    return found;
+    const Disc disc{x, y, tolerance > 0 ? std::min(tolerance, kWidest) : 0.0F};
+    const bool fillCounts = image.GetFillValue().GetAlpha() != 0;
+    const ilTile near = ilTileIntersection(image.GetBounds(), disc.GetBounds());
+    if (!fillCounts) {
+        bool found = false;
+        image.VisitPages(near, [&](int px, int py, const Page& page) {
+            found = found || HasPixelWithin(page, ilTileIntersection(near, PageTile(px, py)), disc);
+        });
+        return found;
+    }
+    if (near != disc.GetBounds())
+        return true;  // it reaches where nothing is stored
+    const int right = PageIndexOf(static_cast<int>(near.Right() - 1));
+    const int bottom = PageIndexOf(static_cast<int>(near.Bottom() - 1));
+    for (int py = PageIndexOf(near.y); py <= bottom; ++py)
+        for (int px = PageIndexOf(near.x); px <= right; ++px) {
+            const ilTile part = ilTileIntersection(near, PageTile(px, py));
+            const PageReader page = image.ReadPage(px, py);
+            if (page.IsMissing() ? disc.Meets(part) : HasPixelWithin(*page.GetPage(), part, disc))
+                return true;
+        }
+    return false;
 }
 
 }  // namespace

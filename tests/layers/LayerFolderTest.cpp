@@ -283,9 +283,38 @@ TEST(LayerFolder, HitsComeTopDownWithinTheToleranceAndPassOverWhatIsHidden)
     tree.Folder("G")->SetActive(false);
     EXPECT_EQ(hits(5), "");
     EXPECT_EQ(hits(5, true, true), "c b a");
-    // Unstored coverage of 255 is a hit anywhere.
-    tree.AsLayer("a")->SetImage(new ilSmartImage(ilPixel::Coverage(255)));
-    EXPECT_EQ(NamesOf(tree.root->FindLayer(-5000, 0, true, true, 0)), "a");
+}
+
+TEST(LayerFolder, HitsAreThoseOfEveryPixelWithinTheToleranceAndFarOnesCostNothing)
+{
+    Tree tree("a");
+    std::mt19937 random(7);
+    const auto any = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+    const auto hits = [&](int x, int y, float tolerance) {
+        return !tree.root->FindLayer(x, y, true, true, tolerance).empty();
+    };
+    for (int round = 0; round < 300; ++round) {
+        const auto image = qs::MakeReference<ilSmartImage>(ilPixel::Coverage(any(2) == 0 ? 255 : 0));
+        image->fillTile({any(300), any(300), any(150), any(150)}, ilPixel::Coverage(255));
+        image->fillTile({any(200), any(200), 1 + any(250), 1 + any(250)}, ilPixel::Coverage(0));
+        tree.AsLayer("a")->SetImage(image);
+        const int x = any(400), y = any(400), reach = any(60);
+        bool expected = false;
+        for (int dy = -reach; dy <= reach; ++dy)
+            for (int dx = -reach; dx <= reach; ++dx)
+                expected =
+                    expected || (dx * dx + dy * dy <= reach * reach && image->GetPixel(x + dx, y + dy).GetAlpha());
+        ASSERT_EQ(hits(x, y, static_cast<float>(reach)), expected) << "round " << round;
+    }
+    // A hole of any size, in an image that is covered elsewhere: billions of pages that are not stored.
+    for (const int side : {100, 1 << 14, 1 << 20})
+        for (int i = 0; i < 100; ++i) {
+            const auto image = qs::MakeReference<ilSmartImage>(ilPixel::Coverage(255));
+            image->SetPixel(-side, -side, ilPixel::Coverage(0));
+            image->SetPixel(side, side, ilPixel::Coverage(0));
+            tree.AsLayer("a")->SetImage(image);
+            ASSERT_TRUE(hits(any(50), any(50), 1e6F) && hits(INT_MIN, INT_MAX, 1e6F));
+        }
 }
 
 // The tree does what nested lists of names do, after every step of a long random edit.
