@@ -4,6 +4,7 @@
 #include "platform/imaging/MaskingPaintOps.h"
 #include "platform/imaging/ilMemoryImg.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -224,8 +225,8 @@ void Layer::GetOrigOffset(int& x, int& y) const
 
 void Layer::SetOffset_(int x, int y)
 {
-    xOffset_ = x;
-    yOffset_ = y;
+    xOffset_ = std::clamp(x, -kFarthestPixel, kFarthestPixel);
+    yOffset_ = std::clamp(y, -kFarthestPixel, kFarthestPixel);
 }
 
 void Layer::SetOffset(int x, int y, LayerStackTransform, bool markDirty)

@@ -247,6 +247,7 @@ public:
     void SetLayerContainerName(const PntHandle& handle, const char* name);
     void SetLayerContainerLocked(const PntHandle& handle, bool locked);
 
+    /// Farther than kFarthestPixel a layer does not go.
     void SetLayerOffset(const PntHandle& handle, int x, int y, bool redraw);
     void SetCurrentLayerOffset(int x, int y, bool redraw);
 
@@ -486,8 +487,8 @@ public:
 
     // --- transforms (LayerStackTransforms.cpp) ---
     // Of the named layer, or of its transform group when it is in one; where a selection is used, of what it covers.
-    // What TransformImage or WarpImage refuses for one layer changes none and returns false. Not redrawn: ForceUpdate
-    // shows the change.
+    // What TransformImage or WarpImage refuses for one layer changes none and returns false. A result of over 2^24
+    // pixels is kept within KeptAround the canvas only. Not redrawn: ForceUpdate shows the change.
 
     /// Sends each canvas point of the content to where `transform` maps it (XformCoords). Ends a proxy first.
     bool XForm(const LayerStackTransform& transform, FilterMethod minify, FilterMethod magnify,
@@ -525,7 +526,8 @@ public:
     // --- the whole document (LayerStackResize.cpp) ---
     // Layers, masks, stencils and the selection alike. Each layer whose pixels change gets a new image object: the old
     // one stays as it is for whoever holds it. A proxy is ended first. False, with nothing changed, for a size that
-    // IsAcceptableSize refuses or content that would grow too large. Redraws and notifies.
+    // IsAcceptableSize refuses or content that would grow too large; a layer that grows to over 2^24 pixels is kept
+    // within KeptAround the new canvas only. Redraws and notifies.
 
     /// Resamples everything to a canvas of width by height, or by two factors above 0.
     bool ScaleAllLayers(int width, int height, FilterMethod minify, FilterMethod magnify);
