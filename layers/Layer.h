@@ -64,7 +64,8 @@ public:
     /// The offset that EndProxy() brings back.
     virtual void GetOrigOffset(int& x, int& y) const;
 
-    /// Raster layers only; farther than kFarthestPixel a layer does not go. markDirty: a changed offset marks the stencil composite first. The transform is not used.
+    /// Raster layers only; farther than kFarthestPixel a layer does not go. markDirty: a changed offset marks the
+    /// stencil composite first. The transform is not used.
     virtual void SetOffset(int x, int y, LayerStackTransform transform, bool markDirty);
 
     /// The image's bounds in layer coordinates; shrink: cut to what is painted first. All zero without an image.

@@ -2,6 +2,7 @@
 
 #include "platform/imaging/ImageBlend.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -14,6 +15,12 @@ qs::Reference<ilSmartImage> SharedCopy(const ilMIOImage& image)
     const qs::Reference<ilSmartImage> copy(new ilSmartImage(image.GetFillValue()));
     copy->ShareAllFrom(image);
     return copy;
+}
+
+/// A tile of the canvas on an image whose (0, 0) lies at (x, y).
+ilTile OnImage(const ilTile& onCanvas, int x, int y)
+{
+    return ilTileMoved(onCanvas, -int64_t{x}, -int64_t{y});
 }
 
 /// Where both the limit and the picture have something, in the picture's pixels: elsewhere an edit changes nothing.
@@ -33,8 +40,9 @@ void MoveByLimit(ilMIOImage& target, const ilMIOImage& source, const ilTile& til
     ImageBlend blend;
     blend.destinationFactor = kFactorZero;
     blend.coverage = limit.coverage.get();
-    blend.coverageX = limit.x - place.x;
-    blend.coverageY = limit.y - place.y;
+    const ilTile at = ilTileMoved({limit.x, limit.y, 1, 1}, -int64_t{place.x}, -int64_t{place.y});
+    blend.coverageX = at.x;
+    blend.coverageY = at.y;
     BlendImage(target, tile, source, tile.x, tile.y, blend);
 }
 
@@ -82,41 +90,53 @@ AffineMatrix OnWholePixels(const AffineMatrix& m)
 
 }  // namespace
 
+ilTile KeptAround(const ilTile& canvas)
+{
+    const int margin = std::clamp(std::max(canvas.nx, canvas.ny), 1024, 4096);
+    return ilTileFromEdges(int64_t{canvas.x} - margin, int64_t{canvas.y} - margin, canvas.Right() + margin,
+                           canvas.Bottom() + margin);
+}
+
 LayerPicture TransformPicture(const LayerPicture& picture, const AffineMatrix& onCanvas,
-                              const TransformFilters& filters, const EditLimit& limit)
+                              const TransformFilters& filters, const ilTile& kept, const EditLimit& limit)
 {
     if (!picture || onCanvas == AffineMatrix())
         return picture;
     if (limit.coverage)
         return EditCutOut(picture, limit,
-                          [&](const LayerPicture& cut) { return TransformPicture(cut, onCanvas, filters); });
+                          [&](const LayerPicture& cut) { return TransformPicture(cut, onCanvas, filters, kept); });
     const AffineMatrix m = OnWholePixels(onCanvas);
     int dx = 0;
     int dy = 0;
     if (IsWholePixelMove(m, dx, dy))
-        return RebasePicture(picture, m, filters);
-    const AffineMatrix onImage =
-        AffineMatrix::Translation(-picture.x, -picture.y) * m * AffineMatrix::Translation(picture.x, picture.y);
-    return {TransformImage(*picture.image, onImage, filters), picture.x, picture.y};
+        return RebasePicture(picture, m, filters, kept);
+    const AffineMatrix onImage = AffineMatrix::Translation(-double(picture.x), -double(picture.y)) * m *
+                                 AffineMatrix::Translation(picture.x, picture.y);
+    return {TransformImage(*picture.image, onImage, filters, OnImage(kept, picture.x, picture.y)), picture.x,
+            picture.y};
 }
 
-LayerPicture RebasePicture(const LayerPicture& picture, const AffineMatrix& onCanvas, const TransformFilters& filters)
+LayerPicture RebasePicture(const LayerPicture& picture, const AffineMatrix& onCanvas, const TransformFilters& filters,
+                           const ilTile& kept)
 {
     double x = picture.x;
     double y = picture.y;
     onCanvas.MapPoint(x, y);
-    constexpr double kFarthest = 1 << 29;
-    if (!(std::fabs(x) <= kFarthest) || !(std::fabs(y) <= kFarthest))
+    if (!std::isfinite(x) || !std::isfinite(y))
         return {};
-    const int newX = static_cast<int>(std::round(x));
-    const int newY = static_cast<int>(std::round(y));
+    // Farther than a layer goes, its pixels go.
+    const auto place = [](double v) {
+        return static_cast<int>(std::clamp(std::round(v), -double{kFarthestPixel}, double{kFarthestPixel}));
+    };
+    const int newX = place(x);
+    const int newY = place(y);
     const AffineMatrix onImage =
         AffineMatrix::Translation(-newX, -newY) * onCanvas * AffineMatrix::Translation(picture.x, picture.y);
     int dx = 0;
     int dy = 0;
     if (IsWholePixelMove(onImage, dx, dy) && dx == 0 && dy == 0)
         return {picture.image, newX, newY};
-    return {TransformImage(*picture.image, onImage, filters), newX, newY};
+    return {TransformImage(*picture.image, onImage, filters, OnImage(kept, newX, newY)), newX, newY};
 }
 
 ilTile GetPaintedBox(const LayerPicture& picture, const EditLimit& limit)
@@ -134,15 +154,17 @@ ilTile GetPaintedBox(const LayerPicture& picture, const EditLimit& limit)
 }
 
 LayerPicture DeformPicture(const LayerPicture& picture, const ilTile& from, const Rect8f& onCanvas, WarpKind kind,
-                           const TransformFilters& filters, const EditLimit& limit)
+                           const TransformFilters& filters, const ilTile& kept, const EditLimit& limit)
 {
     if (!picture)
         return {};
     if (limit.coverage)
-        return EditCutOut(picture, limit,
-                          [&](const LayerPicture& cut) { return DeformPicture(cut, from, onCanvas, kind, filters); });
-    return {WarpImage(*picture.image, ilTileMoved(from, -int64_t{picture.x}, -int64_t{picture.y}),
-                      onCanvas.Moved(-picture.x, -picture.y), kind, filters),
+        return EditCutOut(picture, limit, [&](const LayerPicture& cut) {
+            return DeformPicture(cut, from, onCanvas, kind, filters, kept);
+        });
+    return {WarpImage(*picture.image, OnImage(from, picture.x, picture.y),
+                      onCanvas.Moved(-double(picture.x), -double(picture.y)), kind, filters,
+                      OnImage(kept, picture.x, picture.y)),
             picture.x, picture.y};
 }
 

@@ -24,14 +24,15 @@ bool LayerStack::TransformDocument(const qsLinear::AffineMatrix& matrix, int64_t
     EndProxy();
     DrainPainterDamage();
     const qs::vector<qs::Reference<Layer>> layers = GetAllLayers();  // the host hears of each, and may delete some
+    const ilTile canvas(0, 0, static_cast<int>(width), static_cast<int>(height));
     qs::vector<LayerPicture> pictures;
     for (const qs::Reference<Layer>& layer : layers) {
         const LayerPicture before = layer->GetOriginalPicture();
-        pictures.push_back(before ? RebasePicture(before, matrix, filters) : before);
+        pictures.push_back(before ? RebasePicture(before, matrix, filters, KeptAround(canvas)) : before);
         if (before && !pictures.back())
             return false;
     }
-    if (!SetSize({0, 0, static_cast<int>(width), static_cast<int>(height)}, clipToSize_, false, false))
+    if (!SetSize(canvas, clipToSize_, false, false))
         return false;
     for (size_t i = 0; i < layers.size(); ++i)
         layers[i]->ReplacePicture(pictures[i], matrix);
@@ -77,10 +78,12 @@ bool LayerStack::ResizeDocument(int width, int height, Anchor anchor)
 
 bool LayerStack::ResizeDocument(const ilTile& canvas)
 {
-    if (!TransformDocument(qsLinear::AffineMatrix::Translation(-canvas.x, -canvas.y), canvas.nx, canvas.ny, {}))
+    const double dx = -double{1} * canvas.x;  // an int cannot tell how far INT_MIN is
+    const double dy = -double{1} * canvas.y;
+    if (!TransformDocument(qsLinear::AffineMatrix::Translation(dx, dy), canvas.nx, canvas.ny, {}))
         return false;
     if (symmetry_)
-        symmetry_->Translate(-canvas.x, -canvas.y);
+        symmetry_->Translate(dx, dy);
     return true;
 }
 

@@ -70,7 +70,7 @@ bool LayerStack::XForm(const LayerStackTransform& transform, FilterMethod minify
     const qs::vector<PntHandle> targets = GetTransformTargets(handle);
     const qsLinear::AffineMatrix matrix = transform.GetMatrix();
     const bool isDone = EditLayers(targets, [&](const Layer& layer, const EditLimit& limit) {
-        return TransformPicture(layer.GetOriginalPicture(), matrix, {minify, magnify}, limit);
+        return TransformPicture(layer.GetOriginalPicture(), matrix, {minify, magnify}, KeptAround(size_), limit);
     });
     for (const PntHandle& target : targets)
         if (Layer* layer = GetLayerFromHandle(target); isDone && layer != nullptr)
@@ -85,7 +85,7 @@ bool LayerStack::ProxyXForm(const LayerStackTransform& transform, FilterMethod m
     const qsLinear::AffineMatrix matrix = transform.GetMatrix();
     return !targets.empty() && BeginProxy({}, targets) &&
            EditInProxy(targets, [&](const Layer& layer, const EditLimit& limit) {
-               return TransformPicture(layer.GetOriginalPicture(), matrix, {minify, magnify}, limit);
+               return TransformPicture(layer.GetOriginalPicture(), matrix, {minify, magnify}, KeptAround(size_), limit);
            });
 }
 
@@ -96,7 +96,7 @@ bool LayerStack::Deform(const Rect8f& corners, FilterMethod filter, int kind, do
     const ilTile from = GetTransformBounds(handle);
     return EditLayers(GetTransformTargets(handle), [&](const Layer& layer, const EditLimit& limit) {
         return DeformPicture(layer.GetOriginalPicture(), from, corners.Moved(dx, dy), static_cast<WarpKind>(kind),
-                             {filter, filter}, limit);
+                             {filter, filter}, KeptAround(size_), limit);
     });
 }
 
@@ -108,7 +108,7 @@ bool LayerStack::ProxyDeform(const Rect8f& corners, FilterMethod filter, int kin
     return !targets.empty() && BeginProxy({}, targets) &&
            EditInProxy(targets, [&](const Layer& layer, const EditLimit& limit) {
                return DeformPicture(layer.GetOriginalPicture(), from, corners.Moved(dx, dy),
-                                    static_cast<WarpKind>(kind), {filter, filter}, limit);
+                                    static_cast<WarpKind>(kind), {filter, filter}, KeptAround(size_), limit);
            });
 }
 

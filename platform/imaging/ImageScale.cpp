@@ -114,7 +114,8 @@ AxisScale TakeStep(AxisScale& axis)
 
 }  // namespace
 
-qs::Reference<ilSmartImage> ScaleImage(const ilMIOImage& source, const AxisScale& x, const AxisScale& y)
+qs::Reference<ilSmartImage> ScaleImage(const ilMIOImage& source, const AxisScale& x, const AxisScale& y,
+                                       const ilTile& kept)
 {
     AxisScale restX = x;
     AxisScale restY = y;
@@ -122,10 +123,10 @@ qs::Reference<ilSmartImage> ScaleImage(const ilMIOImage& source, const AxisScale
     const AxisScale stepY = TakeStep(restY);
     if (stepX.scale != 1 || stepY.scale != 1) {
         const qs::Reference<ilSmartImage> smaller = ScaleImage(source, stepX, stepY);
-        return smaller ? ScaleImage(*smaller, restX, restY) : nullptr;
+        return smaller ? ScaleImage(*smaller, restX, restY, kept) : nullptr;
     }
 
-    TransformPages touched;
+    TransformPages touched(kept);
     TransformPages::List pages;
     const qsLinear::AffineMatrix matrix(x.scale, 0, 0, y.scale, x.shift, y.shift);
     if (!touched.AddMapped(source, matrix, ResampleTaps::GetReach(x), ResampleTaps::GetReach(y)) ||

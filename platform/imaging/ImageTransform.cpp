@@ -86,7 +86,7 @@ qs::Reference<ilSmartImage> TransformExactly(const ilMIOImage& source, const Aff
 {
     const int dx = static_cast<int>(m.tx);
     const int dy = static_cast<int>(m.ty);
-    TransformPages touched;
+    TransformPages touched({});
     TransformPages::List pages;
     if (!touched.AddMapped(source, m, 0, 0) || !touched.Take(pages))
         return {};
@@ -115,7 +115,7 @@ qs::Reference<ilSmartImage> TransformExactly(const ilMIOImage& source, const Aff
 
 /// A map without an angle: whole quarter turns and flips first, which are exact, then each axis by itself.
 qs::Reference<ilSmartImage> TransformAlongAxes(const ilMIOImage& source, const AffineMatrix& m,
-                                               const TransformFilters& filters)
+                                               const TransformFilters& filters, const ilTile& kept)
 {
     const auto sign = [](double v) { return v < 0 ? -1.0 : v > 0 ? 1.0 : 0.0; };
     const AffineMatrix turn(sign(m.a), sign(m.b), sign(m.c), sign(m.d), 0, 0);
@@ -129,9 +129,9 @@ qs::Reference<ilSmartImage> TransformAlongAxes(const ilMIOImage& source, const A
     const AxisScale x = axis(m.a + m.c, m.tx);
     const AxisScale y = axis(m.b + m.d, m.ty);
     if (turn == AffineMatrix())
-        return ScaleImage(source, x, y);
+        return ScaleImage(source, x, y, kept);
     const qs::Reference<ilSmartImage> turned = TransformExactly(source, turn);
-    return turned ? ScaleImage(*turned, x, y) : nullptr;
+    return turned ? ScaleImage(*turned, x, y, kept) : nullptr;
 }
 
 /// What is left to do between pixels when nothing shrinks any more.
@@ -146,11 +146,8 @@ FilterMethod SamplingFilter(FilterMethod filter)
 }
 
 qs::Reference<ilSmartImage> SamplePages(const ilMIOImage& source, const PixelMap& map, FilterMethod filter,
-                                        TransformPages& touched)
+                                        const TransformPages::List& pages)
 {
-    TransformPages::List pages;
-    if (!touched.Take(pages))
-        return {};
     qs::Reference<ilSmartImage> target(new ilSmartImage(source.GetFillValue()));
     MappedSampler sampler(source, *target, map, filter);
     for (const auto& [px, py] : pages)
@@ -160,19 +157,20 @@ qs::Reference<ilSmartImage> SamplePages(const ilMIOImage& source, const PixelMap
 }
 
 qs::Reference<ilSmartImage> TransformTurned(const ilMIOImage& source, const AffineMatrix& m,
-                                            const TransformFilters& filters)
+                                            const TransformFilters& filters, const ilTile& kept)
 {
     AffineMatrix toSource;
-    TransformPages touched;
+    TransformPages touched(kept);
+    TransformPages::List pages;
     constexpr double kGrow = 3;
-    if (!m.Invert(toSource) || !touched.AddMapped(source, m, kGrow, kGrow))
+    if (!m.Invert(toSource) || !touched.AddMapped(source, m, kGrow, kGrow) || !touched.Take(pages))
         return {};
-    return SamplePages(source, AffinePixelMap(toSource), SamplingFilter(filters.magnify), touched);
+    return SamplePages(source, AffinePixelMap(toSource), SamplingFilter(filters.magnify), pages);
 }
 
 /// Shrinks along the source's axes first, filtered, and turns what is left, where nothing can alias any more.
 qs::Reference<ilSmartImage> ShrinkAndTurn(const ilMIOImage& source, const AffineMatrix& m,
-                                          const TransformFilters& filters)
+                                          const TransformFilters& filters, const ilTile& kept)
 {
     constexpr double kShrinks = 1 - 1.0 / 4096;
     double xScale = Length(m.a, m.b);
@@ -180,15 +178,16 @@ qs::Reference<ilSmartImage> ShrinkAndTurn(const ilMIOImage& source, const Affine
     xScale = xScale < kShrinks ? xScale : 1;
     yScale = yScale < kShrinks ? yScale : 1;
     if (xScale == 1 && yScale == 1)
-        return TransformTurned(source, m, filters);
+        return TransformTurned(source, m, filters, kept);
     if (filters.minify == kFilterNearest)
-        return TransformTurned(source, m, {kFilterNearest, kFilterNearest});
+        return TransformTurned(source, m, {kFilterNearest, kFilterNearest}, kept);
     const auto axis = [&](double scale) { return AxisScale{scale, 0, scale < 1 ? filters.minify : kFilterNearest}; };
     const qs::Reference<ilSmartImage> smaller = ScaleImage(source, axis(xScale), axis(yScale));
     const AffineMatrix rest = m * AffineMatrix::Scale(1 / xScale, 1 / yScale);
     const bool isBlocky = filters.magnify == kFilterNearest;
-    return smaller ? TransformTurned(*smaller, rest, {filters.minify, isBlocky ? kFilterBilinear : filters.magnify})
-                   : nullptr;
+    return smaller
+               ? TransformTurned(*smaller, rest, {filters.minify, isBlocky ? kFilterBilinear : filters.magnify}, kept)
+               : nullptr;
 }
 
 /// Whether all corners turn the same way, by an area that can be divided by.
@@ -209,12 +208,43 @@ bool IsConvex(const Rect8f& quad)
     return smallest > 0 || largest < 0;
 }
 
+/// How far beyond the edge of the source its pixels are still mixed in, in source pixels.
+constexpr double kRim = 2;
+
+/// How much a side of the rectangle grows, at most.
+double LargestScale(const ilTile& from, const Rect8f& to)
+{
+    const auto side = [&to](int i, int j) { return Length(double{to.x[j]} - to.x[i], double{to.y[j]} - to.y[i]); };
+    return std::max(std::max(side(0, 1), side(3, 2)) / from.nx, std::max(side(0, 3), side(1, 2)) / from.ny);
+}
+
+/// Whether a convex quadrilateral, grown, may meet the tile: no side has all of the tile beyond it.
+bool Meets(const Rect8f& quad, double grow, const ilTile& tile)
+{
+    const double middleX = (double{quad.x[0]} + quad.x[2]) / 2;
+    const double middleY = (double{quad.y[0]} + quad.y[2]) / 2;
+    for (int i = 0; i < 4; ++i) {
+        const int j = (i + 1) % 4;
+        const double dx = double{quad.x[j]} - quad.x[i], dy = double{quad.y[j]} - quad.y[i];
+        const auto inside = [&](double x, double y) { return dx * (y - quad.y[i]) - dy * (x - quad.x[i]); };
+        const double sign = inside(middleX, middleY) < 0 ? -1 : 1;
+        double deepest = -std::numeric_limits<double>::infinity();
+        for (const double x : {double(tile.x), static_cast<double>(tile.Right())})
+            for (const double y : {double(tile.y), static_cast<double>(tile.Bottom())})
+                deepest = std::max(deepest, sign * inside(x, y));
+        if (deepest < -grow * Length(dx, dy))
+            return false;
+    }
+    return true;
+}
+
 /// The map that takes the rectangle to the first, second and fourth corner.
 AffineMatrix ToParallelogram(const ilTile& from, const Rect8f& to)
 {
     const AffineMatrix unit(double{to.x[1]} - to.x[0], double{to.y[1]} - to.y[0], double{to.x[3]} - to.x[0],
                             double{to.y[3]} - to.y[0], to.x[0], to.y[0]);
-    return unit * AffineMatrix::Scale(1.0 / from.nx, 1.0 / from.ny) * AffineMatrix::Translation(-from.x, -from.y);
+    return unit * AffineMatrix::Scale(1.0 / from.nx, 1.0 / from.ny) *
+           AffineMatrix::Translation(-double(from.x), -double(from.y));
 }
 
 qs::Reference<ilSmartImage> PartOf(const ilMIOImage& source, const ilTile& tile)
@@ -240,7 +270,7 @@ bool IsWholePixelMove(const AffineMatrix& matrix, int& dx, int& dy)
 }
 
 qs::Reference<ilSmartImage> TransformImage(const ilMIOImage& source, const AffineMatrix& matrix,
-                                           const TransformFilters& filters)
+                                           const TransformFilters& filters, const ilTile& kept)
 {
     const AffineMatrix m = Tidied(matrix);
     if (!IsUsable(m))
@@ -248,12 +278,12 @@ qs::Reference<ilSmartImage> TransformImage(const ilMIOImage& source, const Affin
     if (IsExact(m))
         return TransformExactly(source, m);
     if ((m.b == 0 && m.c == 0) || (m.a == 0 && m.d == 0))
-        return TransformAlongAxes(source, m, filters);
-    return ShrinkAndTurn(source, m, filters);
+        return TransformAlongAxes(source, m, filters, kept);
+    return ShrinkAndTurn(source, m, filters, kept);
 }
 
 qs::Reference<ilSmartImage> WarpImage(const ilMIOImage& source, const ilTile& from, const Rect8f& to, WarpKind kind,
-                                      const TransformFilters& filters)
+                                      const TransformFilters& filters, const ilTile& kept)
 {
     for (int i = 0; i < 4; ++i)
         if (!(std::fabs(to.x[i]) <= kMaxTransformedCoordinate) || !(std::fabs(to.y[i]) <= kMaxTransformedCoordinate))
@@ -263,16 +293,20 @@ qs::Reference<ilSmartImage> WarpImage(const ilMIOImage& source, const ilTile& fr
     // A parallelogram takes no perspective: the affine ways are exact or faster.
     const AffineMatrix plain = ToParallelogram(from, to);
     if (double{to.x[1]} + to.x[3] - to.x[0] == to.x[2] && double{to.y[1]} + to.y[3] - to.y[0] == to.y[2])
-        return TransformImage(*PartOf(source, from), plain, filters);
-    constexpr float kGrow = 3;
+        return TransformImage(*PartOf(source, from), plain, filters, kept);
+    const double grow = 3 + kRim * LargestScale(from, to);
     const auto [left, right] = std::minmax_element(to.x, to.x + 4);
     const auto [top, bottom] = std::minmax_element(to.y, to.y + 4);
-    TransformPages touched;
-    if (!touched.AddBox(*left - kGrow, *top - kGrow, *right + kGrow, *bottom + kGrow))
+    TransformPages touched(kept);
+    if (!touched.AddBox(*left - grow, *top - grow, *right + grow, *bottom + grow))
         return {};
+    TransformPages::List pages;
+    if (!touched.Take(pages))
+        return {};
+    std::erase_if(pages, [&](const auto& page) { return !Meets(to, grow, PageTile(page.first, page.second)); });
     const qs::Reference<ilSmartImage> part = PartOf(source, from);
     const FilterMethod filter = SamplingFilter(filters.magnify);
     if (kind == WarpKind::Bilinear)
-        return SamplePages(*part, BilinearPixelMap(from, to), filter, touched);
-    return SamplePages(*part, PerspectivePixelMap(from, to), filter, touched);
+        return SamplePages(*part, BilinearPixelMap(from, to), filter, pages);
+    return SamplePages(*part, PerspectivePixelMap(from, to), filter, pages);
 }

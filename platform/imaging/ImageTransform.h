@@ -21,13 +21,18 @@ enum class WarpKind : int { Perspective = 0, Bilinear = 1 };
 /// Moves by whole pixels, quarter turns and flips store the very same pixels and share pages that line up. What is
 /// uniform stays uniform. Null, with nothing made, for a matrix that is singular or not finite, or whose result would
 /// not lie within 2^29 pixels of the origin or would touch over 2^31 pixels.
-PAINTLAYER_EXPORT qs::Reference<ilSmartImage>
-TransformImage(const ilMIOImage& source, const qsLinear::AffineMatrix& matrix, const TransformFilters& filters);
+///
+/// kept: where the result is wanted, in its coordinates; empty for everywhere. A result of over 2^24 pixels that is
+/// also larger than `kept` is cut to it, at whole pages: work and memory are those of what is left.
+PAINTLAYER_EXPORT qs::Reference<ilSmartImage> TransformImage(const ilMIOImage& source,
+                                                             const qsLinear::AffineMatrix& matrix,
+                                                             const TransformFilters& filters, const ilTile& kept = {});
 
-/// The part `from` of the image drawn into the quadrilateral `to`; what lies outside of it is left out. Null as above,
-/// and for a quadrilateral that is not convex or has no area, and for an unknown kind.
+/// The part `from` of the image drawn into the quadrilateral `to`; what lies outside of it is left out. kept, and null,
+/// as above; null also for a quadrilateral that is not convex or has no area, and for an unknown kind.
 PAINTLAYER_EXPORT qs::Reference<ilSmartImage> WarpImage(const ilMIOImage& source, const ilTile& from, const Rect8f& to,
-                                                        WarpKind kind, const TransformFilters& filters);
+                                                        WarpKind kind, const TransformFilters& filters,
+                                                        const ilTile& kept = {});
 
 /// True when the matrix only moves, by whole pixels.
 PAINTLAYER_EXPORT bool IsWholePixelMove(const qsLinear::AffineMatrix& matrix, int& dx, int& dy);

@@ -7,8 +7,19 @@
 
 namespace {
 
-/// Duplicates are many before they are taken out: neighbouring source pages meet on the same pages of the result.
-constexpr size_t kMaxListed = 16 * kMaxTransformedPages;
+/// Neighbouring source pages meet on the same pages of the result: so many times the result are listed before what is
+/// there twice is taken out.
+constexpr size_t kDuplicates = 16;
+
+ilTile PagesOf(const ilTile& tile)
+{
+    if (tile.IsEmpty())
+        return {};
+    const int left = PageIndexOf(tile.x);
+    const int top = PageIndexOf(tile.y);
+    return {left, top, PageIndexOf(static_cast<int>(tile.Right() - 1)) - left + 1,
+            PageIndexOf(static_cast<int>(tile.Bottom() - 1)) - top + 1};
+}
 
 std::optional<uint32_t> UniformValueOf(const Page& page)
 {
@@ -23,6 +34,10 @@ std::optional<uint32_t> UniformValueOf(const Page& page)
 
 }  // namespace
 
+TransformPages::TransformPages(const ilTile& kept)
+    : kept_(PagesOf(kept)), mostWhole_(std::max(kWholePages, static_cast<size_t>(kept_.Area())))
+{}
+
 bool TransformPages::AddBox(double left, double top, double right, double bottom)
 {
     const auto isNear = [](double v) { return std::fabs(v) <= kMaxTransformedCoordinate; };  // false for a NaN
@@ -32,13 +47,42 @@ bool TransformPages::AddBox(double left, double top, double right, double bottom
     const int y0 = PageIndexOf(static_cast<int>(std::floor(top)));
     const int x1 = PageIndexOf(static_cast<int>(std::ceil(right)));
     const int y1 = PageIndexOf(static_cast<int>(std::ceil(bottom)));
-    const int64_t count = (int64_t{x1} - x0 + 1) * (int64_t{y1} - y0 + 1);
-    if (count > static_cast<int64_t>(kMaxListed - pages_.size()))
-        return false;
-    for (int px = x0; px <= x1; ++px)
-        for (int py = y0; py <= y1; ++py)
+    return ListPages({x0, y0, x1 - x0 + 1, y1 - y0 + 1});
+}
+
+bool TransformPages::ListPages(ilTile pages)
+{
+    if (isCut_)
+        pages = ilTileIntersection(pages, kept_);
+    if (!MakeRoom(pages.Area())) {
+        if (isCut_ || kept_.IsEmpty())
+            return false;
+        isCut_ = true;
+        std::erase_if(pages_, [this](const auto& page) { return !kept_.Contains(page.first, page.second); });
+        return ListPages(pages);
+    }
+    for (int px = pages.x; px < pages.Right(); ++px)
+        for (int py = pages.y; py < pages.Bottom(); ++py)
             pages_.emplace_back(px, py);
     return true;
+}
+
+/// Whether `count` pages more can be listed and the result still be what it may be.
+bool TransformPages::MakeRoom(int64_t count)
+{
+    const size_t most = isCut_ || kept_.IsEmpty() ? kMaxTransformedPages : mostWhole_;
+    if (count > static_cast<int64_t>(most))
+        return false;
+    const size_t listed = kDuplicates * most;
+    if (pages_.size() + static_cast<size_t>(count) > listed)
+        RemoveDuplicates();
+    return pages_.size() <= most;
+}
+
+void TransformPages::RemoveDuplicates()
+{
+    std::sort(pages_.begin(), pages_.end());
+    pages_.erase(std::unique(pages_.begin(), pages_.end()), pages_.end());
 }
 
 bool TransformPages::AddMapped(const ilMIOImage& source, const qsLinear::AffineMatrix& matrix, double growX,
@@ -63,8 +107,9 @@ bool TransformPages::AddMapped(const ilMIOImage& source, const qsLinear::AffineM
 
 bool TransformPages::Take(List& pages)
 {
-    std::sort(pages_.begin(), pages_.end());
-    pages_.erase(std::unique(pages_.begin(), pages_.end()), pages_.end());
+    RemoveDuplicates();
+    if (!isCut_ && !kept_.IsEmpty() && pages_.size() > mostWhole_)
+        std::erase_if(pages_, [this](const auto& page) { return !kept_.Contains(page.first, page.second); });
     pages = std::move(pages_);
     return pages.size() <= kMaxTransformedPages;
 }

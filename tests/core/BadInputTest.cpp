@@ -282,3 +282,87 @@ TEST_F(BadInput, ThePointSmootherTakesAnything)
         }
     }
 }
+
+// Whatever the numbers, a small document costs what can be seen and kept of it, and the picture is the one composed
+// afresh.
+TEST_F(BadInput, NoNumberMakesMoreWorkThanTheDocumentIsWorth)
+{
+    constexpr int kMostPages = 40'000;  // made in all; a command keeps 2^24 pixels of a layer at most, 4096 pages
+    const double numbers[] = {0,   1,   -1,  0.001, 7,         100,       300,  -300, 5000,
+                              1e5, 1e7, 1e9, -1e9,  INT32_MAX, INT32_MIN, 1e12, 1e30, 3e38};
+    std::mt19937 random(1);
+    const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+    const auto real = [&] { return static_cast<float>(numbers[below(std::size(numbers))] * (below(2) == 0 ? -1 : 1)); };
+    const auto whole = [&] { return static_cast<int>(std::clamp<double>(double{real()}, INT32_MIN, INT32_MAX)); };
+    const auto near = [&] { return below(3) == 0 ? real() : static_cast<float>(below(100)); };
+    const auto filter = [&] { return static_cast<FilterMethod>(below(5)); };
+    const auto transform = [&] {
+        return LayerStackTransform(near(), near(), below(2) == 0 ? 1 : real(), below(2) == 0 ? 2 : real(), near(),
+                                   near(), real());
+    };
+    const std::function<void()> commands[] = {
+        [&] { PaintCore.SetLayerOffset(whole(), whole()); },
+        [&] { PaintCore.SetCurrentLayerOffset(below(50), below(50)); },
+        [&] {
+            PaintCore.AddLayer({}, static_cast<LayerMode>(below(3)), kLayerTypeRaster, true, kCurrentLayerHandle,
+                               whole(), whole());
+        },
+        [&] { PaintCore.XForm(transform(), filter(), filter()); },
+        [&] { PaintCore.ProxyXForm(transform(), filter(), filter()); },
+        [&] {
+            PaintCore.Deform({{near(), near(), near(), near()}, {near(), near(), near(), near()}}, filter(), below(2));
+        },
+        [&] {
+            PaintCore.ProxyDeform({{0, near(), real(), 0}, {0, 0, real(), near()}}, filter(), below(2));
+        },
+        [&] { PaintCore.ScaleAllLayers(1 + below(3000), 1 + below(3000), filter(), filter()); },
+        [&] { PaintCore.ScaleAllLayers(whole(), whole(), filter(), filter()); },
+        [&] { PaintCore.ScaleAllLayers(10 + below(100), 10 + below(100), filter(), filter()); },
+        [&] {
+            PaintCore.ResizeDocument({whole(), whole(), 1 + below(200), 1 + below(200)});
+        },
+        [&] {
+            PaintCore.CropDocument({whole(), whole(), below(200), whole()});
+        },
+        [&] { PaintCore.PickLayer(whole(), below(100), real()); },
+        [&] {
+            PaintCore.FillLayer({whole(), whole(), whole(), whole()}, {1, 0, 0, 0.5F});
+        },
+        [&] { PaintCore.MoveSelection(whole(), whole()); },
+        [&] { PaintCore.AddToSelection(ilTile(whole(), whole(), whole(), whole())); },
+        [&] {
+            PaintCore.FloodFillDone(whole(), below(100), real(), {0, 0, 1, 1});
+        },
+        [&] { PaintCore.SharpenOrBlurDone(-0.5F, below(2) == 0 ? 20.0F : real()); },
+        [&] {
+            const gk_spline guide({{near(), near()}, {near(), real()}, {real(), near()}, {near(), near()}});
+            StrokeParameters stroke;
+            stroke.interpolation = below(3);
+            stroke.guideSpline = const_cast<gk_spline*>(&guide);
+            stroke.spacing = std::abs(near());
+            stroke.spacingJitter = 1;
+            stroke.scatter = below(2) == 0 ? real() : 0;
+            stroke.markerBlend = below(3) == 0;
+            PaintCore.SetStrokeParameters(stroke);
+            PaintCore.BeginBrushStroke(below(2) == 0);
+            for (int i = 0; i < 5; ++i)
+                Sample(near(), near(), std::abs(near()), 0.5F, 1, real());
+            PaintCore.EndBrushStroke();
+            PaintCore.SetStrokeParameters({});
+        },
+    };
+    for (int document = 0; document < 12; ++document) {
+        CloseAll();
+        Open(300, 200);
+        SetBrush(10);
+        Dab(50, 40, 30);
+        ScarceMemory pages(kMostPages);
+        for (int i = 0; i < 40; ++i) {
+            commands[below(std::size(commands))]();
+            ASSERT_EQ(pages.refused, 0) << "document " << document << ", command " << i;
+        }
+        PaintCore.EndProxy();
+        PaintCore.ForceUpdate();
+        CloseAll();
+    }
+}

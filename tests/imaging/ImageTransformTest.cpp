@@ -1,5 +1,6 @@
 #include "platform/imaging/ImageTransform.h"
 #include "RandomImages.h"
+#include "platform/imaging/MappedSampler.h"
 #include "platform/imaging/PageWalk.h"
 #include "platform/imaging/kernels/Kernels.h"
 
@@ -256,6 +257,101 @@ TEST(ImageTransform, WarpsReachTheCornersAndKeepTheArea)
         const auto small = WarpImage(*image, from, {{0, 4, 5, 0}, {0, 0, 3, 3}}, kind, {});
         EXPECT_NEAR(TotalAlpha(*small), 13.5, 1.0);
     }
+}
+
+/// A perspective that counts the positions that it is asked for.
+class CountingMap : public PixelMap {
+public:
+    CountingMap(const ilTile& from, const Rect8f& to) : map_(from, to) {}
+    void MapPoint(double x, double y, double& u, double& v) const override
+    {
+        ++count;
+        map_.MapPoint(x, y, u, v);
+    }
+    void MapRow(double x, double y, int n, int originX, int originY, int32_t* u, int32_t* v) const override
+    {
+        count += n;
+        map_.MapRow(x, y, n, originX, originY, u, v);
+    }
+    mutable int64_t count = 0;
+
+private:
+    PerspectivePixelMap map_;
+};
+
+TEST(ImageTransform, WarpsAverageWhatTheyShrinkAtABoundedCostWhateverTheScale)
+{
+    Random random(6);
+    const ilTile from(0, 0, 400, 400);
+    const qs::Reference<ilSmartImage> image(new ilSmartImage(ilPixel()));
+    for (int i = 0; i < 40; ++i)
+        image->fillTile(ilTileIntersection(random.Tile(0, 400, 150), from), random.Premultiplied());
+    for (const Rect8f& quad :
+         {Rect8f{{140, 160, 300, 0}, {0, 0, 300, 300}}, Rect8f{{149.5F, 150.5F, 300, 0}, {0, 0, 300, 300}},
+          Rect8f{{0, 300, 300, 0}, {0, 0, 3, 2}}, Rect8f{{5, 50, 20, 0}, {2, 30, 60, 7}},
+          Rect8f{{0, 2, 200, 190}, {0, 0, 150, 160}}}) {
+        const CountingMap map(from, quad);
+        const qs::Reference<ilSmartImage> target(new ilSmartImage(ilPixel()));
+        MappedSampler sampler(*image, *target, map, kFilterBilinear);
+        ForEachPage({0, 0, 320, 320}, [&](int px, int py, const ilTile&) { sampler.MakePage(px, py); });
+        EXPECT_LT(map.count, 320 * 320 * 60) << "positions";
+
+        constexpr int kFine = 24;
+        double sum = 0, largest = 0;
+        int count = 0;
+        for (int i = 0; i < 12'000; ++i) {
+            const int x = random.Int(0, static_cast<int>(std::max(quad.x[1], quad.x[2])) - 1);
+            const int y = random.Int(0, static_cast<int>(quad.y[2]) - 1);
+            double u, v, acrossU, acrossV, downU, downV;
+            map.MapPoint(x, y, u, v);
+            map.MapPoint(x + 1, y, acrossU, acrossV);
+            map.MapPoint(x, y + 1, downU, downV);
+            if (std::hypot(acrossU - u, acrossV - v) < 1.5 || std::hypot(downU - u, downV - v) < 1.5)
+                continue;  // interpolated rather than averaged
+            double expected = 0;
+            for (int k = 0; k < kFine * kFine; ++k) {
+                map.MapPoint(x + (k % kFine + 0.5) / kFine, y + (k / kFine + 0.5) / kFine, u, v);
+                if (u >= 0 && v >= 0 && u < 400 && v < 400)
+                    expected += image->GetPixel(static_cast<int>(u), static_cast<int>(v)).GetAlpha();
+            }
+            const double error = std::fabs(target->GetPixel(x, y).GetAlpha() - expected / (kFine * kFine));
+            count += expected > 0 ? 1 : 0;
+            sum += error;
+            largest = std::max(largest, expected > 0 ? error : 0);
+        }
+        ASSERT_GT(count, 20);
+        EXPECT_LT(sum / count, 2.5) << "mean error in levels";
+        EXPECT_LT(largest, 40);
+    }
+}
+
+TEST(ImageTransform, ResultsOfAnySizeCostWhatIsKept)
+{
+    Random random(7);
+    const auto image = MakeRandomImage(random, 4);
+    const ilTile box(-100, -100, 250, 200);
+    const ilTile kept(-1000, -1000, 2300, 2300);
+    for (const float far : {1e6F, 1e8F})
+        for (const WarpKind kind : {WarpKind::Perspective, WarpKind::Bilinear}) {
+            for (const Rect8f& quad :
+                 {Rect8f{{0, far, far, 0}, {0, 0, 300, 300}},
+                  Rect8f{{-far, far, far, -far}, {-far, -far, far, far * 0.9F}},
+                  Rect8f{{0, 300, far, 0}, {0, 0, far, 300}}, Rect8f{{0, 300, 300, far}, {0, 0, 300, far}}}) {
+                const auto result = WarpImage(*image, box, quad, kind, {}, kept);
+                EXPECT_TRUE(!result || result->GetPageCount() <= 4096) << far;
+            }
+        }
+    // What is kept is what the whole result has there.
+    for (const AffineMatrix& m :
+         {AffineMatrix::Scale(20, 23), AffineMatrix::Rotation(30) * AffineMatrix::Scale(20, 20)}) {
+        const auto whole = TransformImage(*image, m, {});
+        const auto cut = TransformImage(*image, m, {}, kept);
+        ASSERT_GT(whole->GetPageCount(), 4096U);
+        EXPECT_LE(cut->GetPageCount(), 37U * 37);
+        EXPECT_TRUE(AreSame(*whole, *cut));
+    }
+    const auto small = TransformImage(*image, AffineMatrix::Translation(5000, 0.5), {}, kept);
+    EXPECT_TRUE(small->GetBounds().x > kept.Right()) << "what is not too large is kept wherever it lies";
 }
 
 TEST(ImageTransform, WhatMakesNoPictureIsRefused)
