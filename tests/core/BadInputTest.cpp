@@ -2,7 +2,9 @@
 
 #include "platform/geometry/gk_spline.h"
 
+#include <cmath>
 #include <limits>
+#include <random>
 
 using BadInput = PaintCoreTest;
 
