@@ -95,7 +95,7 @@ public:
     void MakeCompositeMask(LayerStack* stack, bool remake);
 
     /// The same of the given masks, bottom first.
-    void MakeCompositeMask(LayerStack* stack, const qs::vector<PntHandle>& masks, bool withSelection);
+    void MakeCompositeMask(LayerStack* stack, const qs::vector<PntHandle>& masks, bool withSelection = false);
 
     /// Four channels, premultiplied, canvas coordinates; null when there is nothing to show.
     const qs::TempReference<ilSmartImage>& GetCompositeMask() const { return compositeMask_; }

@@ -298,6 +298,13 @@ public:
     /// shared with the layer where they look alike. Null without an image.
     qs::TempReference<ilSmartImage> GetStencilledImage(const ilTile* tile = nullptr, bool fullOpacity = false);
 
+    /// The same, made now.
+    qs::TempReference<ilSmartImage> MakeStencilledImage(const ilTile* tile, bool fullOpacity);
+
+    /// Brings the union of the active stencils up to date when it is marked dirty; not on masks and stencils. All of it
+    /// is made, so the arguments are not used.
+    void MakeStencilComposite(const ilTile& tile, Layer* changed, const qs::TempReference<ilImage>& image);
+
     /// Hides what the stencils cover of the painter's paged target, both in layer coordinates, within `tile` (null:
     /// the painted bounds).
     void DoStencil(const ilTile* tile, PaintOps* painter);
@@ -335,7 +342,6 @@ private:
     bool DeformOriginal(const Rect8f& onCanvas, FilterMethod filter, int kind);
     qs::vector<Layer*> FindActiveStencils() const;
     void MakeStencilComposite();
-    qs::TempReference<ilSmartImage> MakeStencilledImage(const ilTile* tile, bool fullOpacity);
     void ShowCoverage(ilSmartImage& into, const ilTile& tile) const;
     static void MakeMaskImageOne(ilSmartImage& into, const ilTile& tile, const Layer& mask);
 

@@ -4,8 +4,10 @@
 #include "layers/Layer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -47,11 +49,30 @@ void LayerFolder::Copy(const LayerFolder& source)
 {
     if (&source == this)
         return;
+    const bool wasLocked = IsLocked();
+    const PntHandle remembered = cachedCurrent_;
+    CopyWhole(source);
+    SetLocked(wasLocked);
+    cachedCurrent_ = remembered;
+}
+
+void LayerFolder::CopyWhole(const LayerFolder& source)
+{
+    if (&source == this)
+        return;
     Clear();
     children_.reserve(source.children_.size());
     for (LayerContainer* child : source.children_) {
-        children_.push_back(child->Clone());
-        children_.back()->AddRef();
+        LayerContainer* copy = nullptr;
+        if (const LayerFolder* folder = AsFolder(child)) {
+            auto made = std::make_unique<LayerFolder>(folder->GetLayerContainerHandle());
+            made->CopyWhole(*folder);
+            copy = made.release();
+        } else {
+            copy = child->Clone();
+        }
+        children_.push_back(copy);
+        copy->AddRef();
     }
     SetLayerContainerHandle(source.GetLayerContainerHandle());
     SetProperties(source.GetProperties());
@@ -174,6 +195,31 @@ void LayerFolder::Translate(int dx, int dy)
             layer->SetOffset(moved(x, dx), moved(y, dy), LayerStackTransform(), true);
         }
     }
+}
+
+bool LayerFolder::Scale(float xScale, float yScale, float xCenter, float yCenter)
+{
+    using qsLinear::AffineMatrix;
+    if (!(xScale > 0 && yScale > 0 && std::isfinite(xCenter) && std::isfinite(yCenter)))
+        return false;
+    const AffineMatrix matrix = AffineMatrix::Translation(double{xCenter}, double{yCenter}) *
+                                AffineMatrix::Scale(double{xScale}, double{yScale}) *
+                                AffineMatrix::Translation(-double{xCenter}, -double{yCenter});
+    qs::vector<LayerContainer*> contents;
+    GetLCArray_FLATTEN(&contents);
+    qs::vector<std::pair<qs::Reference<Layer>, LayerPicture>> scaled;
+    for (LayerContainer* container : contents)
+        if (Layer* layer = dynamic_cast<Layer*>(container); layer != nullptr && layer->GetImage()) {
+            scaled.emplace_back(layer, RebasePicture(layer->GetOriginalPicture(), matrix,
+                                                     {kFilterArea, kFilterBilinear}));
+            if (!scaled.back().second)
+                return false;
+        }
+    for (const auto& [layer, picture] : scaled) {
+        layer->EndProxy();
+        layer->ReplacePicture(picture, matrix);
+    }
+    return true;
 }
 
 void LayerFolder::VerifyAllLsHandle(const qsOS::Uuid& layerStack)

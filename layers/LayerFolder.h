@@ -47,8 +47,11 @@ public:
 
     void Clear();
 
-    /// Replaces the contents by clones of the source's; takes its handle, name, flags and remembered layer.
+    /// Replaces the contents by clones of the source's; takes its handle, name and active flag.
     void Copy(const LayerFolder& source);
+
+    /// The same with all flags and what is remembered, also of the folders in it: for another version of a document.
+    void CopyWhole(const LayerFolder& source);
 
     /// The first / last child, null when empty. Not shallow: goes down into folders until it meets a layer or an
     /// empty folder.
@@ -114,6 +117,10 @@ public:
 
     /// Moves every layer on the canvas.
     void Translate(int dx, int dy);
+
+    /// Scales every layer's content about a canvas point. False, with nothing changed, for factors that are not above 0
+    /// and where a result would grow too large.
+    bool Scale(float xScale, float yScale, float xCenter, float yCenter);
 
     // --- flags and the remembered layer ---
 

@@ -45,6 +45,11 @@ void Layer::MakeStencilComposite()
     stencilCompositeDirty_ = false;
 }
 
+void Layer::MakeStencilComposite(const ilTile&, Layer*, const qs::TempReference<ilImage>&)
+{
+    MakeStencilComposite();
+}
+
 const ilMIOImage* Layer::GetUpToDateStencil()
 {
     if (isStencil() || isMask())

@@ -40,9 +40,9 @@ LayerStack::LayerStack(qs::Reference<LayerStack> source)
         return;
     source->EndProxy();
     LayerStackState::operator=(*source);
-    imageFolder_->Copy(*source->imageFolder_);
-    maskFolder_->Copy(*source->maskFolder_);
-    stencilFolder_->Copy(*source->stencilFolder_);
+    imageFolder_->CopyWhole(*source->imageFolder_);
+    maskFolder_->CopyWhole(*source->maskFolder_);
+    stencilFolder_->CopyWhole(*source->stencilFolder_);
     if (source->selectionMask_)
         selectionMask_.reset(static_cast<Layer*>(source->selectionMask_->Clone()));
     currentLayer_ = GetLayerFromHandle(source->GetCurrentLayerContainerHandle());

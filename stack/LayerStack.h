@@ -789,6 +789,7 @@ private:
     void DamageLayer(Layer& layer);
     struct EndedProxy;
     bool AskWhetherEditsStay(const EndedProxy& ended);
+    void DropProxy() noexcept;
     void DropProxyEdits(Layer& layer, bool goesOn);
     void DamageProxyEdits(Layer& layer);
 
@@ -800,6 +801,7 @@ private:
     EditLimit GetEditLimit(const Layer& layer) const;
     bool EditLayers(const qs::vector<PntHandle>& handles, const MakePicture& make);
     bool EditInProxy(const qs::vector<PntHandle>& handles, const MakePicture& make);
+    bool PreviewLayers(const qs::vector<PntHandle>& handles, const MakePicture& make);
     bool TransformDocument(const qsLinear::AffineMatrix& matrix, int64_t width, int64_t height,
                            const TransformFilters& filters);
     qs::vector<qs::Reference<Layer>> GetAllLayers() const;  // of the three folders, and the selection mask

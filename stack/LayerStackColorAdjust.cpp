@@ -11,8 +11,7 @@ bool LayerStack::ColorAdjust(const ColorAdjustParm& parm, float amount, const Pn
 bool LayerStack::ProxyColorAdjust(const ColorAdjustParm& parm, float amount, const PntHandle& handle)
 {
     const qs::vector<PntHandle> target = GetEditTarget(handle);
-    return !target.empty() && BeginProxy({}, target) &&
-           EditInProxy(target, [&](const Layer& layer, const EditLimit& limit) {
+    return PreviewLayers(target, [&](const Layer& layer, const EditLimit& limit) {
                return AdjustPicture(layer.GetOriginalPicture(), parm, {}, amount, limit);
            });
 }

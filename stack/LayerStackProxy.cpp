@@ -118,6 +118,18 @@ bool LayerStack::AskWhetherEditsStay(const EndedProxy& ended)
     return keepsEdits;
 }
 
+/// Ends a proxy that memory did not suffice for; nobody hears of it.
+void LayerStack::DropProxy() noexcept
+{
+    for (const PntHandle& handle : proxyLayers_)
+        if (Layer* layer = GetLayerFromHandle(handle))
+            layer->EndProxy();
+    inProxy_ = false;
+    proxyParameters_.reset();
+    proxyLayers_.clear();
+    DistrustCaches();
+}
+
 void LayerStack::RevertProxy()
 {
     const StackEdit edit(*this);

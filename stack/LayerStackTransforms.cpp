@@ -35,11 +35,30 @@ bool LayerStack::EditLayers(const qs::vector<PntHandle>& handles, const MakePict
         return false;
     try {
         isDone = EditInProxy(handles, make);
-    } catch (...) {
         EndProxy();
+    } catch (...) {
+        DropProxy();
         throw;
     }
-    EndProxy();
+    return isDone;
+}
+
+/// The same as a preview, in the proxy in progress or one that it begins.
+bool LayerStack::PreviewLayers(const qs::vector<PntHandle>& handles, const MakePicture& make)
+{
+    const bool begins = !inProxy_;
+    if (handles.empty() || !BeginProxy({}, handles))
+        return false;
+    bool isDone = false;
+    try {
+        isDone = EditInProxy(handles, make);
+    } catch (...) {
+        if (begins)
+            DropProxy();
+        throw;
+    }
+    if (!isDone && begins)
+        EndProxy();
     return isDone;
 }
 
@@ -83,8 +102,7 @@ bool LayerStack::ProxyXForm(const LayerStackTransform& transform, FilterMethod m
 {
     const qs::vector<PntHandle> targets = GetTransformTargets(handle);
     const qsLinear::AffineMatrix matrix = transform.GetMatrix();
-    return !targets.empty() && BeginProxy({}, targets) &&
-           EditInProxy(targets, [&](const Layer& layer, const EditLimit& limit) {
+    return PreviewLayers(targets, [&](const Layer& layer, const EditLimit& limit) {
                return TransformPicture(layer.GetOriginalPicture(), matrix, {minify, magnify}, KeptAround(size_), limit);
            });
 }
@@ -105,8 +123,7 @@ bool LayerStack::ProxyDeform(const Rect8f& corners, FilterMethod filter, int kin
 {
     const qs::vector<PntHandle> targets = GetTransformTargets(handle);
     const ilTile from = GetTransformBounds(handle);
-    return !targets.empty() && BeginProxy({}, targets) &&
-           EditInProxy(targets, [&](const Layer& layer, const EditLimit& limit) {
+    return PreviewLayers(targets, [&](const Layer& layer, const EditLimit& limit) {
                return DeformPicture(layer.GetOriginalPicture(), from, corners.Moved(dx, dy),
                                     static_cast<WarpKind>(kind), {filter, filter}, KeptAround(size_), limit);
            });

