@@ -8,13 +8,6 @@
 
 namespace {
 
-CompositeSource SourceOf(const ilMIOImage& image)
-{
-    CompositeSource source;
-    source.image = &image;
-    return source;
-}
-
 /// True when caching the source would give its own bytes.
 bool StandsForItself(const CompositeSource& source)
 {
@@ -53,22 +46,44 @@ qs::TempReference<ilSmartImage> CompositeBase::Compose(bool useCached, bool keep
         return {};
     if (!useCached)
         DropCaches();
-    if (cache_) {
+    if (cache_.bytes) {
         MendCache();
-        return cache_;
+        return cache_.bytes;
     }
-    const qs::TempReference<ilSmartImage> image(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
+    const Picture picture = NewPicture();
     if (GetCompositePort().CompositesSuspended(stack_))
-        return image;
+        return picture.bytes;
     const ilTile area = keep ? GrownToPages(GetCanvas()) : GetCanvas();
     CollectSources(area);
-    ComposePages(*image, area, sources_);
+    ComposePicture(picture, area);
     timeStamp_ = qsOS::CurrentFileTime();
     if (keep) {
-        cache_ = image;
+        cache_ = picture;
         staleArea_ = ilTile();
     }
-    return image;
+    return picture.bytes;
+}
+
+CompositeBase::Picture CompositeBase::NewPicture() const
+{
+    Picture picture;
+    picture.bytes.reset(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
+    if (firstFine_ < children_.size())
+        picture.fractions.reset(new ilSmartImage(kWholeLevels));
+    return picture;
+}
+
+void CompositeBase::ComposePicture(const Picture& picture, const ilTile& tile) const
+{
+    ComposePages(*picture.bytes, tile, sources_, picture.fractions.get());
+}
+
+CompositeSource CompositeBase::SourceOf(const Picture& picture)
+{
+    CompositeSource source;
+    source.image = picture.bytes.get();
+    source.fractions = picture.fractions && !picture.fractions->IsEmpty() ? picture.fractions.get() : nullptr;
+    return source;
 }
 
 void CompositeBase::MendCache()
@@ -77,7 +92,7 @@ void CompositeBase::MendCache()
         return;
     const ilTile area = ilTileIntersection(staleArea_, GrownToPages(GetCanvas()));
     CollectSources(area);
-    ComposePages(*cache_, area, sources_);
+    ComposePicture(cache_, area);
     timeStamp_ = qsOS::CurrentFileTime();
     staleArea_ = ilTile();
 }
@@ -99,10 +114,12 @@ void CompositeBase::AppendSources(const ilTile& tile, qs::vector<CompositeSource
 {
     if (children_.empty() || !IsShown())
         return;
-    if (!isLive_ && (cache_ || children_.size() > 1)) {
-        const qs::TempReference<ilSmartImage> image = Compose(true, true);
-        if (image == cache_ && !image->IsEmpty())
-            sources.push_back(SourceOf(*image));
+    const auto appendCache = [&] {
+        if (Compose(true, true) == cache_.bytes && !cache_.bytes->IsEmpty())
+            sources.push_back(SourceOf(cache_));
+    };
+    if (!isLive_ && (cache_.bytes || children_.size() > 1)) {
+        appendCache();
         return;
     }
     CollectSources(tile);
@@ -113,14 +130,13 @@ void CompositeBase::AppendSources(const ilTile& tile, qs::vector<CompositeSource
         return;
     }
     if (!isLive_) {
-        if (const qs::TempReference<ilSmartImage> image = Compose(true, true); image == cache_ && !image->IsEmpty())
-            sources.push_back(SourceOf(*image));
+        appendCache();
         return;
     }
-    if (!livePicture_)
-        livePicture_.reset(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
-    ComposePages(*livePicture_, tile, sources_);
-    sources.push_back(SourceOf(*livePicture_));
+    if (!live_.bytes)
+        live_ = NewPicture();
+    ComposePicture(live_, tile);
+    sources.push_back(SourceOf(live_));
 }
 
 void CompositeBase::MakeCache(bool useCached)
@@ -142,8 +158,27 @@ void CompositeBase::AppendStored(qs::vector<StoredSource>& sources) const
 void CompositeBase::CollectSources(const ilTile& tile)
 {
     sources_.clear();
-    for (CompositeBase* child : children_)
-        child->AppendSources(tile, sources_);
+    for (size_t i = 0; i < children_.size(); ++i) {
+        const size_t before = sources_.size();
+        children_[i]->AppendSources(tile, sources_);
+        for (size_t k = before; k < sources_.size(); ++k)
+            sources_[k].isFine = i >= firstFine_;
+    }
+}
+
+void CompositeBase::SettleFineness(bool isExact)
+{
+    qs::vector<CompositeBase*> members;
+    AppendMembers(members);
+    const auto reader = std::find_if(members.rbegin(), members.rend(), [](const CompositeBase* member) {
+        return member->GetMode() == CompositeMode::Effect;
+    });
+    const size_t first = isExact ? members.size() : static_cast<size_t>(members.rend() - reader);
+    if (first != firstFineMember_)
+        DropCache();
+    firstFineMember_ = first;
+    for (size_t i = 0; i < members.size(); ++i)
+        members[i]->SettleFineness(i < first);
 }
 
 CompositeBase* CompositeBase::Copy(LayerStack* stack) const
@@ -161,8 +196,12 @@ void CompositeBase::CopyStateTo(CompositeBase& copy) const
     copy.isLive_ = isLive_;
     copy.isGroup_ = isGroup_;
     copy.staleArea_ = staleArea_;
-    if (cache_)
-        copy.cache_.reset(new ilSmartImage(*cache_, 0, 0));
+    copy.firstFine_ = firstFine_;
+    copy.firstFineMember_ = firstFineMember_;
+    if (cache_.bytes)
+        copy.cache_.bytes.reset(new ilSmartImage(*cache_.bytes, 0, 0));
+    if (cache_.fractions)
+        copy.cache_.fractions.reset(new ilSmartImage(*cache_.fractions, 0, 0));
     copy.children_.reserve(children_.size());
     for (const CompositeBase* child : children_)
         copy.children_.push_back(child->Copy(copy.stack_));
@@ -178,16 +217,15 @@ void CompositeBase::MoveTo(LayerStack* stack) noexcept
 void CompositeBase::SetLive(bool live)
 {
     isLive_ = live;
+    live_ = {};  // the children may have been grouped otherwise
     if (live)
-        cache_.reset();
-    else
-        livePicture_.reset();
+        cache_ = {};
 }
 
 void CompositeBase::DropCache()
 {
-    cache_.reset();
-    livePicture_.reset();
+    cache_ = {};
+    live_ = {};
 }
 
 void CompositeBase::DropCaches()
@@ -233,7 +271,8 @@ void CompositeBase::DebugPrint() const
     const LayerContainer* effect = effect_ == kNullHandle ? nullptr : GetCompositePort().GetContainer(stack_, effect_);
     qsOS::OutputDebugFormat("CompositeBase[%p] mode[%c] effect[%s] cache[%p,%p]", static_cast<const void*>(this),
                             LetterOf(mode_), effect != nullptr ? effect->GetLayerContainerName() : "None",
-                            static_cast<const void*>(cache_.get()), static_cast<const void*>(livePicture_.get()));
+                            static_cast<const void*>(cache_.bytes.get()),
+                            static_cast<const void*>(cache_.fractions.get()));
     qsOS::OutputDebugStringA("Child");
     for (const CompositeBase* child : children_)
         qsOS::OutputDebugFormat("[%p]", static_cast<const void*>(child));

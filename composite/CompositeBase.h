@@ -8,12 +8,14 @@
 #include "platform/imaging/ilTile.h"
 #include "platform/os/Clock.h"
 
+#include <algorithm>
+
 class LayerStack;
 
 /// How a node meets the others.
 enum class CompositeMode : int {
     Plain,  // 'P': its picture stands for itself and is painted over what lies below
-    Effect,  // 'E': its blend mode needs what lies below, so it is never grouped above the reference
+    Effect,  // 'E': its blend mode reads what lies below
     Dropped,  // 'D': its container has left the document; draws nothing
 };
 
@@ -23,6 +25,11 @@ enum class CompositeMode : int {
 /// A node shows one picture: its children's, bottom to top, over transparency. A live node (on the path to the
 /// reference) composes it for each asked tile; any other keeps it as its cache. A node with one child that has nothing
 /// to apply to it hands the child's image on and keeps none.
+///
+/// A member above which nothing reads what lies below, in its folder and in those around it, is fine: it joins the
+/// picture with fractions of a level, which are rounded once, on the canvas. The others are applied one by one, each to
+/// the nearest byte, so that whoever reads them reads the same bytes whatever is cached. So a node has fractions for
+/// its fine children, or none.
 class CompositeBase {
 public:
     /// stack: borrowed, not null.
@@ -64,6 +71,17 @@ public:
     /// Looks at the container again for the mode; nothing for a node without one.
     virtual void RefreshMode() {}
 
+    /// Settles, in the whole subtree, from which member on all are fine. isExact: the node's own picture has to come
+    /// out in whole bytes. Drops the caches that no longer fit. The nodes are to be grouped afterwards.
+    void SettleFineness(bool isExact);
+
+    /// The first fine member's position among all members; their number when none is.
+    size_t GetFirstFineMember() const { return firstFineMember_; }
+
+    /// The children, groups or not, from position `first` on are fine.
+    void SetFirstFine(size_t first) { firstFine_ = std::min(first, children_.size()); }
+    size_t GetFirstFine() const { return firstFine_; }
+
     /// A copy for another document: the tree with its caches, which share pages. Owned by the caller.
     virtual CompositeBase* Copy(LayerStack* stack) const;
 
@@ -80,7 +98,7 @@ public:
     CompositeMode GetMode() const { return mode_; }
     const PntHandle& GetEffectHandle() const { return effect_; }
     const qsOS::FILETIME& GetTimeStamp() const { return timeStamp_; }
-    const qs::TempReference<ilSmartImage>& GetCache() const { return cache_; }
+    const qs::TempReference<ilSmartImage>& GetCache() const { return cache_.bytes; }
     bool IsPlain() const { return mode_ == CompositeMode::Plain && effect_ == kNullHandle; }
 
     /// On the path to the reference: composes anew for each tile. Drops the images of the other state.
@@ -117,15 +135,26 @@ protected:
     void CopyStateTo(CompositeBase& copy) const;
     ilTile GetCanvas() const;
 
+    /// A picture with its fractions, where there can be some.
+    struct Picture {
+        qs::TempReference<ilSmartImage> bytes;
+        qs::TempReference<ilSmartImage> fractions;
+    };
+    Picture NewPicture() const;
+    static CompositeSource SourceOf(const Picture& picture);
+    void ComposePicture(const Picture& picture, const ilTile& tile) const;
+
     LayerStack* stack_;
     qs::vector<CompositeBase*> children_;
-    qs::TempReference<ilSmartImage> cache_;  // the whole canvas; null when it must be made
+    Picture cache_;  // the whole canvas; null when it must be made
     ilTile staleArea_;  // where the cache must be mended
-    qs::TempReference<ilSmartImage> livePicture_;  // good for the tile asked for last
+    Picture live_;  // good for the tile asked for last
     qs::vector<CompositeSource> sources_;  // kept for its memory
     PntHandle effect_ = kNullHandle;
     qsOS::FILETIME timeStamp_;
     CompositeMode mode_ = CompositeMode::Plain;
+    size_t firstFine_ = 0;  // among the children
+    size_t firstFineMember_ = 0;
     bool isLive_ = false;
     bool isGroup_ = false;
 };

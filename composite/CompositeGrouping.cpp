@@ -15,7 +15,8 @@ constexpr size_t kGroupSize = 16;
 /// One change of the grouping under a node; nothing is changed before Commit.
 class Regrouping {
 public:
-    Regrouping(CompositeBase& parent, LayerStack* stack) : parent_(parent), stack_(stack)
+    explicit Regrouping(CompositeBase& parent)
+        : parent_(parent), stack_(parent.GetStack()), firstFine_(parent.GetFirstFineMember())
     {
         CollectGroups(parent);
         parent.AppendMembers(members_);
@@ -32,55 +33,81 @@ public:
 
     const Nodes& GetMembers() const { return members_; }
 
+    size_t GetFirstFine() const { return firstFine_; }
+
+    /// Nodes in order, the fine ones from a position on.
+    struct Row {
+        Nodes nodes;
+        size_t firstFine = SIZE_MAX;
+    };
+
     /// The group of the nodes: a present one, or a new one.
-    CompositeBase* Group(Nodes nodes)
+    CompositeBase* Group(Row row)
     {
+        const size_t firstFine = std::min(row.firstFine, row.nodes.size());
         for (size_t i = 0; i < present_.size(); ++i)
-            if (present_[i]->GetChildren() == nodes) {
+            if (present_[i]->GetChildren() == row.nodes && present_[i]->GetFirstFine() == firstFine) {
                 used_[i] = true;
                 return present_[i];
             }
         made_.push_back(std::make_unique<CompositeBase>(stack_));
         CompositeBase* group = made_.back().get();
-        group->GetChildren() = std::move(nodes);
+        group->GetChildren() = std::move(row.nodes);
+        group->SetFirstFine(firstFine);
         group->SetGroup();
         return group;
     }
 
-    /// Members from the bottom up, 16 by 16 in a chain of groups, each inside the next.
-    Nodes Chain(size_t count)
+    /// Members from the bottom up, 16 by 16 in a chain of groups, each inside the next; fewer than 32 at its end.
+    Row Chain(size_t count)
     {
-        Nodes nodes;
+        Row row;
         for (size_t i = 0; i < count; ++i) {
-            nodes.push_back(members_[i]);
-            if ((i + 1) % kGroupSize == 0)
-                nodes = {Group(std::move(nodes))};
+            if (i >= firstFine_)
+                row.firstFine = std::min(row.firstFine, row.nodes.size());
+            row.nodes.push_back(members_[i]);
+            if ((i + 1) % kGroupSize == 0 && count - (i + 1) >= kGroupSize) {
+                const bool isFine = row.firstFine != SIZE_MAX;
+                row = {{Group(std::move(row))}, isFine ? 0 : SIZE_MAX};
+            }
         }
-        return nodes;
+        return row;
     }
 
-    /// A run of normal members [begin, end) above the path. One of a single member is a group nevertheless, so that its
-    /// opacity rounds as it does beside members that happen to be empty.
-    CompositeBase* Run(size_t begin, size_t end)
+    /// The same as one node, if it is any.
+    Row OneOf(Row row)
     {
-        Nodes nodes;
+        if (row.nodes.size() < 2)
+            return row;
+        const bool isFine = row.firstFine != SIZE_MAX;
+        return {{Group(std::move(row))}, isFine ? 0 : SIZE_MAX};
+    }
+
+    /// The fine members from `begin` on, above the path. A single one is a group nevertheless, so that its opacity
+    /// rounds as it does beside members that happen to be empty.
+    CompositeBase* Run(size_t begin)
+    {
+        const size_t end = members_.size();
+        Row row{{}, 0};
         for (size_t block = begin; block < end;) {
             const size_t rest = (end - block) % kGroupSize;
             const size_t next = block + (rest != 0 ? rest : kGroupSize);
             // A lone member at the bottom of the run is painted over nothing, which rounds it just as a group does.
             if (next == block + 1 && next < end)
-                nodes.push_back(members_[block]);
+                row.nodes.push_back(members_[block]);
             else
-                nodes.push_back(Group(Nodes(members_.begin() + static_cast<ptrdiff_t>(block),
-                                            members_.begin() + static_cast<ptrdiff_t>(next))));
+                row.nodes.push_back(Group({Nodes(members_.begin() + static_cast<ptrdiff_t>(block),
+                                                 members_.begin() + static_cast<ptrdiff_t>(next)),
+                                           0}));
             block = next;
         }
-        return nodes.size() == 1 ? nodes.front() : Group(std::move(nodes));
+        return row.nodes.size() == 1 ? row.nodes.front() : Group(std::move(row));
     }
 
-    void Commit(Nodes children) noexcept
+    void Commit(Row row) noexcept
     {
-        parent_.GetChildren() = std::move(children);
+        parent_.GetChildren() = std::move(row.nodes);
+        parent_.SetFirstFine(row.firstFine);
         for (size_t i = 0; i < present_.size(); ++i)
             if (!used_[i]) {
                 present_[i]->GetChildren().clear();
@@ -104,6 +131,7 @@ private:
 
     CompositeBase& parent_;
     LayerStack* stack_;
+    size_t firstFine_;
     Nodes members_;
     Nodes present_;
     qs::vector<bool> used_;
@@ -116,39 +144,32 @@ namespace CompositeGrouping {
 
 void Split(CompositeBase& parent, const CompositeBase* pathChild)
 {
-    Regrouping regrouping(parent, parent.GetStack());
+    Regrouping regrouping(parent);
     const Nodes& members = regrouping.GetMembers();
     const auto path = static_cast<size_t>(std::find(members.begin(), members.end(), pathChild) - members.begin());
-    Nodes children = regrouping.Chain(path);
-    if (children.size() > 1)
-        children = {regrouping.Group(std::move(children))};
-    for (size_t i = path; i < members.size();) {
-        size_t end = i;
-        while (end < members.size() && end != path && members[end]->GetMode() != CompositeMode::Effect)
-            ++end;
-        if (end == i)
-            children.push_back(members[i++]);
-        else {
-            children.push_back(regrouping.Run(i, end));
-            i = end;
-        }
-    }
-    regrouping.Commit(std::move(children));
+    const size_t above = std::max(path + 1, regrouping.GetFirstFine());
+    Regrouping::Row row = regrouping.OneOf(regrouping.Chain(path));
+    if (path >= regrouping.GetFirstFine())
+        row.firstFine = std::min(row.firstFine, row.nodes.size());
+    row.nodes.insert(row.nodes.end(), members.begin() + static_cast<ptrdiff_t>(path),
+                     members.begin() + static_cast<ptrdiff_t>(above));
+    row.firstFine = std::min(row.firstFine, row.nodes.size());
+    if (above < members.size())
+        row.nodes.push_back(regrouping.Run(above));
+    regrouping.Commit(std::move(row));
 }
 
 void Join(CompositeBase& parent, bool asOneGroup)
 {
-    Regrouping regrouping(parent, parent.GetStack());
-    Nodes children = regrouping.Chain(regrouping.GetMembers().size());
-    if (asOneGroup && children.size() > 1)
-        children = {regrouping.Group(std::move(children))};
-    regrouping.Commit(std::move(children));
+    Regrouping regrouping(parent);
+    Regrouping::Row row = regrouping.Chain(regrouping.GetMembers().size());
+    regrouping.Commit(asOneGroup ? regrouping.OneOf(std::move(row)) : std::move(row));
 }
 
 void Open(CompositeBase& parent)
 {
-    Regrouping regrouping(parent, parent.GetStack());
-    regrouping.Commit(regrouping.GetMembers());
+    Regrouping regrouping(parent);
+    regrouping.Commit({regrouping.GetMembers(), regrouping.GetFirstFine()});
 }
 
 }  // namespace CompositeGrouping

@@ -14,7 +14,6 @@ struct StoredLayer {
     size_t member;
     CompositeSource source;
     bool isExact;  // cached apart, it would give its own bytes
-    bool isAlwaysSequential;  // never part of a group above
 };
 
 /// A page of the canvas; ordered by rows.
@@ -32,7 +31,9 @@ bool IsAligned(const CompositeSource& source)
 PageContent ContentOf(const ilMIOImage& image, int px, int py)
 {
     const PageReader page = image.ReadPage(px, py);
-    return page.IsMissing() ? PageContent::Transparent : page.GetPage()->GetContent();
+    if (page.IsMissing())
+        return image.GetFillValue().GetPacked() == 0 ? PageContent::Transparent : PageContent::Mixed;
+    return page.GetPage()->GetContent();
 }
 
 /// What the source has on a canvas page; opaque is only known where the pages line up.
@@ -59,21 +60,21 @@ qs::vector<StoredLayer> ListLayers(const qs::vector<CompositeBase*>& members, si
         for (const auto& [source, isFolded] : sources) {
             const bool isPlain =
                 source.mode == kBlendNormal && source.weight == kernels::kFullWeight && source.stencil == nullptr;
-            layers.push_back({i, source, isPlain || isFolded, members[i]->GetMode() == CompositeMode::Effect});
+            layers.push_back({i, source, isPlain || isFolded});
         }
     }
     return layers;
 }
 
-/// The canvas pages on which those of the layers that can be grouped have something stored; sorted.
+/// The canvas pages on which the layers may have something; sorted.
 qs::vector<CanvasPage> ListPages(const qs::vector<StoredLayer>& layers, const ilTile& canvas)
 {
     qs::vector<CanvasPage> pages;
     for (const StoredLayer& layer : layers) {
-        if (layer.isAlwaysSequential)
-            continue;
         const CompositeSource& source = layer.source;
         const ilTile area = ilTileMoved(canvas, -int64_t{source.x}, -int64_t{source.y});
+        if (source.image->GetFillValue().GetPacked() != 0)
+            ForEachPage(canvas, [&](int x, int y, const ilTile&) { pages.push_back({y, x}); });
         source.image->VisitPages(area, [&](int px, int py, const Page&) {
             const ilTile stored = ilTileMoved(PageTile(px, py), source.x, source.y);
             ForEachPage(ilTileIntersection(stored, canvas), [&](int x, int y, const ilTile&) {
@@ -86,9 +87,9 @@ qs::vector<CanvasPage> ListPages(const qs::vector<StoredLayer>& layers, const il
     return pages;
 }
 
-/// Whether grouping the members above `low` in one way or another can round differently on the page. A group changes
-/// nothing when it holds one image that a cache would repeat exactly, or when nothing lies beneath it; what an opaque
-/// page hides does not count.
+/// Whether the members from `low` on as a group, or those from `high` on, can round differently on the page. A group
+/// changes nothing when it holds one image that a cache would repeat exactly, or when nothing lies beneath it; what an
+/// opaque page hides does not count.
 bool CanDiffer(const qs::vector<StoredLayer>& layers, const CanvasPage& page, size_t low, size_t high)
 {
     int total = 0;
@@ -104,9 +105,9 @@ bool CanDiffer(const qs::vector<StoredLayer>& layers, const CanvasPage& page, si
             const int roundings = layer.isExact ? 1 : 2;
             counted = layer.member;
             total += roundings;
-            if (layer.member > low && !layer.isAlwaysSequential) {
+            if (layer.member >= low) {
                 groupable += roundings;
-                hasChanged = hasChanged || layer.member <= high;
+                hasChanged = hasChanged || layer.member < high;
             }
         }
         if (hasChanged && groupable >= 2 && total >= 3)
@@ -121,16 +122,21 @@ bool CanDiffer(const qs::vector<StoredLayer>& layers, const CanvasPage& page, si
 
 }  // namespace
 
-void CompositeGrouping::DamageDifference(LayerStack* stack, const qs::vector<CompositeBase*>& members, size_t oldPath,
-                                         size_t newPath)
+void CompositeGrouping::DamageDifference(const CompositeBase& parent, size_t oldPath, size_t newPath)
 {
-    const size_t low = std::min(oldPath, newPath);
-    const size_t high = std::max(oldPath, newPath);
-    if (low == high || low + 1 >= members.size())
-        return;  // the same grouping, or no member above in either
+    qs::vector<CompositeBase*> members;
+    parent.AppendMembers(members);
+    // Where the group above begins.
+    const auto groupAbove = [&](size_t path) {
+        return std::min(std::max(path + 1, parent.GetFirstFineMember()), members.size());
+    };
+    const size_t low = std::min(groupAbove(oldPath), groupAbove(newPath));
+    const size_t high = std::max(groupAbove(oldPath), groupAbove(newPath));
+    if (low == high)
+        return;
+    LayerStack* stack = parent.GetStack();
     const ilTile canvas = GetCompositePort().GetSize(stack);
-    const size_t end = std::min(high + 1, members.size());
-    const qs::vector<CanvasPage> pages = ListPages(ListLayers(members, low + 1, end), canvas);
+    const qs::vector<CanvasPage> pages = ListPages(ListLayers(members, low, high), canvas);
     if (pages.empty())
         return;
     const qs::vector<StoredLayer> layers = ListLayers(members, 0, members.size());

@@ -13,7 +13,13 @@ namespace {
 /// Layers at or below this opacity are left out, not drawn faintly.
 constexpr float kLeastOpacity = 0.002f;
 
-CompositeSource SourceOf(Layer& layer, const ilMIOImage& image)
+/// Whether anything of the image can show: an unstored area does when the image is filled.
+bool Shows(const ilMIOImage& image)
+{
+    return image.GetNumChannels() == 4 && (!image.IsEmpty() || image.GetFillValue().GetPacked() != 0);
+}
+
+CompositeSource SourceOfLayer(Layer& layer, const ilMIOImage& image)
 {
     CompositeSource source;
     source.image = &image;
@@ -55,13 +61,13 @@ Layer* CompositeLayer::FindVisibleLayer() const
 
 qs::TempReference<ilSmartImage> CompositeLayer::Compose(bool useCached, bool keep)
 {
-    if (useCached && cache_)
-        return cache_;
+    if (useCached && cache_.bytes)
+        return cache_.bytes;
     const qs::TempReference<ilSmartImage> image(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
     ComposeInto(*image, GetCanvas());
     timeStamp_ = qsOS::CurrentFileTime();
     if (keep)
-        cache_ = image;
+        cache_.bytes = image;
     return image;
 }
 
@@ -80,26 +86,26 @@ void CompositeLayer::AppendSources(const ilTile& tile, qs::vector<CompositeSourc
     const MaskingPaintOps* painter =
         isLive_ && layer == port.GetCurrentLayer(stack_) ? port.GetMaskingPainter(stack_) : nullptr;
     if (painter != nullptr) {
-        if (livePicture_)
-            livePicture_->Clear();  // the pages of other tiles are of no use
+        if (live_.bytes)
+            live_.bytes->Clear();  // the pages of other tiles are of no use
         else
-            livePicture_.reset(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
-        const CompositeSource source = SourceOf(*layer, *livePicture_);
-        painter->ComposeOperation(*livePicture_, ilTileMoved(tile, -int64_t{source.x}, -int64_t{source.y}));
+            live_.bytes.reset(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
+        const CompositeSource source = SourceOfLayer(*layer, *live_.bytes);
+        painter->ComposeOperation(*live_.bytes, ilTileMoved(tile, -int64_t{source.x}, -int64_t{source.y}));
         sources.push_back(source);
         return;
     }
     const qs::TempReference<ilMIOImage> image = layer->GetImage();
-    if (image && !image->IsEmpty() && image->GetNumChannels() == 4)
-        sources.push_back(SourceOf(*layer, *image));
+    if (image && Shows(*image))
+        sources.push_back(SourceOfLayer(*layer, *image));
 }
 
 void CompositeLayer::AppendStored(qs::vector<StoredSource>& sources) const
 {
     Layer* layer = FindVisibleLayer();
     const qs::TempReference<ilMIOImage> image = layer != nullptr ? layer->GetImage() : nullptr;
-    if (image && !image->IsEmpty() && image->GetNumChannels() == 4)
-        sources.push_back({SourceOf(*layer, *image), false});
+    if (image && Shows(*image))
+        sources.push_back({SourceOfLayer(*layer, *image), false});
 }
 
 CompositeBase* CompositeLayer::Copy(LayerStack* stack) const

@@ -61,6 +61,25 @@ size_t PositionOnPath(const qs::vector<CompositeBase*>& path, const CompositeBas
     return static_cast<size_t>(std::find(members.begin(), members.end(), at[1]) - members.begin());
 }
 
+/// Dissolves the groups in the whole subtree.
+void OpenAll(CompositeBase& node)
+{
+    CompositeGrouping::Open(node);
+    for (CompositeBase* child : node.GetChildren())
+        OpenAll(*child);
+}
+
+/// Appends the nodes of the containers that have members, from `node` down.
+void AppendParents(CompositeBase& node, qs::vector<CompositeBase*>& parents)
+{
+    qs::vector<CompositeBase*> members;
+    node.AppendMembers(members);
+    if (!members.empty())
+        parents.push_back(&node);
+    for (CompositeBase* member : members)
+        AppendParents(*member, parents);
+}
+
 /// The nodes of both lists, each once.
 qs::vector<CompositeBase*> UnionOf(qs::vector<CompositeBase*> nodes, const qs::vector<CompositeBase*>& others)
 {
@@ -118,6 +137,9 @@ void LayerStackComposite::RebuildTree(LayerStack* stack)
         AddNodes(stack, *root, *folder);
     root_ = root.release();
 
+    root_->SettleFineness(false);
+    isFinenessStale_ = true;  // which has all nodes grouped
+
     const Layer* current = port.GetCurrentLayer(stack);
     const bool isSoftStencil = current != nullptr && current->isStencil() && !current->IsHardLinkToOwnerLayer();
     const PntHandle reference = ReferenceOf(stack, current);
@@ -136,6 +158,8 @@ CompositeBase* LayerStackComposite::MakeCompositeTree(LayerStack* stack, const q
             root->GetChildren().push_back(node.get());
             static_cast<void>(node.release());
         }
+    root->SettleFineness(false);
+    OpenAll(*root);
     return root.release();
 }
 
@@ -207,23 +231,29 @@ void LayerStackComposite::ChangeLive(const PntHandle& ref)
     for (CompositeBase* node : UnionOf(newPath, oldPath)) {
         members.clear();
         node->AppendMembers(members);
-        for (CompositeBase* member : members)
-            member->RefreshMode();
-        CompositeGrouping::DamageDifference(owner_, members, PositionOnPath(oldPath, node, members),
+        CompositeGrouping::DamageDifference(*node, PositionOnPath(oldPath, node, members),
                                             PositionOnPath(newPath, node, members));
     }
     liveRef_ = ref;
     isGroupingStale_ = true;
 }
 
-/// Groups the nodes on the path to the live container around it, and joins those that were on the path before.
+/// Groups the nodes on the path to the live container around it, and joins those that were on the path before; where a
+/// blend mode changed, all nodes.
 void LayerStackComposite::GroupAroundLive()
 {
     if (!isGroupingStale_)
         return;
     const qs::vector<CompositeBase*> newPath = FindNodes(liveRef_);
+    qs::vector<CompositeBase*> changed = UnionOf(newPath, FindNodes(groupedRef_));
+    if (isFinenessStale_) {
+        root_->SettleFineness(false);
+        qs::vector<CompositeBase*> parents;
+        AppendParents(*root_, parents);
+        changed = UnionOf(std::move(changed), parents);
+    }
     qs::vector<CompositeBase*> members;
-    for (CompositeBase* node : UnionOf(newPath, FindNodes(groupedRef_))) {
+    for (CompositeBase* node : changed) {
         members.clear();
         node->AppendMembers(members);
         const size_t position = PositionOnPath(newPath, node, members);
@@ -237,7 +267,7 @@ void LayerStackComposite::GroupAroundLive()
         node->SetLive(isOnPath);
     }
     groupedRef_ = liveRef_;
-    isGroupingStale_ = false;
+    isGroupingStale_ = isFinenessStale_ = false;
     GenerateAdjustLCHPath();
 }
 
@@ -259,7 +289,8 @@ void LayerStackComposite::CompositeBaseDirty(const PntHandle& handle)
     node.DropCaches();
     const CompositeMode before = node.GetMode();
     node.RefreshMode();
-    isGroupingStale_ = isGroupingStale_ || node.GetMode() != before;
+    if (node.GetMode() != before)
+        isGroupingStale_ = isFinenessStale_ = true;
 }
 
 void LayerStackComposite::CompositeBaseDirty(const PntHandle& handle, const ilTile& tile)
@@ -306,6 +337,7 @@ void LayerStackComposite::CopyFrom(LayerStackComposite* source)
     liveRef_ = source->liveRef_;
     groupedRef_ = source->groupedRef_;
     isGroupingStale_ = source->isGroupingStale_;
+    isFinenessStale_ = source->isFinenessStale_;
     GenerateAdjustLCHPath();
 }
 

@@ -139,4 +139,5 @@ private:
     PntHandle liveRef_ = kNullHandle;  // what the current layer makes the reference: the tree is grouped around it
     PntHandle groupedRef_ = kNullHandle;  // around which it was grouped last
     bool isGroupingStale_ = false;  // liveRef_, a blend mode or the tree changed since
+    bool isFinenessStale_ = false;  // a blend mode changed since
 };

@@ -67,10 +67,11 @@ private:
 
 /// Composes every part of `tile` that any source shows; clearRest(isStored) clears what the target holds elsewhere.
 template <class Target, class ClearRest>
-void ComposeTile(Target& target, const ilTile& tile, const qs::vector<CompositeSource>& sources, ClearRest&& clearRest)
+void ComposeTile(Target& target, ilMIOImage* fractions, const ilTile& tile, const qs::vector<CompositeSource>& sources,
+                 ClearRest&& clearRest)
 {
     const int64_t pages = (tile.Area() >> (2 * kPageShift)) + 1;
-    PageComposer composer(sources, pages >= kLeastPagesShared);
+    PageComposer composer(sources, fractions, pages >= kLeastPagesShared);
     const bool isFilled = std::any_of(sources.begin(), sources.end(), [](const CompositeSource& source) {
         return source.image->GetFillValue().GetPacked() != 0;
     });
@@ -86,18 +87,23 @@ void ComposeTile(Target& target, const ilTile& tile, const qs::vector<CompositeS
 
 }  // namespace
 
-void ComposePages(ilMIOImage& target, const ilTile& tile, const qs::vector<CompositeSource>& sources)
+void ComposePages(ilMIOImage& target, const ilTile& tile, const qs::vector<CompositeSource>& sources,
+                  ilMIOImage* fractions)
 {
     if (tile.IsEmpty() || target.GetNumChannels() != 4)
         return;
-    ComposeTile(target, tile, sources, [&](const auto& isStored) {
+    ComposeTile(target, fractions, tile, sources, [&](const auto& isStored) {
         qs::vector<std::pair<int, int>> stale;
         target.VisitPages(tile, [&](int px, int py, const Page&) {
             if (!isStored(px, py))
                 stale.emplace_back(px, py);
         });
-        for (const auto& [px, py] : stale)
-            target.fillTile(ilTileIntersection(tile, PageTile(px, py)), ilPixel());
+        for (const auto& [px, py] : stale) {
+            const ilTile part = ilTileIntersection(tile, PageTile(px, py));
+            target.fillTile(part, ilPixel());
+            if (fractions != nullptr)
+                fractions->fillTile(part, kWholeLevels);
+        }
     });
 }
 
@@ -106,7 +112,7 @@ void ComposePages(ilMemoryImg& target, const ilTile& tile, const qs::vector<Comp
     const ilTile inside = ilTileIntersection(tile, target.GetBounds());
     if (inside.IsEmpty() || target.GetNumChannels() != 4)
         return;
-    ComposeTile(target, inside, sources, [&](const auto& isStored) {
+    ComposeTile(target, nullptr, inside, sources, [&](const auto& isStored) {
         target.VisitWrittenCells(inside, [&](int px, int py) {
             if (!isStored(px, py))
                 target.fillTile(ilTileIntersection(inside, PageTile(px, py)), ilPixel());

@@ -71,6 +71,7 @@ struct ColorAdjustment {
 using BlendModeSpan = void (*)(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 
 inline constexpr int kMostSourcesComposed = 4;
+inline constexpr int kMostSourcesComposedFine = 8;
 
 struct KernelTable {
     const char* name;  // "baseline", "avx2", "avx512"
@@ -96,6 +97,18 @@ struct KernelTable {
     /// dst = sources[0] with the others painted over it, bottom first, RGBA: the bytes of one after the other, without
     /// the loads and stores in between. sourceCount: 1 to kMostSourcesComposed; sources[0] may be dst.
     void (*composeOver)(uint8_t* dst, const uint8_t* const* sources, int sourceCount, int count);
+    // Fine pixels: bytes, each with the fraction of a level between -1/2 and 1/2 that it was rounded by, in a byte of
+    // its own: 128 plus 256 times the fraction, xor 127. A whole level has 255, so whole alphas of 255 look opaque in
+    // both. Products round to nearest in 1/128 of a level: hundreds of faint layers come within a part of a level of
+    // the formula, in whatever order neighbours are put together first. Colour stays within alpha.
+    /// dst = sources[0] with the others painted over it. fractions: of sources[0], or null; dstFractions: null where
+    /// nobody asks for them. sourceCount: 1 to kMostSourcesComposedFine; sources[0] may be dst, with its fractions.
+    void (*composeFine)(uint8_t* dst, uint8_t* dstFractions, const uint8_t* const* sources, const uint8_t* fractions,
+                        int sourceCount, int count);
+    /// Fine dst = weight·src over it; the same of a fine src.
+    void (*paintFineWeighted)(uint8_t* dst, uint8_t* dstFractions, const uint8_t* src, Weight weight, int count);
+    void (*paintFineOverFine)(uint8_t* dst, uint8_t* dstFractions, const uint8_t* src, const uint8_t* srcFractions,
+                              int count);
     /// The same as paintOver of weight·src.
     void (*paintOverWeighted)(uint8_t* dst, const uint8_t* src, Weight weight, int count);
     /// The same of weight·coverage·src.
