@@ -6,8 +6,8 @@
 #include <deque>
 
 /// Composes sources into one page after another. Pages that are plain to draw may be kept until Flush(), which draws
-/// them on all processors: looking at the sources and changing the target stays with the calling thread, so that images
-/// need no locks.
+/// them on the threads that the host allows: looking at the sources and changing the target stays with the calling
+/// thread, so that images need no locks.
 class PageComposer {
 public:
     /// fractions: where a paged target keeps what lies below the byte, or null. isDeferring: a large area is composed;

@@ -3,6 +3,7 @@
 #include "platform/imaging/PageComposer.h"
 #include "platform/imaging/PageWalk.h"
 #include "platform/imaging/ilMemoryImg.h"
+#include "platform/os/Parallel.h"
 
 #include <algorithm>
 #include <bitset>
@@ -71,7 +72,7 @@ void ComposeTile(Target& target, ilMIOImage* fractions, const ilTile& tile, cons
                  ClearRest&& clearRest)
 {
     const int64_t pages = (tile.Area() >> (2 * kPageShift)) + 1;
-    PageComposer composer(sources, fractions, pages >= kLeastPagesShared);
+    PageComposer composer(sources, fractions, pages >= kLeastPagesShared && GetThreadCount() > 1);
     const bool isFilled = std::any_of(sources.begin(), sources.end(), [](const CompositeSource& source) {
         return source.image->GetFillValue().GetPacked() != 0;
     });

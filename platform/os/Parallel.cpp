@@ -8,17 +8,24 @@
 
 namespace {
 
-/// More than this wait for memory, not for a processor.
-constexpr size_t kMostHelpers = 7;
+constexpr int kMostThreads = 64;
 
-/// Asked once: the system reads a file for it.
-size_t CountProcessors()
-{
-    static const size_t count = std::max(1U, std::thread::hardware_concurrency());
-    return count;
-}
+int threadCount = 1;
 
 }  // namespace
+
+bool SetThreadCount(int count)
+{
+    const bool isAcceptable = count >= 1 && count <= kMostThreads;
+    if (isAcceptable)
+        threadCount = count;
+    return isAcceptable;
+}
+
+int GetThreadCount()
+{
+    return threadCount;
+}
 
 void ParallelFor(int count, int grain, const std::function<void(int begin, int end)>& body)
 {
@@ -28,8 +35,8 @@ void ParallelFor(int count, int grain, const std::function<void(int begin, int e
             body(begin, std::min(begin + grain, count));
     };
     const auto pieces = static_cast<size_t>((count + grain - 1) / grain);
-    const size_t wanted = pieces < 2 ? 0 : std::min({kMostHelpers, CountProcessors() - 1, pieces - 1});
-    std::array<std::jthread, kMostHelpers> helpers;  // joined when they go
+    const size_t wanted = std::min(static_cast<size_t>(threadCount), std::max(pieces, size_t{1})) - 1;
+    std::array<std::jthread, kMostThreads - 1> helpers;  // joined when they go
     try {
         for (size_t i = 0; i < wanted; ++i)
             helpers[i] = std::jthread(work);

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 
@@ -70,6 +72,7 @@ public:
     }
 
     const ilSmartImage& GetPlane() const { return plane_; }
+    const qs::vector<Layer*>& GetImageLayers() const { return imageLayers_; }
 
     CompositeDocument document{kCanvas};
     LayerStackComposite composite;
@@ -79,9 +82,11 @@ private:
     {
         Layer* layer = document.Add("L", kLayerModeImage, folder);
         const int kind = random_.Int(0, 3);
+        if (random_.OneIn(10))
+            layer->GetImage()->SetFillValue(random_.Pixel(4));
         if (kind == 1)
             layer->GetImage()->fillTile(random_.Tile(0, 150, 120), ilPixel::Rgba(90, 160, 30, 255));
-        else if (kind > 1)
+        else if (kind > 1 && layer->GetImage()->GetFillValue().GetPacked() == 0)
             layer->SetImage(MakeRandomImage(random_, 4));
         layer->SetOffset(random_.OneIn(2) ? 64 : random_.Int(-40, 60), random_.OneIn(2) ? 0 : random_.Int(-40, 60), {},
                          false);
@@ -114,7 +119,8 @@ private:
     {
         if (&layer != document.current)
             composite.CompositeBaseDirty(HandleOf(&layer));
-        Damage(ilTileMoved(layer.GetImage()->GetBounds(), layer.getXOffset(), layer.getYOffset()));
+        const bool isFilled = layer.GetImage()->GetFillValue().GetPacked() != 0;
+        Damage(isFilled ? kCanvas : ilTileMoved(layer.GetImage()->GetBounds(), layer.getXOffset(), layer.getYOffset()));
     }
 
     void Paint(Layer& layer)
@@ -190,23 +196,59 @@ std::string CanvasDifference(const ilImage& a, const ilImage& b)
     return rowsOfA == rowsOfB ? std::string() : FirstDifference(a, b, kCanvas);
 }
 
-/// What painting the document's layers one after the other gives at one pixel, in real numbers; all modes normal.
-void PaintInRealNumbers(const LayerFolder& folder, int x, int y, double (&result)[4])
+bool ReadsBelow(const LayerContainer* container)
 {
-    for (const LayerContainer* child : folder.GetLCArray()) {
-        double pixel[4] = {};
-        if (const auto* inner = dynamic_cast<const LayerFolder*>(child))
-            PaintInRealNumbers(*inner, x, y, pixel);
-        else {
-            const auto& layer = static_cast<const Layer&>(*child);
-            const ilPixel stored = layer.GetImage()->GetPixel(x - layer.getXOffset(), y - layer.getYOffset());
+    const auto* layer = dynamic_cast<const Layer*>(container);
+    return layer != nullptr && layer->GetLayerBlend() != kBlendNormal;
+}
+
+using Pixel = std::array<double, 4>;
+
+/// What the folder's members show at one pixel, one after the other: in bytes up to the last that reads what lies below
+/// it, in real numbers from there on.
+Pixel PaintInTurn(const LayerFolder& folder, bool inBytes, int x, int y)
+{
+    const qs::vector<LayerContainer*>& members = folder.GetLCArray();
+    const auto readers = std::find_if(members.rbegin(), members.rend(), ReadsBelow);
+    Pixel sum{};
+    for (size_t i = 0; i < members.size(); ++i) {
+        const bool isExact = inBytes || i < static_cast<size_t>(members.rend() - readers);
+        uint8_t bytes[4] = {};
+        Pixel shown{};
+        LayerBlendMode mode = kBlendNormal;
+        kernels::Weight weight = kernels::kFullWeight;
+        if (const auto* inner = dynamic_cast<const LayerFolder*>(members[i])) {
+            if (inner->isActive())
+                shown = PaintInTurn(*inner, isExact, x, y);
+        } else {
+            auto& layer = static_cast<Layer&>(*members[i]);
+            const int atX = x - layer.getXOffset();
+            const int atY = y - layer.getYOffset();
+            mode = layer.GetLayerBlend();
+            weight = layer.isVisible() && layer.GetOpacity() > 0.002F ? kernels::WeightFrom(double{layer.GetOpacity()})
+                                                                      : kernels::Weight{0};
             for (int c = 0; c < 4; ++c)
-                pixel[c] = stored.GetComponent(c) * double{layer.GetOpacity()};
+                bytes[c] = static_cast<uint8_t>(layer.GetImage()->GetPixel(atX, atY).GetComponent(c));
+            if (const ilMIOImage* stencil = layer.GetUpToDateStencil()) {
+                const auto coverage = static_cast<uint8_t>(stencil->GetPixel(atX, atY).GetAlpha());
+                kernels::Get().eraseCoverage(bytes, &coverage, kernels::kFullWeight, 1);
+            }
+            std::copy_n(bytes, 4, shown.begin());
         }
-        const double through = 1 - pixel[3] / 255;
-        for (int c = 0; c < 4; ++c)
-            result[c] = pixel[c] + through * result[c];
+        if (isExact) {
+            uint8_t below[4];
+            std::copy_n(sum.begin(), 4, below);
+            std::copy_n(shown.begin(), 4, bytes);
+            kernels::Get().blendMode[mode](below, bytes, weight, 1);
+            std::copy_n(below, 4, sum.begin());
+            continue;
+        }
+        const double share = weight / 65535.0;
+        const double through = 1 - shown[3] * share / 255;
+        for (size_t c = 0; c < 4; ++c)
+            sum[c] = shown[c] * share + through * sum[c];
     }
+    return sum;
 }
 
 }  // namespace
@@ -231,31 +273,51 @@ TEST(CachedTree, AndThePlaneEqualAFreshCompositeAfterRandomEdits)
     }
 }
 
-TEST(CachedTree, IsWithinALevelALayerOfRealNumbers)
+TEST(CachedTree, ShowsOnePictureWhateverIsCurrent)
 {
-    for (unsigned seed = 1; seed <= 20; ++seed) {
-        Random random(seed);
-        CompositeDocument document({0, 0, 80, 70});
-        LayerFolder* folder = document.AddFolder("F");
-        constexpr int kLayers = 6;
-        for (int i = 0; i < kLayers; ++i) {
-            Layer* layer = document.Add("L", kLayerModeImage, i == 2 || i == 3 ? folder : nullptr);
-            layer->SetImage(MakeRandomImage(random, 4));
-            layer->SetOffset(random.Int(-60, 60), random.Int(-60, 60), {}, false);
-            layer->SetOpacity(random.OneIn(3) ? 1.0F : static_cast<float>(random.Int(1, 100)) / 100);
-            if (random.OneIn(kLayers))
-                document.current = layer;
+    for (unsigned seed = 1; seed <= 60; ++seed) {
+        EditedDocument edited(seed, seed % 6 == 0 ? 40 : seed % 6 * 3);
+        CompositeDocument& document = edited.document;
+        qs::vector<Layer*> choices = edited.GetImageLayers();
+        choices.push_back(nullptr);
+        const size_t size = size_t{4} * kCanvas.nx * kCanvas.ny;
+        qs::vector<uint8_t> least(size, 255);
+        qs::vector<uint8_t> most(size, 0);
+        qs::vector<uint8_t> shown(size);
+        for (Layer* current : choices) {
+            document.current = current;
+            ComposeFresh(document)->ReadTile(kCanvas, shown.data(), ptrdiff_t{4} * kCanvas.nx);
+            std::transform(shown.begin(), shown.end(), least.begin(), least.begin(), std::ranges::min);
+            std::transform(shown.begin(), shown.end(), most.begin(), most.begin(), std::ranges::max);
         }
-        const qs::TempReference<ilSmartImage> composite = ComposeFresh(document);
-        for (int y = 0; y < 70; ++y)
-            for (int x = 0; x < 80; ++x) {
-                double expected[4] = {};
-                PaintInRealNumbers(document.images, x, y, expected);
-                const ilPixel pixel = composite->GetPixel(x, y);
-                for (int c = 0; c < 4; ++c)
-                    ASSERT_LE(std::abs(pixel.GetComponent(c) - expected[c]), kLayers)
-                        << "seed " << seed << " at " << x << ", " << y;
-            }
+        for (size_t i = 0; i < size; ++i)
+            ASSERT_LE(most[i] - least[i], 1) << "seed " << seed << ", byte " << i;
+        for (size_t i = 4 * (seed % 7); i < size; i += 28) {
+            const auto pixel = static_cast<int>(i / 4);
+            const Pixel expected = PaintInTurn(document.images, false, pixel % kCanvas.nx, pixel / kCanvas.nx);
+            for (size_t c = 0; c < 4; ++c)
+                ASSERT_LE(std::abs(shown[i + c] - expected[c]), 1) << "seed " << seed << ", pixel " << pixel;
+        }
+    }
+}
+
+TEST(CachedTree, FaintLayersByTheHundredShowOnePicture)
+{
+    CompositeDocument document({0, 0, 64, 64});
+    document.AddFilled("ground", {0, 0, 64, 64}, ilPixel::Rgba(190, 100, 10, 255));
+    Random random(7);
+    for (int i = 0; i < 400; ++i) {
+        const int alpha = random.Int(1, i % 3 == 0 ? 1 : 24);
+        const auto level = [&] { return static_cast<uint8_t>(random.Int(0, alpha)); };
+        Layer* layer = document.AddFilled("L", {0, 0, 64, 64}, ilPixel::Rgba(0, level(), level(), static_cast<uint8_t>(alpha)));
+        layer->SetOpacity(random.OneIn(2) ? 1.0F : 0.3F);
+    }
+    const Pixel expected = PaintInTurn(document.images, false, 9, 9);
+    for (const size_t at : {0U, 1U, 17U, 200U, 399U, 400U}) {
+        document.current = static_cast<Layer*>(document.images.GetLCArray()[at]);
+        const ilPixel shown = ComposeFresh(document)->GetPixel(9, 9);
+        for (int c = 0; c < 4; ++c)
+            EXPECT_NEAR(shown.GetComponent(c), expected[static_cast<size_t>(c)], 1) << at << ", " << c;
     }
 }
 
