@@ -251,6 +251,21 @@ bool CompositeBase::FindPath(const PntHandle& handle, qs::vector<CompositeBase*>
     return false;
 }
 
+bool CompositeBase::Replace(const PntHandle& handle, std::unique_ptr<CompositeBase> by)
+{
+    qs::vector<CompositeBase*> path;
+    if (!FindPath(handle, path) || path.size() < 2)
+        return false;
+    qs::vector<CompositeBase*>& siblings = path[path.size() - 2]->children_;
+    const auto at = std::find(siblings.begin(), siblings.end(), path.back());
+    delete *at;
+    if (by)
+        *at = by.release();
+    else
+        siblings.erase(at);
+    return true;
+}
+
 void CompositeBase::AppendMembers(qs::vector<CompositeBase*>& members) const
 {
     for (CompositeBase* child : children_) {

@@ -9,6 +9,7 @@
 #include "platform/os/Clock.h"
 
 #include <algorithm>
+#include <memory>
 
 class LayerStack;
 
@@ -124,6 +125,10 @@ public:
     /// Fills `path` with the nodes from this one down to the one of `handle`; false, with an empty path, when there is
     /// none.
     bool FindPath(const PntHandle& handle, qs::vector<CompositeBase*>& path);
+
+    /// Puts `by` (null: nothing) in the place of the node of `handle`, which goes. For a tree without groups; fineness
+    /// is to be settled afterwards. False when there is no such node below this one.
+    bool Replace(const PntHandle& handle, std::unique_ptr<CompositeBase> by);
 
     /// Appends the children with groups opened: the containers' nodes, bottom first.
     void AppendMembers(qs::vector<CompositeBase*>& members) const;

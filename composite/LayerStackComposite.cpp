@@ -158,9 +158,14 @@ CompositeBase* LayerStackComposite::MakeCompositeTree(LayerStack* stack, const q
             root->GetChildren().push_back(node.get());
             static_cast<void>(node.release());
         }
-    root->SettleFineness(false);
-    OpenAll(*root);
+    SettleSeparateTree(*root);
     return root.release();
+}
+
+void LayerStackComposite::SettleSeparateTree(CompositeBase& root)
+{
+    root.SettleFineness(false);
+    OpenAll(root);
 }
 
 CompositeBase* LayerStackComposite::MakeCompositeTree(LayerStack* stack, LayerFolder* folder)

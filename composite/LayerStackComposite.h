@@ -14,14 +14,16 @@ class ilMemoryImg;
 struct CompositeSource;
 
 /// The composite of one document's image folder, as a tree of nodes that caches all but the reference container (adjust
-/// LCH): what lies below it, and above it each run of normal-mode siblings.
+/// LCH): what lies below it, and above it what is normal to the top.
 ///
-/// Always holds: how the tree is grouped depends on the order of the containers, their blend modes and the reference
-/// only, never on the history; so a cached tree and one made anew give the same bytes. Where a new reference makes a
-/// difference in rounding, the split damages those pages through the port.
+/// Always holds: the picture is the same, within a level, whatever the reference (see CompositeBase: who reads what
+/// lies below reads the same bytes); how the tree is grouped depends on the order of the containers, their blend modes
+/// and the reference only, never on the history; so a cached tree and one made anew give the same bytes. Where a new
+/// reference makes a difference in rounding, the split damages those pages through the port.
 ///
-/// A pixel or property of a container that changes, the reference excepted, must be told with CompositeBaseDirty (and
-/// its canvas area damaged; all of the canvas for a blend mode); structure changes with MakeCompositeTree.
+/// A pixel or property of a container that changes must be told with CompositeBaseDirty (and its canvas area damaged),
+/// except for those of the reference; a blend mode always (and all of the canvas damaged); structure changes with
+/// MakeCompositeTree.
 class PAINTLAYER_EXPORT LayerStackComposite {
 public:
     LayerStackComposite();
@@ -46,6 +48,9 @@ public:
     /// are left out. Owned by the caller (delete it); CompositeBase::Compose makes its picture.
     CompositeBase* MakeCompositeTree(LayerStack* stack, const qs::vector<PntHandle>& containers);
     CompositeBase* MakeCompositeTree(LayerStack* stack, LayerFolder* folder);
+
+    /// To be called when nodes of a separate tree were exchanged (CompositeBase::Replace).
+    static void SettleSeparateTree(CompositeBase& root);
 
     /// Makes `ref` the reference container; a mask or a stencil without an owner leaves none, a stencil with owners
     /// stands for its first. The 21st split since the last rebuild rebuilds the tree first. `notify` announces an edit,

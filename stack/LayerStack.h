@@ -558,9 +558,12 @@ public:
     /// The container directly below the layer in the folder that holds it, or the null handle.
     void GetLCHForMergeBelow(const PntHandle& layer, PntHandle& below) const;
 
-    /// Merges `upper` into `lower`, which becomes visible and keeps its blend mode; a hard-linked stencil stands for
-    /// its owner. Two masks, or two stencils, unite when they have the same owners. Layers that are not raster layers
-    /// stay, both. makeCurrent: `lower` becomes current whatever was. The image plane follows.
+    /// Merges `upper` into `lower`, which becomes visible; a hard-linked stencil stands for its owner. The result keeps
+    /// the blend mode of `lower` where that shows what the two showed, within a level (`lower` shown), else it is
+    /// normal or has that of `upper`. Where none of them does, nothing happens: most layers that read what lies below
+    /// them merge only into what is opaque or empty there, and a translucent pair below such a layer often cannot
+    /// merge. Two masks, or two stencils, unite when they have the same owners. Layers that are not raster layers stay,
+    /// both. makeCurrent: `lower` becomes current whatever was. The image plane follows.
     void MergeLayers(const PntHandle& upper, const PntHandle& lower, bool makeCurrent);
 
     /// Puts one normal layer with the folder's picture and name in the folder's place. An inactive folder's is composed
@@ -572,8 +575,9 @@ public:
     void MergeAllLayers(bool visibleOnly);
 
     /// The layer that the operation would give the pixels to, for whoever keeps it as it was; the null handle when
-    /// nothing would be merged.
-    PntHandle GetMergeReceiver(const PntHandle& upper, const PntHandle& lower) const;
+    /// nothing would be merged. For two image layers of which one reads what lies below, or below such a layer, this
+    /// composes the document twice.
+    PntHandle GetMergeReceiver(const PntHandle& upper, const PntHandle& lower);
     PntHandle GetFolderMergeReceiver(const LayerFolder* folder) const;
     PntHandle GetMergeAllReceiver(bool visibleOnly) const;
 
@@ -813,6 +817,15 @@ private:
     void EndStructuralEdit(bool redraw);
     Layer* FindMergeLayer(const PntHandle& handle) const;
     bool CanMerge(const Layer* upper, const Layer* lower) const;
+    struct MergedPicture {
+        qs::Reference<ilSmartImage> image;  // null: the lower layer's, as it is
+        LayerBlendMode blend = kBlendNormal;
+        bool isTrue = true;  // false: no layer can stand for both
+    };
+    MergedPicture FindMergedPicture(Layer& upper, Layer& lower);
+    bool AreNormalNeighbours(const Layer& upper, const Layer& lower) const;
+    qs::Reference<ilSmartImage> ComposeWith(const PntHandle& upper, const PntHandle& lower,
+                                            const MergedPicture* merged);
     bool HasPixelsOnCanvas(Layer& layer) const;
     qs::Reference<ilSmartImage> ComposeApart(const qs::vector<PntHandle>& containers);
     void ReceiveMerge(Layer& receiver, const qs::Reference<ilSmartImage>& picture, const qs::vector<Layer*>& merged);

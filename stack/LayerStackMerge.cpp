@@ -1,4 +1,4 @@
-#include "composite/CompositeBase.h"
+#include "composite/CompositePicture.h"
 #include "layers/CoverageUnion.h"
 #include "platform/imaging/ImageConvert.h"
 #include "stack/LayerStack.h"
@@ -6,6 +6,7 @@
 #include "stack/StackPort.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <utility>
 
@@ -25,6 +26,44 @@ private:
     int& value_;
     int before_;
 };
+
+/// Shows a layer for the time of a scope, without telling anybody.
+class ShownScope {
+public:
+    explicit ShownScope(Layer& layer) : layer_(layer), wasVisible_(layer.isVisible()) { layer_.SetVisible(true); }
+    ShownScope(const ShownScope&) = delete;
+    ShownScope& operator=(const ShownScope&) = delete;
+    ~ShownScope() { layer_.SetVisible(wasVisible_); }
+
+private:
+    Layer& layer_;
+    bool wasVisible_;
+};
+
+/// Whether no byte of the two, both without a fill, differs by more than a level.
+bool AreWithinALevel(const ilMIOImage& a, const ilMIOImage& b)
+{
+    bool areClose = true;
+    a.VisitDifferentPages(b, [&](int, int, const Page* here, const Page* there) {
+        for (int i = 0; areClose && i < kPagePixels * 4; ++i) {
+            const int one = here != nullptr ? here->GetBytes()[i] : 0;
+            const int other = there != nullptr ? there->GetBytes()[i] : 0;
+            areClose = std::abs(one - other) <= 1;
+        }
+    });
+    return areClose;
+}
+
+/// Whether a member above `container` reads what lies below it.
+bool IsReadFromAbove(const LayerFolder& folder, const LayerContainer* container)
+{
+    const qs::vector<LayerContainer*>& members = folder.GetLCArray();
+    return std::any_of(std::find(members.begin(), members.end(), container), members.end(),
+                       [&](const LayerContainer* member) {
+                           const auto* layer = dynamic_cast<const Layer*>(member);
+                           return member != container && layer != nullptr && layer->GetLayerBlend() != kBlendNormal;
+                       });
+}
 
 bool IsRaster(const Layer& layer)
 {
@@ -89,12 +128,69 @@ bool LayerStack::CanMerge(const Layer* upper, const Layer* lower) const
                                    (upper->isMask() || upper->isActive() == lower->isActive()));
 }
 
-PntHandle LayerStack::GetMergeReceiver(const PntHandle& upper, const PntHandle& lower) const
+PntHandle LayerStack::GetMergeReceiver(const PntHandle& upper, const PntHandle& lower)
 {
-    const Layer* above = FindMergeLayer(upper);
-    const Layer* below = FindMergeLayer(lower);
-    const bool merges = CanMerge(above, below) && IsRaster(*above) && IsRaster(*below);
+    Layer* above = FindMergeLayer(upper);
+    Layer* below = FindMergeLayer(lower);
+    const bool merges = CanMerge(above, below) && IsRaster(*above) && IsRaster(*below) &&
+                        (IsCoverage(*above) || FindMergedPicture(*above, *below).isTrue);
     return merges ? below->GetLayerContainerHandle() : kNullHandle;
+}
+
+/// Two that are painted over what lies below, one right over the other, with nothing above that reads them: their join
+/// is their picture, within a level.
+bool LayerStack::AreNormalNeighbours(const Layer& upper, const Layer& lower) const
+{
+    const LayerFolder* holding = HoldingFolder(&upper, nullptr);
+    const bool areNormal = upper.GetLayerBlend() == kBlendNormal && lower.GetLayerBlend() == kBlendNormal;
+    if (!areNormal || holding == nullptr || HoldingFolder(&lower, nullptr) != holding)
+        return false;
+    const qs::vector<LayerContainer*>& siblings = holding->GetLCArray();
+    const auto at = std::find(siblings.begin(), siblings.end(), &upper);
+    return at != siblings.begin() && at[-1] == &lower && !IsReadFromAbove(*holding, &upper) &&
+           (IsTopFolder(holding) || !IsReadFromAbove(*imageFolder_, holding));
+}
+
+/// The canvas without the upper layer and with `merged` for the lower one; null: as it is.
+qs::Reference<ilSmartImage> LayerStack::ComposeWith(const PntHandle& upper, const PntHandle& lower,
+                                                    const MergedPicture* merged)
+{
+    const std::unique_ptr<CompositeBase> tree(composite_.MakeCompositeTree(this, imageFolder_.get()));
+    if (merged != nullptr) {
+        tree->Replace(upper, nullptr);
+        if (merged->image)
+            tree->Replace(lower, std::make_unique<CompositePicture>(this, merged->image, merged->blend));
+        LayerStackComposite::SettleSeparateTree(*tree);
+    }
+    const qs::Reference<ilSmartImage> picture(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
+    tree->ComposeInto(*picture, size_);
+    return picture;
+}
+
+/// Tried on the canvas: whether one layer can stand for two that read what lies below, or are read, is up to the
+/// pixels.
+LayerStack::MergedPicture LayerStack::FindMergedPicture(Layer& upper, Layer& lower)
+{
+    const ShownScope shown(lower);
+    const ValueScope resumed(compositesSuspended_, 0);
+    const PntHandle above = upper.GetLayerContainerHandle();
+    const PntHandle below = lower.GetLayerContainerHandle();
+    MergedPicture merged;
+    merged.blend = lower.GetLayerBlend();
+    if (upper.isVisible() && HasPixelsOnCanvas(upper))
+        merged.image = ComposeApart({below, above});
+    if (AreNormalNeighbours(upper, lower))
+        return merged;
+    const qs::Reference<ilSmartImage> before = ComposeWith(above, below, nullptr);
+    for (const LayerBlendMode blend : {lower.GetLayerBlend(), kBlendNormal, upper.GetLayerBlend()}) {
+        merged.blend = blend;
+        if (AreWithinALevel(*before, *ComposeWith(above, below, &merged)))
+            return merged;
+        if (!merged.image)
+            break;  // there is no choice
+    }
+    merged.isTrue = false;
+    return merged;
 }
 
 PntHandle LayerStack::GetFolderMergeReceiver(const LayerFolder* folder) const
@@ -142,23 +238,19 @@ void LayerStack::MergeLayers(const PntHandle& upper, const PntHandle& lower, boo
     if (!CanMerge(above.get(), below.get()))
         return;
     const bool mergesPixels = IsRaster(*above) && IsRaster(*below);
-    const bool wasVisible = below->isVisible();
-    qs::Reference<ilSmartImage> picture;
-    below->SetVisible(true);  // to be in the picture
-    try {
-        if (mergesPixels && IsCoverage(*above))
-            picture = UnionOf(above->isStencil() || above->isVisible() ? qs::vector<Layer*>{below.get(), above.get()}
-                                                                       : qs::vector<Layer*>{below.get()});
-        else if (mergesPixels && HasPixelsOnCanvas(*above))
-            picture = ComposeApart({below->GetLayerContainerHandle(), above->GetLayerContainerHandle()});
-    } catch (...) {
-        below->SetVisible(wasVisible);
-        throw;
-    }
-    below->SetVisible(wasVisible);
+    MergedPicture merged;
+    merged.blend = below->GetLayerBlend();
+    if (mergesPixels && IsCoverage(*above))
+        merged.image = UnionOf(above->isStencil() || above->isVisible() ? qs::vector<Layer*>{below.get(), above.get()}
+                                                                        : qs::vector<Layer*>{below.get()});
+    else if (mergesPixels)
+        merged = FindMergedPicture(*above, *below);
+    if (!merged.isTrue)
+        return;
     ShowLayer(*below, true);
-    if (picture) {
-        ReceiveMerge(*below, picture, {below.get(), above.get()});
+    if (merged.image) {
+        ReceiveMerge(*below, merged.image, {below.get(), above.get()});
+        below->SetLayerBlend(merged.blend);
     } else if (mergesPixels) {
         if (const qs::TempReference<ilMIOImage> image = below->GetImage())
             below->SetImage(CroppedImage(*image, CanvasOn(*below)));

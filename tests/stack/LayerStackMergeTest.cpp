@@ -100,6 +100,53 @@ TEST(LayerStackMerge, MergingDownLooksTheSameInEveryBlendModeAndOpacity)
             }
 }
 
+/// Random documents with a folder: a merge shows what was there, or nothing happens at all.
+TEST(LayerStackMerge, APairMergesIntoWhatItShowedOrNotAtAll)
+{
+    int merges = 0;
+    int refusals = 0;
+    for (unsigned seed = 1; seed <= 150; ++seed) {
+        MergeDocument document;
+        LayerStack& stack = *document.stack;
+        document.random.seed(seed);
+        qs::vector<PntHandle> layers{document.AddScribbled("ground", document.Below(2) == 0)};
+        for (int i = 0; i < 4; ++i) {
+            if (i == 2 && document.Below(2) == 0) {
+                stack.AddLayerFolder(kLayerModeImage, layers.back());
+                layers.push_back(stack.GetCurrentLayerContainerHandle());
+            }
+            layers.push_back(document.Add("L"));
+            if (document.Below(6) != 0)
+                document.Scribble(document.Below(3) == 0, 3);
+            if (document.Below(2) == 0)
+                stack.SetLayerBlend(layers.back(), static_cast<LayerBlendMode>(document.Below(kLayerBlendModeCount)));
+            if (document.Below(2) == 0)
+                stack.SetLayerOpacity(layers.back(), 0.6F);
+            if (document.Below(8) == 0)
+                document.AddStencil("stencil", layers.back());
+            if (document.Below(8) == 0)
+                stack.SetLayerVisible(layers.back(), false, false);
+        }
+        stack.SetCurrentLayer(layers.front(), false, false, false);
+        const size_t at = static_cast<size_t>(document.Below(static_cast<int>(layers.size()) - 1));
+        const PntHandle lower = layers[at];
+        const PntHandle upper = layers[at + 1];
+        const bool isRefused = stack.GetMergeReceiver(upper, lower) == kNullHandle;
+        const std::string dump = Dump(stack);
+        const bool wasVisible = stack.isLayerVisible(lower);
+        if (!isRefused)
+            stack.SetLayerVisible(lower, true, false);  // which every merge does
+        const auto before = document.Shown();
+        stack.MergeLayers(upper, lower, false);
+        EXPECT_LE(LargestDifference(document.Shown(), before), 1) << "seed " << seed;
+        EXPECT_EQ(Dump(stack) == dump, isRefused) << "seed " << seed;
+        EXPECT_EQ(stack.isLayerVisible(lower), wasVisible || !isRefused) << "seed " << seed;
+        ++(isRefused ? refusals : merges);
+    }
+    EXPECT_GT(merges, 50);
+    EXPECT_GT(refusals, 20);
+}
+
 TEST(LayerStackMerge, ANormalPairMergesOverAnythingAlsoWhileCompositesAreSuspended)
 {
     for (const bool isSuspended : {false, true}) {
