@@ -10,7 +10,8 @@ namespace {
 
 using Nodes = qs::vector<CompositeBase*>;
 
-constexpr size_t kGroupSize = 16;
+constexpr size_t kGroupSize = 16;  // below the path; what is left over there is composed with the last ones
+constexpr size_t kGroupSizeAbove = 32;
 
 /// One change of the grouping under a node; nothing is changed before Commit.
 class Regrouping {
@@ -90,8 +91,8 @@ public:
         const size_t end = members_.size();
         Row row{{}, 0};
         for (size_t block = begin; block < end;) {
-            const size_t rest = (end - block) % kGroupSize;
-            const size_t next = block + (rest != 0 ? rest : kGroupSize);
+            const size_t rest = (end - block) % kGroupSizeAbove;
+            const size_t next = block + (rest != 0 ? rest : kGroupSizeAbove);
             // A lone member at the bottom of the run is painted over nothing, which rounds it just as a group does.
             if (next == block + 1 && next < end)
                 row.nodes.push_back(members_[block]);

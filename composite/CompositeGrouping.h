@@ -14,7 +14,7 @@ class LayerStack;
 ///               byte for byte, fractions included.
 ///     path      the child that holds the reference, live.
 ///     between   up to the last member that reads what lies below it: one by one, live.
-///     above     the fine members (see CompositeBase) above the path: one group, of groups of 16 counted from its top,
+///     above     the fine members (see CompositeBase) above the path: one group, of groups of 32 counted from its top,
 ///               so again few change when the reference moves.
 ///
 /// A group above is painted as one picture: what that rounds otherwise than member after member is a small part of a

@@ -309,7 +309,8 @@ TEST(CachedTree, FaintLayersByTheHundredShowOnePicture)
     for (int i = 0; i < 400; ++i) {
         const int alpha = random.Int(1, i % 3 == 0 ? 1 : 24);
         const auto level = [&] { return static_cast<uint8_t>(random.Int(0, alpha)); };
-        Layer* layer = document.AddFilled("L", {0, 0, 64, 64}, ilPixel::Rgba(0, level(), level(), static_cast<uint8_t>(alpha)));
+        Layer* layer =
+            document.AddFilled("L", {0, 0, 64, 64}, ilPixel::Rgba(0, level(), level(), static_cast<uint8_t>(alpha)));
         layer->SetOpacity(random.OneIn(2) ? 1.0F : 0.3F);
     }
     const Pixel expected = PaintInTurn(document.images, false, 9, 9);
@@ -371,6 +372,6 @@ TEST(CachedTree, AMovedReferenceKeepsMostCaches)
         size_t kept = 0;
         for (const ilSmartImage* image : collect())
             kept += static_cast<size_t>(std::count(held.begin(), held.end(), image));
-        EXPECT_GE(kept, 11U) << next;
+        EXPECT_GE(kept + 3, held.size()) << next;  // all but those right below and above, and a block of theirs
     }
 }
