@@ -4,8 +4,8 @@
 
 /// How many threads ParallelFor uses, the calling one among them: 1 until the host asks for more. One setting for the
 /// process; results never depend on it. A count outside 1 to 64 is refused.
-PAINTLAYER_EXPORT bool SetThreadCount(int count);
-PAINTLAYER_EXPORT int GetThreadCount();
+bool SetThreadCount(int count);
+int GetThreadCount();
 
 /// Calls body(begin, end) for pieces of at most `grain` that together make up [0, count), on as many threads as the
 /// host asked for; returns when all are done. `body` must not throw.
