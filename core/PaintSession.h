@@ -20,7 +20,6 @@ struct HostOptions {
     int magnifyFilter = 0;
     PaintColor warpColor{0, 0, 0, 1};
     float warpOpacity = 0.5F;
-    int threadCount = 1;
 };
 
 /// What the commands share: one for each paint manager.

@@ -6,19 +6,18 @@
 /// The layer, and what is hard-linked to it or to one of those.
 qs::vector<qs::Reference<Layer>> LayerStack::WithHardLinked(Layer* layer) const
 {
+    qs::vector<LayerContainer*> others;  // wherever they stand: a folder's list of stencils leaves some out
+    for (const LayerFolder* top : TopFolders())
+        top->GetLCArray_FLATTEN(&others);
     qs::vector<qs::Reference<Layer>> found = {layer};
-    const auto append = [&](const PntHandle& handle) {
-        Layer* follower = GetLayerFromHandle(handle);
-        if (follower->IsHardLinkToOwnerLayer() && std::find(found.begin(), found.end(), follower) == found.end())
-            found.emplace_back(follower);
-    };
-    for (size_t i = 0; i < found.size(); ++i) {
-        const PntHandle owner = found[i]->GetLayerContainerHandle();
-        const qs::vector<PntHandle> masks = getMaskLayers(owner);
-        const qs::vector<PntHandle> stencils = getStencilLayers(owner);
-        std::for_each(masks.begin(), masks.end(), append);
-        std::for_each(stencils.begin(), stencils.end(), append);
-    }
+    for (size_t i = 0; i < found.size(); ++i)
+        for (LayerContainer* other : others) {
+            Layer* follower = dynamic_cast<Layer*>(other);
+            if (follower != nullptr && follower->IsHardLinkToOwnerLayer() &&
+                follower->HasOwner(found[i]->GetLayerContainerHandle()) &&
+                std::find(found.begin(), found.end(), follower) == found.end())
+                found.emplace_back(follower);
+        }
     return found;
 }
 

@@ -1,6 +1,7 @@
 #include "core/commands/OptionCommands.h"
 
 #include "core/PaintSession.h"
+#include "platform/os/Parallel.h"
 
 #include <algorithm>
 #include <cmath>
@@ -27,16 +28,12 @@ bool OptionCommands::InOperation() const
 
 bool OptionCommands::SetThreadCount(int count)
 {
-    constexpr int kMost = 64;
-    if (count < 1 || count > kMost)
-        return false;
-    SessionOf(this).options.threadCount = count;
-    return true;
+    return ::SetThreadCount(count);
 }
 
 int OptionCommands::GetThreadCount() const
 {
-    return SessionOf(this).options.threadCount;
+    return ::GetThreadCount();
 }
 
 void OptionCommands::SetColorSwizle(bool on)

@@ -1,4 +1,5 @@
 #include "tests/composite/CompositeDocument.h"
+#include "platform/imaging/kernels/Kernels.h"
 #include "tests/imaging/RandomImages.h"
 
 #include <gtest/gtest.h>

@@ -20,6 +20,16 @@ struct SpanCase {
         call;
 };
 
+/// A kernel on bytes and fractions, seen as one span: the fractions begin as `src` and end within dst.
+template <class Call>
+void WithFractions(uint8_t* dst, const uint8_t* src, int count, Call&& call)
+{
+    std::vector<uint8_t> fractions(src, src + 4 * count);
+    call(fractions.data());
+    for (size_t i = 0; i < fractions.size(); ++i)
+        dst[i] ^= fractions[i];
+}
+
 std::vector<SpanCase> AllSpanCases()
 {
     using B = uint8_t*;
@@ -40,7 +50,22 @@ std::vector<SpanCase> AllSpanCases()
         {"invert", 1, [](T k, B d, S, S, Weight, int n) { k.invert(d, n); }},
         {"invertColor", 4, [](T k, B d, S, S, Weight, int n) { k.invertColor(d, n); }},
         {"maximum", 1, [](T k, B d, S s, S, Weight, int n) { k.maximum(d, s, n); }},
+        {"paintFineWeighted", 4,
+         [](T k, B d, S s, S, Weight w, int n) {
+             WithFractions(d, s, n, [&](B fractions) { k.paintFineWeighted(d, fractions, s, w, n); });
+         }},
+        {"paintFineOverFine", 4,
+         [](T k, B d, S s, S, Weight, int n) {
+             WithFractions(d, s, n, [&](B fractions) { k.paintFineOverFine(d, fractions, s, s, n); });
+         }},
     };
+    for (int sources = 1; sources <= kernels::kMostSourcesComposedFine; ++sources) {
+        const auto call = [=](T k, B d, S s, S, Weight, int n) {
+            const uint8_t* all[kernels::kMostSourcesComposedFine] = {d, s, s, s, s, s, s, s};
+            WithFractions(d, s, n, [&](B fractions) { k.composeFine(d, fractions, all, fractions, sources, n); });
+        };
+        cases.push_back({"composeFine " + std::to_string(sources), 4, call});
+    }
     for (int pair = 0; pair < kBlendFactorCount * kBlendFactorCount; ++pair) {
         for (const int channels : {1, 4}) {
             const auto call = [=](T k, B d, S s, S, Weight w, int n) {

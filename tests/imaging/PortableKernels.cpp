@@ -7,6 +7,7 @@
 #include "platform/imaging/kernels/CurveBlendModeKernels.cpp"
 #include "platform/imaging/kernels/EraseKernels.cpp"
 #include "platform/imaging/kernels/FactorKernels.cpp"
+#include "platform/imaging/kernels/FineKernels.cpp"
 #include "platform/imaging/kernels/HueBlendModeKernels.cpp"
 #include "platform/imaging/kernels/MatchKernels.cpp"
 #include "platform/imaging/kernels/OverKernels.cpp"
