@@ -44,7 +44,7 @@ bool Layer::ReplaceOwnerLayer(const PntHandle& from, Layer& to)
     const auto found = std::find(owners_.begin(), owners_.end(), from);
     if (found == owners_.end())
         return false;
-    if (HasOwner(to.GetLayerContainerHandle()))
+    if (from != to.GetLayerContainerHandle() && HasOwner(to.GetLayerContainerHandle()))
         owners_.erase(found);
     else
         *found = to.GetLayerContainerHandle();

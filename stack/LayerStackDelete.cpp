@@ -14,7 +14,7 @@ qs::vector<qs::Reference<Layer>> LayerStack::WithHardLinked(Layer* layer) const
         for (LayerContainer* other : others) {
             Layer* follower = dynamic_cast<Layer*>(other);
             if (follower != nullptr && follower->IsHardLinkToOwnerLayer() &&
-                follower->HasOwner(found[i]->GetLayerContainerHandle()) &&
+                follower->GetOwnerLayerArray().front() == found[i]->GetLayerContainerHandle() &&
                 std::find(found.begin(), found.end(), follower) == found.end())
                 found.emplace_back(follower);
         }

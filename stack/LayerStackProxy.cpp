@@ -100,12 +100,15 @@ void LayerStack::EndProxy()
         else
             DropProxyEdits(*layer, false);
     GetCurrentLayerPainter();
+    if (keepsEdits)
+        ended->parameters.kept->Emit();
     GetStackPort().notices->Tell([ended] { ended->parameters.ended->Emit(ended->layers); });
 }
 
 bool LayerStack::AskWhetherEditsStay(const EndedProxy& ended)
 {
     const Notices::Question question(*GetStackPort().notices);
+    const uint64_t damageBefore = damageSerial_;
     bool keepsEdits = false;
     isEndingProxy_ = true;
     try {
@@ -115,6 +118,8 @@ bool LayerStack::AskWhetherEditsStay(const EndedProxy& ended)
         throw;
     }
     isEndingProxy_ = false;
+    if (damageSerial_ != damageBefore)
+        DistrustCaches();  // a slot has edited what is about to be put back
     return keepsEdits;
 }
 

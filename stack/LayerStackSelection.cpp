@@ -153,7 +153,7 @@ bool LayerStack::isSelectionMaskUsed() const
 
 ilTile LayerStack::GetSelMaskBounds() const
 {
-    return selectionMask_ ? selectionMask_->getLayerBounds(true) : ilTile();
+    return selectionMask_ && selectionMask_->GetImage() ? ReachOf(*selectionMask_) : ilTile();
 }
 
 void LayerStack::GetSelMaskOffset(int& x, int& y) const

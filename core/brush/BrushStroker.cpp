@@ -307,6 +307,7 @@ void BrushStroker::End()
     stroke->undo = nullptr;
     stroke->path.reset();
     open_ = nullptr;
+    ReportStamps();
     if (session_.options.isBrushFeedbackEnabled)
         CallHost(session_.callbacks.BrushFeedbackEndCB);
     SettledTimer::Start();
@@ -319,7 +320,6 @@ void BrushStroker::FinishPainting(OpenStroke& stroke)
         stroke.path->finish();
         stroke.path->update();
     });
-    ReportStamps();
     auto* masking = dynamic_cast<MaskingPaintOps*>(stroke.painter.get());
     if (masking == nullptr || !masking->IsMasking()) {
         stroke.painter->EndOperation();

@@ -119,7 +119,7 @@ void FillTools::KeepAtTheEnd(const ProxyParameters& parameters, const qs::Refere
 {
     if (!step)
         return;
-    parameters.ended->Connect([&session = session_, step, name = NameOf(tool)](const qs::vector<PntHandle>&) {
+    parameters.kept->Connect([&session = session_, step, name = NameOf(tool)] {
         if (Guarded(true, [&] { return step->HasChanges(); }))
             UndoableCommand::Keep(session, step, name);
     });

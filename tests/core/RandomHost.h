@@ -46,6 +46,8 @@ protected:
             {"record alone",
              [](RandomHost& host) {
                  const FlagScope holding(host.isHoldingDocument_);
+                 PaintCore.EndBrushStroke();  // which the record ends
+                 PaintCore.EndProxy();
                  const std::string before = host.Describe();
                  PaintCore.AddUndoLayerStack(-2, true);
                  EXPECT_EQ(host.Describe(), before) << "the copy that goes on is as its source";

@@ -176,6 +176,8 @@ TEST_F(NestingHost, CommandsGivenFromInsideOthersAreThoseGivenAfterwards)
             isNesting_ = true;
             RunCommand();
             isNesting_ = false;
+            for (const int document : documents_)
+                PaintCore.EndProxy(document);  // of a tool whose document is no longer the current one
             TakeDown();
             CheckPlanes(static_cast<size_t>(i));
         }
