@@ -109,8 +109,10 @@ BenchDocument& GetDocument(Kind kind, int count)
 void BM_FullRecomposite(benchmark::State& state)
 {
     BenchDocument& document = GetDocument(static_cast<Kind>(state.range(0)), static_cast<int>(state.range(1)));
+    PaintCore.SetThreadCount(static_cast<int>(state.range(2)));
     for (auto _ : state)
         document.GetStack().RebuildAllAndRedrawEntireCanvas();
+    PaintCore.SetThreadCount(1);
     const double pixels = std::pow(GetBenchCanvas(), 2) * static_cast<double>(state.range(1));
     state.counters["px-layer/s"] = benchmark::Counter(pixels, benchmark::Counter::kIsIterationInvariantRate);
 }
@@ -154,9 +156,13 @@ void Register()
             if (kind == kDense && layers == 200 && !isFull)
                 continue;
             const std::string arguments = std::string("/") + kKindNames[kind] + "/" + std::to_string(layers);
-            benchmark::RegisterBenchmark(("BM_FullRecomposite" + arguments).c_str(), BM_FullRecomposite)
-                ->Args({kind, layers})
-                ->Unit(benchmark::kMillisecond);
+            for (const int threads : {1, 2})
+                benchmark::RegisterBenchmark(
+                    ("BM_FullRecomposite" + arguments + "/threads:" + std::to_string(threads)).c_str(),
+                    BM_FullRecomposite)
+                    ->Args({kind, layers, threads})
+                    ->Unit(benchmark::kMillisecond)
+                    ->UseRealTime();
             benchmark::RegisterBenchmark(("BM_Damage256" + arguments).c_str(), BM_Damage256)
                 ->Args({kind, layers})
                 ->Unit(benchmark::kMicrosecond);

@@ -129,6 +129,9 @@ void AddOptions(CLI::App& app, ReplayOptions& options)
     app.add_option_function<std::string>(
         "--symmetry", [&options](const std::string& text) { SetSymmetry(text, options); },
         "mirror, mirror:DEGREES, rotate:N, or two of them with a comma");
+    app.add_option("--threads", options.threads, "Threads that compose large areas; the picture is the same")
+        ->check(CLI::Range(1, 64))
+        ->capture_default_str();
     app.add_option("--layers", options.layers, "Filled layers around the painted one")
         ->check(CLI::Range(0, 500))
         ->capture_default_str();

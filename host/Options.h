@@ -36,6 +36,7 @@ struct ReplayOptions {
     int layers = 0;  // filled layers around the painted one
     std::optional<PaintColor> background = PaintColor(1, 1, 1, 1);
     int repeat = 1;
+    int threads = 1;  // that compose large areas
     std::vector<ilTile> selections;  // canvas rectangles that limit the fills, together; none: the whole canvas
     std::vector<FillRequest> fills;  // after the strokes, in order
     int fillGrowth = 0;  // pixels

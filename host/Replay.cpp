@@ -25,6 +25,7 @@ public:
     {
         if (handle_ < 0)
             return;
+        PaintCore.SetThreadCount(options.threads);
         PaintCore.AddViewer(&view_);
         PaintCore.SuspendLayerStackComposites();
         AddFilledLayers(options, options.layers / 2, 0);
@@ -159,6 +160,7 @@ void Print(const ReplayStats& stats, bool hasUndone, std::ostream& out)
     line("strokes", stats.strokes, "");
     line("stamps", stats.stamps, "");
     line("pixels painted", stats.stampedPixels, "");
+    line("threads", PaintCore.GetThreadCount(), "");
     line("seconds", stats.seconds, "");
     if (hasUndone) {
         line("undo", stats.undoMs, " ms");

@@ -196,7 +196,7 @@ TEST(Replay, TheRecordedSessionGivesTheSameBytesOnEveryCompilerAndInstructionSet
     const std::string session = std::string(PAINTLAYER_TEST_DATA) + "/painting30sec.dat";
     const std::string picture = (kOutput / "session.png").string();
     const std::tuple<const char*, std::vector<std::string>> cases[] = {
-        {"b48eb54d376425d9", {"--radius", "12", "--layers", "3"}},
+        {"b48eb54d376425d9", {"--radius", "12", "--layers", "3", "--threads", "2"}},
         {"8241be73ee4f93df", {"--radius", "40", "--hardness", "0.2", "--opacity", "0.1", "--16bit"}},
         {"ff3fb3c77d4a9fd4", {"--radius", "7", "--marker", "--symmetry", "mirror:30,rotate:3", "--hardness", "1"}},
     };
