@@ -53,6 +53,7 @@ protected:
                  EXPECT_EQ(host.Describe(), before) << "the copy that goes on is as its source";
              }},
             {"properties", [](RandomHost& host) { host.ChangeProperties(); }},
+            {"recorded property", [](RandomHost& host) { host.ChangeRecordedProperty(); }},
             {"several layers", [](RandomHost& host) { host.ChangeSeveralLayers(); }},
             {"delete many", [](RandomHost& host) { host.DeleteMany(); }},
             {"merge down", [](RandomHost& host) { PaintCore.MergeLayerWithBelow(host.Layer_()); }},
@@ -322,6 +323,23 @@ private:
             }
         }
         stack.ForceUpdate();
+    }
+
+    /// A property as a step of its own.
+    void ChangeRecordedProperty()
+    {
+        const PntHandle layer = Layer_();
+        PaintCore.SetRecordPropertyEdits(true);
+        switch (Below(7)) {
+        case 0: PaintCore.SetLayerBlend(static_cast<LayerBlendMode>(Below(kLayerBlendModeCount)), layer); break;
+        case 1: PaintCore.SetLayerVisible(Flip(), layer); break;
+        case 2: PaintCore.SetLayerContainerName(std::to_string(Below(100)).c_str(), layer); break;
+        case 3: PaintCore.SetLayerActive(Flip(), layer); break;
+        case 4: PaintCore.SetLayerFolderActive(Flip(), Container()); break;
+        case 5: PaintCore.SetAllLayerVisible(Flip()); break;
+        default: PaintCore.SetLayerOpacity(Part(), layer); break;
+        }
+        PaintCore.SetRecordPropertyEdits(false);
     }
 
     /// Fills a layer as a command of the stack may: in its image or in a new one.

@@ -155,6 +155,8 @@ protected:
         if (tried.kind == Kind::Step) {
             if (more != (after != before ? 1U : 0U))
                 return more > 0 ? "a step without a change" : "a change without a step";
+            if (more > 0 && std::string(PaintUndoQueue()->GetUndoName()).starts_with("Change "))
+                return "a step that has no name of its own";
             if (more > 0)
                 PaintUndoQueue()->Undo();
             PaintUndoQueue()->FlushUndoDatabase();
