@@ -45,7 +45,8 @@ struct PaintSession {
     /// Ends the proxy of the current document.
     void EndCurrentProxy();
 
-    /// Ends a stroke on the document in a place of the table and puts `stack` there, from where it goes on showing what was shown there. Needs no memory.
+    /// Ends a stroke on the document in a place of the table and puts `stack` there, from where it goes on showing what
+    /// was shown there. Needs no memory.
     void ReplaceDocument(const qs::Reference<LayerStack>& stack, int handle);
 
     /// Makes the effect brush's image anew; told nobody when that fails.

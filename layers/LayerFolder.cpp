@@ -210,8 +210,8 @@ bool LayerFolder::Scale(float xScale, float yScale, float xCenter, float yCenter
     qs::vector<std::pair<qs::Reference<Layer>, LayerPicture>> scaled;
     for (LayerContainer* container : contents)
         if (Layer* layer = dynamic_cast<Layer*>(container); layer != nullptr && layer->GetImage()) {
-            scaled.emplace_back(layer, RebasePicture(layer->GetOriginalPicture(), matrix,
-                                                     {kFilterArea, kFilterBilinear}));
+            scaled.emplace_back(layer,
+                                RebasePicture(layer->GetOriginalPicture(), matrix, {kFilterArea, kFilterBilinear}));
             if (!scaled.back().second)
                 return false;
         }

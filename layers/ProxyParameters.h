@@ -34,8 +34,8 @@ struct ProxyParameters {
     /// Emitted once, right before the proxy ends: shall the edits become the layers' content?
     std::shared_ptr<KeepSignal> keepsEdits = std::make_shared<KeepSignal>();
 
-    /// Emitted when the edits have become the layers' content, before anybody hears of it: for whoever records them. The
-    /// document must not be edited from there.
+    /// Emitted when the edits have become the layers' content, before anybody hears of it: for whoever records them.
+    /// The document must not be edited from there.
     std::shared_ptr<qsRTB::Signal<>> kept = std::make_shared<qsRTB::Signal<>>();
 
     /// The layers that the tool works on.

@@ -12,8 +12,8 @@ bool LayerStack::ProxyColorAdjust(const ColorAdjustParm& parm, float amount, con
 {
     const qs::vector<PntHandle> target = GetEditTarget(handle);
     return PreviewLayers(target, [&](const Layer& layer, const EditLimit& limit) {
-               return AdjustPicture(layer.GetOriginalPicture(), parm, {}, amount, limit);
-           });
+        return AdjustPicture(layer.GetOriginalPicture(), parm, {}, amount, limit);
+    });
 }
 
 ImageAnalysisData LayerStack::AnalyzeLayer(const PntHandle& handle) const

@@ -47,7 +47,8 @@ bool LayerStack::EditLayers(const qs::vector<PntHandle>& handles, const MakePict
 bool LayerStack::PreviewLayers(const qs::vector<PntHandle>& handles, const MakePicture& make)
 {
     const bool begins = !inProxy_;
-    if (handles.empty() || !BeginProxy({}, handles))
+    const ProxyParameters parameters = {};  // named: g++ 12 destroys a temporary here whose making has failed
+    if (handles.empty() || !BeginProxy(parameters, handles))
         return false;
     bool isDone = false;
     try {
@@ -103,8 +104,8 @@ bool LayerStack::ProxyXForm(const LayerStackTransform& transform, FilterMethod m
     const qs::vector<PntHandle> targets = GetTransformTargets(handle);
     const qsLinear::AffineMatrix matrix = transform.GetMatrix();
     return PreviewLayers(targets, [&](const Layer& layer, const EditLimit& limit) {
-               return TransformPicture(layer.GetOriginalPicture(), matrix, {minify, magnify}, KeptAround(size_), limit);
-           });
+        return TransformPicture(layer.GetOriginalPicture(), matrix, {minify, magnify}, KeptAround(size_), limit);
+    });
 }
 
 bool LayerStack::Deform(const Rect8f& corners, FilterMethod filter, int kind, double dx, double dy,
@@ -124,9 +125,9 @@ bool LayerStack::ProxyDeform(const Rect8f& corners, FilterMethod filter, int kin
     const qs::vector<PntHandle> targets = GetTransformTargets(handle);
     const ilTile from = GetTransformBounds(handle);
     return PreviewLayers(targets, [&](const Layer& layer, const EditLimit& limit) {
-               return DeformPicture(layer.GetOriginalPicture(), from, corners.Moved(dx, dy),
-                                    static_cast<WarpKind>(kind), {filter, filter}, KeptAround(size_), limit);
-           });
+        return DeformPicture(layer.GetOriginalPicture(), from, corners.Moved(dx, dy), static_cast<WarpKind>(kind),
+                             {filter, filter}, KeptAround(size_), limit);
+    });
 }
 
 ilTile LayerStack::GetTransformBounds(const PntHandle& handle) const

@@ -114,8 +114,8 @@ bool LayerCommands::DeleteLayer(const PntHandle& layer)
         return found != nullptr && found != stack.GetSelectionMask() ? found->GetLayerContainerHandle() : kNullHandle;
     });
     return deleted != kNullHandle &&
-           ChangeStructure(this, SessionOf(this).registry.FindHolder(deleted),
-                           "Delete Layer", [&](LayerStack& stack) { stack.DeleteCurrentLayer(deleted, true); });
+           ChangeStructure(this, SessionOf(this).registry.FindHolder(deleted), "Delete Layer",
+                           [&](LayerStack& stack) { stack.DeleteCurrentLayer(deleted, true); });
 }
 
 bool LayerCommands::DeleteCurrentLayer(int layerStack)
@@ -155,7 +155,8 @@ bool LayerCommands::DeleteInvisibleLayers(int layerStack)
                     return true;
         return false;
     });
-    return hasHidden && ChangeStructure(this, layerStack, "Delete Hidden Layers", [](LayerStack& stack) { stack.DeleteInvisibleLayers(true); });
+    return hasHidden && ChangeStructure(this, layerStack, "Delete Hidden Layers",
+                                        [](LayerStack& stack) { stack.DeleteInvisibleLayers(true); });
 }
 
 bool LayerCommands::MoveLayer(const PntHandle& moved, const PntHandle& target, bool above)
@@ -228,7 +229,8 @@ qs::vector<PntHandle> LayerCommands::GetOwnersOfLayer(const PntHandle& layer) co
 
 void LayerCommands::SetLayerVisible(bool visible, const PntHandle& layer)
 {
-    SetProperty(this, layer, ContainerProperty::Visible, [&](LayerStack& stack) { stack.SetLayerVisible(layer, visible, true); });
+    SetProperty(this, layer, ContainerProperty::Visible,
+                [&](LayerStack& stack) { stack.SetLayerVisible(layer, visible, true); });
 }
 
 void LayerCommands::SetAllLayerVisible(bool visible, int layerStack)
@@ -291,7 +293,8 @@ LayerMode LayerCommands::GetLayerMode(const PntHandle& layer) const
 
 void LayerCommands::SetLayerContainerName(const char* name, const PntHandle& layer)
 {
-    SetProperty(this, layer, ContainerProperty::Name, [&](LayerStack& stack) { stack.SetLayerContainerName(layer, name); });
+    SetProperty(this, layer, ContainerProperty::Name,
+                [&](LayerStack& stack) { stack.SetLayerContainerName(layer, name); });
 }
 
 qsString::CString LayerCommands::GetLayerContainerName(const PntHandle& layer) const
@@ -304,7 +307,8 @@ qsString::CString LayerCommands::GetLayerContainerName(const PntHandle& layer) c
 
 void LayerCommands::SetLayerActive(bool active, const PntHandle& layer)
 {
-    SetProperty(this, layer, ContainerProperty::Active, [&](LayerStack& stack) { stack.SetLayerActive(layer, active); });
+    SetProperty(this, layer, ContainerProperty::Active,
+                [&](LayerStack& stack) { stack.SetLayerActive(layer, active); });
 }
 
 bool LayerCommands::isLayerActive(const PntHandle& layer) const
@@ -317,7 +321,8 @@ bool LayerCommands::isLayerActive(const PntHandle& layer) const
 
 void LayerCommands::SetLayerFolderActive(bool active, const PntHandle& folder)
 {
-    SetProperty(this, folder, ContainerProperty::Active, [&](LayerStack& stack) { stack.SetLayerFolderActive(folder, active, true); });
+    SetProperty(this, folder, ContainerProperty::Active,
+                [&](LayerStack& stack) { stack.SetLayerFolderActive(folder, active, true); });
 }
 
 bool LayerCommands::isLayerFolderActive(const PntHandle& folder) const
@@ -330,7 +335,8 @@ bool LayerCommands::isLayerFolderActive(const PntHandle& folder) const
 
 void LayerCommands::SetLayerContainerLocked(bool locked, const PntHandle& layer)
 {
-    SetProperty(this, layer, ContainerProperty::Locked, [&](LayerStack& stack) { stack.SetLayerContainerLocked(layer, locked); });
+    SetProperty(this, layer, ContainerProperty::Locked,
+                [&](LayerStack& stack) { stack.SetLayerContainerLocked(layer, locked); });
 }
 
 bool LayerCommands::isLayerContainerLocked(const PntHandle& layer) const
@@ -344,7 +350,8 @@ bool LayerCommands::isLayerContainerLocked(const PntHandle& layer) const
 void LayerCommands::SetMaskLayerDisplayColor(const PaintColor& color, const PntHandle& layer)
 {
     if (color.IsFinite())
-        SetProperty(this, layer, ContainerProperty::DisplayColor, [&](LayerStack& stack) { stack.SetMaskLayerDisplayColor(color, layer); });
+        SetProperty(this, layer, ContainerProperty::DisplayColor,
+                    [&](LayerStack& stack) { stack.SetMaskLayerDisplayColor(color, layer); });
 }
 
 PaintColor LayerCommands::GetMaskLayerDisplayColor(const PntHandle& layer) const
@@ -356,7 +363,8 @@ PaintColor LayerCommands::GetMaskLayerDisplayColor(const PntHandle& layer) const
 void LayerCommands::SetMaskLayerDisplayOpacity(float opacity, const PntHandle& layer)
 {
     if (std::isfinite(opacity))
-        SetProperty(this, layer, ContainerProperty::DisplayOpacity, [&](LayerStack& stack) { stack.SetMaskLayerDisplayOpacity(opacity, layer); });
+        SetProperty(this, layer, ContainerProperty::DisplayOpacity,
+                    [&](LayerStack& stack) { stack.SetMaskLayerDisplayOpacity(opacity, layer); });
 }
 
 float LayerCommands::GetMaskLayerDisplayOpacity(const PntHandle& layer) const

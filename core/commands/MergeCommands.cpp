@@ -7,8 +7,7 @@
 
 namespace {
 
-bool Merge(PaintSession& session, int layerStack, const PntHandle& receiver,
-           FunctionRef<void(LayerStack&)> merge)
+bool Merge(PaintSession& session, int layerStack, const PntHandle& receiver, FunctionRef<void(LayerStack&)> merge)
 {
     if (receiver == kNullHandle)
         return false;
@@ -101,18 +100,18 @@ PntHandle MergeCommands::DuplicateCurrentLayer(int layerStack)
 
 PntHandle MergeCommands::CopyLayerToImage(const PntHandle& layer)
 {
-    return Duplicate(SessionOf(this), SessionOf(this).registry.FindHolder(layer),
-                     "Copy to Image", [&](LayerStack& stack) { return stack.CopyLayerToImage(layer); });
+    return Duplicate(SessionOf(this), SessionOf(this).registry.FindHolder(layer), "Copy to Image",
+                     [&](LayerStack& stack) { return stack.CopyLayerToImage(layer); });
 }
 
 PntHandle MergeCommands::CopyLayerToMask(const PntHandle& layer, bool connect)
 {
-    return Duplicate(SessionOf(this), SessionOf(this).registry.FindHolder(layer),
-                     "Copy to Mask", [&](LayerStack& stack) { return stack.CopyLayerToMask(layer, connect); });
+    return Duplicate(SessionOf(this), SessionOf(this).registry.FindHolder(layer), "Copy to Mask",
+                     [&](LayerStack& stack) { return stack.CopyLayerToMask(layer, connect); });
 }
 
 PntHandle MergeCommands::CopyLayerToStencil(const PntHandle& layer, bool connect)
 {
-    return Duplicate(SessionOf(this), SessionOf(this).registry.FindHolder(layer),
-                     "Copy to Stencil", [&](LayerStack& stack) { return stack.CopyLayerToStencil(layer, connect); });
+    return Duplicate(SessionOf(this), SessionOf(this).registry.FindHolder(layer), "Copy to Stencil",
+                     [&](LayerStack& stack) { return stack.CopyLayerToStencil(layer, connect); });
 }

@@ -28,9 +28,9 @@ bool ChangePixels(const PixelCommands* group, const PntHandle& layer, const char
 
 bool PixelCommands::SetLayerOffset(int x, int y, const PntHandle& layer)
 {
-    return UndoableCommand(SessionOf(this), layer, "Move Layer").SetIsMove().ChangePixels(layer, [&](LayerStack& stack) {
-        return MoveOnCanvas(stack, layer, x, y);
-    });
+    return UndoableCommand(SessionOf(this), layer, "Move Layer")
+        .SetIsMove()
+        .ChangePixels(layer, [&](LayerStack& stack) { return MoveOnCanvas(stack, layer, x, y); });
 }
 
 bool PixelCommands::SetCurrentLayerOffset(int x, int y, int layerStack)
@@ -81,12 +81,14 @@ bool PixelCommands::ClearCurrentLayer(int layerStack)
 
 bool PixelCommands::ClearLayerImageByRect(const ilTile& area, const PntHandle& layer)
 {
-    return ChangePixels(this, layer, "Clear Rectangle", [&](LayerStack& stack) { return stack.ClearLayerImageByRect(layer, area); });
+    return ChangePixels(this, layer, "Clear Rectangle",
+                        [&](LayerStack& stack) { return stack.ClearLayerImageByRect(layer, area); });
 }
 
 bool PixelCommands::ClearLayerImageBySelMask(const PntHandle& layer)
 {
-    return ChangePixels(this, layer, "Clear Selection", [&](LayerStack& stack) { return stack.ClearLayerImageBySelMask(layer); });
+    return ChangePixels(this, layer, "Clear Selection",
+                        [&](LayerStack& stack) { return stack.ClearLayerImageBySelMask(layer); });
 }
 
 bool PixelCommands::CropLayer(const ilTile& area, const PntHandle& layer)
@@ -98,7 +100,8 @@ bool PixelCommands::CropLayer(const ilTile& area, const PntHandle& layer)
 
 bool PixelCommands::InvertImageLayer(const PntHandle& layer)
 {
-    return ChangePixels(this, layer, "Invert Colours", [&](LayerStack& stack) { return stack.InvertImageLayer(layer); });
+    return ChangePixels(this, layer, "Invert Colours",
+                        [&](LayerStack& stack) { return stack.InvertImageLayer(layer); });
 }
 
 bool PixelCommands::InvertMaskLayer(const PntHandle& layer)
@@ -108,7 +111,8 @@ bool PixelCommands::InvertMaskLayer(const PntHandle& layer)
 
 bool PixelCommands::InvertStencilLayer(const PntHandle& layer)
 {
-    return ChangePixels(this, layer, "Invert Stencil", [&](LayerStack& stack) { return stack.InvertStencilLayer(layer); });
+    return ChangePixels(this, layer, "Invert Stencil",
+                        [&](LayerStack& stack) { return stack.InvertStencilLayer(layer); });
 }
 
 bool PixelCommands::FlipImageLayer(bool horizontal, bool vertical, const PntHandle& layer)

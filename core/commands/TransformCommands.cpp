@@ -47,7 +47,8 @@ bool Preview(const TransformCommands* group, const PntHandle& layer, Operation p
 bool TransformCommands::XForm(const LayerStackTransform& transform, FilterMethod minify, FilterMethod magnify,
                               const PntHandle& layer)
 {
-    return EditPixels(this, layer, true, "Transform", [&](LayerStack& stack) { return stack.XForm(transform, minify, magnify, layer); });
+    return EditPixels(this, layer, true, "Transform",
+                      [&](LayerStack& stack) { return stack.XForm(transform, minify, magnify, layer); });
 }
 
 bool TransformCommands::ProxyXForm(const LayerStackTransform& transform, FilterMethod minify, FilterMethod magnify,
@@ -58,7 +59,8 @@ bool TransformCommands::ProxyXForm(const LayerStackTransform& transform, FilterM
 
 bool TransformCommands::Deform(const Rect8f& corners, FilterMethod filter, int kind, const PntHandle& layer)
 {
-    return EditPixels(this, layer, true, "Deform", [&](LayerStack& stack) { return stack.Deform(corners, filter, kind, 0, 0, layer); });
+    return EditPixels(this, layer, true, "Deform",
+                      [&](LayerStack& stack) { return stack.Deform(corners, filter, kind, 0, 0, layer); });
 }
 
 bool TransformCommands::ProxyDeform(const Rect8f& corners, FilterMethod filter, int kind, const PntHandle& layer)
@@ -76,7 +78,8 @@ ilTile TransformCommands::GetTransformBounds(const PntHandle& layer) const
 
 bool TransformCommands::ColorAdjust(const ColorAdjustParm& parm, float amount, const PntHandle& layer)
 {
-    return EditPixels(this, layer, false, "Adjust Colours", [&](LayerStack& stack) { return stack.ColorAdjust(parm, amount, layer); });
+    return EditPixels(this, layer, false, "Adjust Colours",
+                      [&](LayerStack& stack) { return stack.ColorAdjust(parm, amount, layer); });
 }
 
 bool TransformCommands::ProxyColorAdjust(const ColorAdjustParm& parm, float amount, const PntHandle& layer)
@@ -91,7 +94,8 @@ ImageAnalysisData TransformCommands::AnalyzeLayer(const PntHandle& layer) const
 
 bool TransformCommands::SharpenOrBlurDone(float amount, float radius, const PntHandle& layer)
 {
-    return EditPixels(this, layer, false, "Sharpen or Blur", [&](LayerStack& stack) { return stack.SharpenOrBlurDone(amount, radius, layer); });
+    return EditPixels(this, layer, false, "Sharpen or Blur",
+                      [&](LayerStack& stack) { return stack.SharpenOrBlurDone(amount, radius, layer); });
 }
 
 // --- transform groups ---

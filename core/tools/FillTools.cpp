@@ -2,8 +2,8 @@
 
 #include "core/HostCalls.h"
 #include "core/PaintSession.h"
-#include "platform/base/Attempt.h"
 #include "core/commands/UndoableCommand.h"
+#include "platform/base/Attempt.h"
 #include "undo/UndoStore.h"
 
 #include <algorithm>

@@ -14,8 +14,7 @@ public:
     static constexpr size_t kRoom = 112;  // bytes of arguments
 
     template <class Call>
-        requires(!std::is_same_v<Call, Notice>)
-    explicit Notice(Call call) noexcept : operations_(&kOperationsOf<Call>)
+    requires(!std::is_same_v<Call, Notice>) explicit Notice(Call call) noexcept : operations_(&kOperationsOf<Call>)
     {
         static_assert(sizeof(Call) <= kRoom && alignof(Call) <= alignof(std::max_align_t));
         static_assert(std::is_nothrow_move_constructible_v<Call>);

@@ -1,5 +1,5 @@
-#include "tests/composite/CompositeDocument.h"
 #include "platform/imaging/kernels/Kernels.h"
+#include "tests/composite/CompositeDocument.h"
 #include "tests/imaging/RandomImages.h"
 
 #include <gtest/gtest.h>

@@ -137,8 +137,8 @@ protected:
             const auto shown = BytesOf(*stack->GetImagePlane(), stack->GetSize());
             stack->GetLayerFolder(kLayerModeImage)->SetStencilCompositeDirty(true);
             const qs::TempReference<ilImage> composed = stack->GetUpdateImagePlaneBits(true);
-            const bool isSame = composed ? shown == BytesOf(*composed, stack->GetSize())
-                                         : shown == qs::vector<uint8_t>(shown.size());
+            const bool isSame =
+                composed ? shown == BytesOf(*composed, stack->GetSize()) : shown == qs::vector<uint8_t>(shown.size());
             if (!isSame || (composed == nullptr) != (stack->GetCurrentLayerPtr() == nullptr))
                 return "the plane of document " + std::to_string(handle);
         }

@@ -126,10 +126,7 @@ protected:
         PaintCore.FlushUndoQueue();
     }
 
-    std::string DescribeAll() const
-    {
-        return Describe() + (PaintCore.InProxy() ? "previewed" : "");
-    }
+    std::string DescribeAll() const { return Describe() + (PaintCore.InProxy() ? "previewed" : ""); }
 
     /// Runs the command with one allocation failing, or that and all after it. What is wrong then, or nothing.
     std::string RunOnce(const Case& tried, long allowed)
@@ -206,8 +203,8 @@ qs::vector<ScarceMemoryTest::Case> ScarceMemoryTest::AllCases()
         {"AddLayer", Step, [] { PaintCore.AddLayer({}); }},
         {"AddLayer with owners", Step,
          [] {
-             PaintCore.AddLayer({}, kLayerModeStencil, kLayerTypeRaster, true, kNullHandle, 1, 1, -2, owners, false,
-                                {}, true);
+             PaintCore.AddLayer({}, kLayerModeStencil, kLayerTypeRaster, true, kNullHandle, 1, 1, -2, owners, false, {},
+                                true);
          }},
         {"AddLayerFolder", Step, [] { PaintCore.AddLayerFolder(kLayerModeImage); }},
         {"DeleteLayer", Step, [] { PaintCore.DeleteLayer(painted); }},
@@ -227,11 +224,20 @@ qs::vector<ScarceMemoryTest::Case> ScarceMemoryTest::AllCases()
         {"CopyLayerToMask", Step, [] { PaintCore.CopyLayerToMask(painted); }},
         {"CopyLayerToStencil", Step, [] { PaintCore.CopyLayerToStencil(painted); }},
         {"SetLayerOffset", Step, [] { PaintCore.SetLayerOffset(7, 9, painted); }},
-        {"FillLayer", Step, [] { PaintCore.FillLayer({3, 3, 60, 60}, {1, 0, 0, 0.5F}, painted); }},
+        {"FillLayer", Step,
+         [] {
+             PaintCore.FillLayer({3, 3, 60, 60}, {1, 0, 0, 0.5F}, painted);
+         }},
         {"ClearCurrentLayer", Step, [] { PaintCore.ClearCurrentLayer(); }},
-        {"ClearLayerImageByRect", Step, [] { PaintCore.ClearLayerImageByRect({3, 3, 60, 30}, painted); }},
+        {"ClearLayerImageByRect", Step,
+         [] {
+             PaintCore.ClearLayerImageByRect({3, 3, 60, 30}, painted);
+         }},
         {"ClearLayerImageBySelMask", Step, [] { PaintCore.ClearLayerImageBySelMask(painted); }},
-        {"CropLayer", Step, [] { PaintCore.CropLayer({20, 20, 30, 30}, painted); }},
+        {"CropLayer", Step,
+         [] {
+             PaintCore.CropLayer({20, 20, 30, 30}, painted);
+         }},
         {"InvertImageLayer", Step, [] { PaintCore.InvertImageLayer(painted); }},
         {"InvertMaskLayer", Step, [] { PaintCore.InvertMaskLayer(mask); }},
         {"InvertStencilLayer", Step, [] { PaintCore.InvertStencilLayer(stencil); }},
@@ -248,8 +254,14 @@ qs::vector<ScarceMemoryTest::Case> ScarceMemoryTest::AllCases()
         {"removeLayerFromTransformGroup", Step, [] { PaintCore.removeLayerFromTransformGroup(painted); }},
         {"DeleteTransformGroup", Step, [] { PaintCore.DeleteTransformGroup(painted); }},
         {"ScaleAllLayers", Step, [] { PaintCore.ScaleAllLayers(50, 60, kFilterArea, kFilterBilinear); }},
-        {"ResizeDocument", Step, [] { PaintCore.ResizeDocument({-5, -5, 100, 80}); }},
-        {"CropDocument", Step, [] { PaintCore.CropDocument({10, 10, 50, 40}); }},
+        {"ResizeDocument", Step,
+         [] {
+             PaintCore.ResizeDocument({-5, -5, 100, 80});
+         }},
+        {"CropDocument", Step,
+         [] {
+             PaintCore.CropDocument({10, 10, 50, 40});
+         }},
         {"RotateCanvas", Step, [] { PaintCore.RotateCanvas(30, kFilterBilinear, kFilterBilinear); }},
         {"FlipDocument", Step, [] { PaintCore.FlipDocument(true, false); }},
         {"FillSelectionMask", Step, [] { PaintCore.FillSelectionMask(ilTile(1, 2, 30, 30)); }},
@@ -265,9 +277,18 @@ qs::vector<ScarceMemoryTest::Case> ScarceMemoryTest::AllCases()
         {"InvertSelection", Step, [] { PaintCore.InvertSelection(); }},
         {"GrowSelection", Step, [] { PaintCore.GrowSelection(3); }},
         {"FeatherSelection", Step, [] { PaintCore.FeatherSelection(2); }},
-        {"FloodFillDone", Step, [] { PaintCore.FloodFillDone(30, 20, 0.1F, {0, 1, 0, 1}, painted); }},
-        {"SmoothFloodFillDone", Step, [] { PaintCore.SmoothFloodFillDone(30, 20, 0.1F, {0, 1, 0, 1}, painted); }},
-        {"MagicWandDone", Step, [] { PaintCore.MagicWandDone(30, 20, 0.1F, {1, 1, 1, 1}, false, painted); }},
+        {"FloodFillDone", Step,
+         [] {
+             PaintCore.FloodFillDone(30, 20, 0.1F, {0, 1, 0, 1}, painted);
+         }},
+        {"SmoothFloodFillDone", Step,
+         [] {
+             PaintCore.SmoothFloodFillDone(30, 20, 0.1F, {0, 1, 0, 1}, painted);
+         }},
+        {"MagicWandDone", Step,
+         [] {
+             PaintCore.MagicWandDone(30, 20, 0.1F, {1, 1, 1, 1}, false, painted);
+         }},
         {"stroke", Step, [] { Line(8, 12, 50, 40, 6); }},
         {"SetCurrentLayer", Plain,
          [] { PaintCore.SetCurrentLayer(PaintCore.GetCurrentLayerContainerHandle() == ground ? mask : ground); }},
@@ -290,7 +311,10 @@ qs::vector<ScarceMemoryTest::Case> ScarceMemoryTest::AllCases()
          [] {
              PaintCore.SetSelectionDefaultDisplayColor({1 - PaintCore.GetSelectionDefaultDisplayColor().r, 0, 0, 1});
          }},
-        {"SetLayerStackSize", Plain, [] { PaintCore.SetLayerStackSize({0, 0, 80, 60}); }},
+        {"SetLayerStackSize", Plain,
+         [] {
+             PaintCore.SetLayerStackSize({0, 0, 80, 60});
+         }},
         {"RedrawCanvasDueToGeometryChange", Plain, [] { PaintCore.RedrawCanvasDueToGeometryChange(); }},
         {"resumed", Plain,
          [] {

@@ -1,5 +1,5 @@
-// A host that calls what the interface names, with the arguments that hosts are told of: what stops compiling here stops
-// compiling for them. What the calls do is tested where it is done.
+// A host that calls what the interface names, with the arguments that hosts are told of: what stops compiling here
+// stops compiling for them. What the calls do is tested where it is done.
 
 #include <paintlayer/core/PaintManager.h>
 #include <paintlayer/layers/LayerContainerIterator.h>
@@ -97,8 +97,8 @@ void CallStack(LayerStack& stack, PntHandle layer)
     stack.UpdateViewer(&view);
     stack.RemoveViewer(&view);
     EXPECT_EQ(copy.updates + 1, view.updates);
-    const PntHandle added = stack.AddLayer(NewImage(4), nullptr, kLayerModeImage, kLayerTypeRaster, true, 0, layer, true,
-                                           2, 3, true);
+    const PntHandle added =
+        stack.AddLayer(NewImage(4), nullptr, kLayerModeImage, kLayerTypeRaster, true, 0, layer, true, 2, 3, true);
     stack.RemoveLayerFromStack(stack.GetLayerFromHandle(added));
     EXPECT_EQ(stack.GetLayerFromHandle(added), nullptr);
     const PntHandle folder = stack.AddLayerFolder(kLayerModeImage, layer);
