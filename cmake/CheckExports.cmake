@@ -14,7 +14,7 @@ endif()
 execute_process(
     COMMAND "${NM}" --dynamic --demangle --defined-only --format=posix "${LIBRARY}"
     COMMAND sed -E "s/ [A-Za-z] [0-9a-f]+ [0-9a-f]*$//"
-    COMMAND grep -vE "^typeinfo (name )?for "
+    COMMAND grep -vE "^(vtable|typeinfo|typeinfo name) for "
     COMMAND sort -u
     OUTPUT_FILE "${found}" COMMAND_ERROR_IS_FATAL ANY)
 

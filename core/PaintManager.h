@@ -17,7 +17,7 @@
 
 #include <memory>
 
-class PaintSession;
+struct PaintSession;
 class TpressureFilter;
 
 /// The library's one entry object (PaintCore): the open documents, the brush and the stroke in progress, the host's
@@ -95,7 +95,7 @@ public:
     static const float MaxUpdateIntRadius;  // 96 pixels
 
 private:
-    friend class PaintSession;
+    friend struct PaintSession;
 
     std::unique_ptr<PaintSession> session_;  // what the commands share
 };

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <stdexcept>
 
 namespace {
 
@@ -145,15 +146,18 @@ FilterMethod SamplingFilter(FilterMethod filter)
     }
 }
 
+/// Null when the source is too large, or too far away, to be reduced.
 qs::Reference<ilSmartImage> SamplePages(const ilMIOImage& source, const PixelMap& map, FilterMethod filter,
                                         const TransformPages::List& pages)
-{
+try {
     qs::Reference<ilSmartImage> target(new ilSmartImage(source.GetFillValue()));
     MappedSampler sampler(source, *target, map, filter);
     for (const auto& [px, py] : pages)
         sampler.MakePage(px, py);
     target->ShrinkBounds();
     return target;
+} catch (const std::length_error&) {
+    return {};
 }
 
 qs::Reference<ilSmartImage> TransformTurned(const ilMIOImage& source, const AffineMatrix& m,

@@ -9,6 +9,7 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
+#include <stdexcept>
 
 namespace {
 
@@ -90,6 +91,8 @@ const MappedSampler::Level& MappedSampler::GetLevel(int acrossHalvings, int down
     const Level& larger = GetLevel(acrossHalvings - across, downHalvings - down);
     const auto half = [](int halvings) { return halvings > 0 ? AxisScale{0.5, 0, kFilterArea} : AxisScale{}; };
     qs::Reference<ilSmartImage> made = ScaleImage(*larger.image, half(across), half(down));
+    if (!made)
+        throw std::length_error("An image is too large, or too far away, to be halved.");
     const ilMIOImage& image = *made;
     return levels_.emplace(key, MakeLevel(image, std::move(made))).first->second;
 }

@@ -19,6 +19,7 @@ public:
     /// filter: nearest, bilinear or bicubic. With nearest, one source pixel makes one of the result.
     MappedSampler(const ilMIOImage& source, ilSmartImage& target, const PixelMap& map, FilterMethod filter);
 
+    /// Throws std::length_error when the source is too large, or too far away, to be reduced.
     void MakePage(int px, int py);
 
 private:
