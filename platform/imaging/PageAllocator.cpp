@@ -19,9 +19,19 @@ constexpr size_t kLargeBlock = 16384;  // a four-channel page
 struct Arena {
     uint8_t* memory = nullptr;
     size_t blockBytes = 0;
+    size_t first = 0;  // where the first block was cut; the others follow it, around the end
     size_t cut = 0;  // bytes handed out at least once
     size_t inUse = 0;  // blocks handed out now
 };
+
+/// Layers of equal size would have the same page at the same place of an arena each. The processor's caches tell
+/// addresses apart by just these bits, so that a composite of many such layers would find room for a few of them only:
+/// each arena begins elsewhere.
+size_t FirstOf(size_t arena, size_t blockBytes)
+{
+    const uint32_t scattered = static_cast<uint32_t>(arena) * 2654435769U;  // 2^32 by the golden ratio
+    return (scattered >> 16) * blockBytes % kArenaBytes;
+}
 
 uint8_t* MapArena()
 {
@@ -87,6 +97,7 @@ private:
     size_t IndexOf(const void* block) const;
 
     std::vector<Arena> arenas_;
+    size_t made_ = 0;  // arenas, ever
     FreeBlock* freeSmall_ = nullptr;
     FreeBlock* freeLarge_ = nullptr;
     size_t openSmall_ = SIZE_MAX;  // the arena that new blocks are cut from
@@ -99,11 +110,11 @@ uint8_t* ArenaMemory::CutBlock(size_t bytes)
     size_t& open = blockBytes == kSmallBlock ? openSmall_ : openLarge_;
     if (open == SIZE_MAX || arenas_[open].cut + blockBytes > kArenaBytes) {
         arenas_.reserve(arenas_.size() + 1);  // before mapping: nothing leaks when this throws
-        arenas_.push_back({MapArena(), blockBytes, 0, 0});
+        arenas_.push_back({MapArena(), blockBytes, FirstOf(made_++, blockBytes), 0, 0});
         open = arenas_.size() - 1;
     }
     Arena& arena = arenas_[open];
-    uint8_t* block = arena.memory + arena.cut;
+    uint8_t* block = arena.memory + (arena.first + arena.cut) % kArenaBytes;
     arena.cut += blockBytes;
     return block;
 }
