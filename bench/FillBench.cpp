@@ -3,7 +3,7 @@
 // into the image itself, whose pages are its own. Smooth: the mask with a soft edge.
 
 #include "BenchDocument.h"
-#include <paintlayer/platform/imaging/FloodFillOperation.h>
+#include <paintlayer/platform/imaging/regions/FloodFillOperation.h>
 
 #include <benchmark/benchmark.h>
 

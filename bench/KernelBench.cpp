@@ -1,7 +1,7 @@
 // Pixels per second of every kernel in every variant, operands in the first-level cache, beside the machine's copy of
 // as many bytes (memcpy: four channels, memcpy1: one):  bench-kernels
 
-#include "platform/imaging/BlendFactor.h"
+#include "platform/imaging/kernels/BlendFactor.h"
 #include "platform/imaging/kernels/Kernels.h"
 
 #include <benchmark/benchmark.h>

@@ -1,7 +1,7 @@
 // Nanoseconds per stamp that the coverage costs, known and new:  bench-stamps --benchmark_filter=New
 
-#include <paintlayer/platform/imaging/Stamp.h>
-#include <paintlayer/platform/imaging/StampCache.h>
+#include <paintlayer/platform/imaging/stamps/Stamp.h>
+#include <paintlayer/platform/imaging/stamps/StampCache.h>
 
 #include <benchmark/benchmark.h>
 

@@ -1,10 +1,10 @@
 // Pixels of the result per second of transforms of a painted layer of 4096 x 4096 (PAINTLAYER_BENCH_CANVAS sets another
 // side), every page of which differs in every pixel:  bench-transforms
 
-#include <paintlayer/platform/imaging/ColorAdjust.h>
-#include <paintlayer/platform/imaging/ImageBlur.h>
-#include <paintlayer/platform/imaging/ImageTransform.h>
-#include <paintlayer/platform/imaging/PageWalk.h>
+#include <paintlayer/platform/imaging/pages/PageWalk.h>
+#include <paintlayer/platform/imaging/transform/ColorAdjust.h>
+#include <paintlayer/platform/imaging/transform/ImageBlur.h>
+#include <paintlayer/platform/imaging/transform/ImageTransform.h>
 
 #include <benchmark/benchmark.h>
 

@@ -3,9 +3,9 @@
 #include "layers/PntHandle.h"
 #include "platform/base/Containers.h"
 #include "platform/base/Reference.h"
-#include "platform/imaging/PageCompositor.h"
-#include "platform/imaging/ilSmartImage.h"
-#include "platform/imaging/ilTile.h"
+#include "platform/imaging/blend/ComposePages.h"
+#include "platform/imaging/pages/ilSmartImage.h"
+#include "platform/imaging/pages/ilTile.h"
 #include "platform/os/Clock.h"
 
 #include <algorithm>

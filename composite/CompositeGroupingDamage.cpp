@@ -1,8 +1,8 @@
 #include "composite/CompositeBase.h"
 #include "composite/CompositeGrouping.h"
 #include "composite/CompositePort.h"
-#include "platform/imaging/PageTiles.h"
-#include "platform/imaging/PageWalk.h"
+#include "platform/imaging/pages/PageTiles.h"
+#include "platform/imaging/pages/PageWalk.h"
 
 #include <algorithm>
 #include <utility>

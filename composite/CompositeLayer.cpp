@@ -2,8 +2,8 @@
 
 #include "composite/CompositePort.h"
 #include "layers/Layer.h"
-#include "platform/imaging/MaskingPaintOps.h"
 #include "platform/imaging/kernels/Kernels.h"
+#include "platform/imaging/painter/MaskingPaintOps.h"
 #include "platform/os/DebugOutput.h"
 
 #include <memory>

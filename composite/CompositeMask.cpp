@@ -1,9 +1,9 @@
 #include "composite/CompositePort.h"
 #include "composite/LayerStackComposite.h"
 #include "layers/Layer.h"
-#include "platform/imaging/ImageBlend.h"
-#include "platform/imaging/PageWalk.h"
+#include "platform/imaging/blend/ImageBlend.h"
 #include "platform/imaging/kernels/Kernels.h"
+#include "platform/imaging/pages/PageWalk.h"
 
 namespace {
 

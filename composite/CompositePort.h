@@ -2,7 +2,7 @@
 
 #include "layers/PntHandle.h"
 #include "platform/base/Containers.h"
-#include "platform/imaging/ilTile.h"
+#include "platform/imaging/pages/ilTile.h"
 
 class Layer;
 class LayerContainer;

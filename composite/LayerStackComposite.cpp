@@ -7,7 +7,7 @@
 #include "composite/CompositePort.h"
 #include "layers/Layer.h"
 #include "layers/LayerFolder.h"
-#include "platform/imaging/ilMemoryImg.h"
+#include "platform/imaging/pages/ilMemoryImg.h"
 
 #include <algorithm>
 #include <memory>

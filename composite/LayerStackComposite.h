@@ -4,8 +4,8 @@
 #include "platform/base/Containers.h"
 #include "platform/base/Export.h"
 #include "platform/base/Reference.h"
-#include "platform/imaging/ilSmartImage.h"
-#include "platform/imaging/ilTile.h"
+#include "platform/imaging/pages/ilSmartImage.h"
+#include "platform/imaging/pages/ilTile.h"
 
 class CompositeBase;
 class LayerFolder;

@@ -3,7 +3,7 @@
 #include "layers/PntHandle.h"
 #include "platform/base/Containers.h"
 #include "platform/base/Export.h"
-#include "platform/imaging/PaintColor.h"
+#include "platform/imaging/pages/PaintColor.h"
 
 class gk_spline;
 

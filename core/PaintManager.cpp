@@ -4,9 +4,9 @@
 #include "core/PortBindings.h"
 #include "layers/DocumentPort.h"
 #include "platform/base/Attempt.h"
-#include "platform/imaging/ImageCoreCB.h"
-#include "platform/imaging/SmoothInterpolate2D.h"
-#include "platform/imaging/StampStroke.h"
+#include "platform/imaging/strokes/ImageCoreCB.h"
+#include "platform/imaging/strokes/SmoothInterpolate2D.h"
+#include "platform/imaging/strokes/StampStroke.h"
 
 #include <cstdio>
 #include <memory>

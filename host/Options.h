@@ -1,8 +1,8 @@
 #pragma once
 
-#include <paintlayer/platform/imaging/PaintColor.h>
+#include <paintlayer/platform/imaging/pages/PaintColor.h>
 
-#include <paintlayer/platform/imaging/ilTile.h>
+#include <paintlayer/platform/imaging/pages/ilTile.h>
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <paintlayer/platform/imaging/PaintColor.h>
-#include <paintlayer/platform/imaging/ilMemoryImg.h>
+#include <paintlayer/platform/imaging/pages/PaintColor.h>
+#include <paintlayer/platform/imaging/pages/ilMemoryImg.h>
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <paintlayer/platform/imaging/ImageCoreCB.h>
+#include <paintlayer/platform/imaging/strokes/ImageCoreCB.h>
 
 #include <vector>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/imaging/LayerBlendMode.h"
-#include "platform/imaging/PaintColor.h"
+#include "platform/imaging/kernels/LayerBlendMode.h"
+#include "platform/imaging/pages/PaintColor.h"
 
 #include <array>
 #include <concepts>

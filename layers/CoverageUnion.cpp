@@ -1,8 +1,8 @@
 #include "layers/CoverageUnion.h"
 
-#include "platform/imaging/ImageBlend.h"
-#include "platform/imaging/PageWalk.h"
+#include "platform/imaging/blend/ImageBlend.h"
 #include "platform/imaging/kernels/Kernels.h"
+#include "platform/imaging/pages/PageWalk.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/imaging/ilSmartImage.h"
+#include "platform/imaging/pages/ilSmartImage.h"
 
 /// The tile grown to whole pages, so that pages can be shared instead of copied in part.
 ilTile GrownToPages(const ilTile& tile);

@@ -1,8 +1,8 @@
 #include "layers/Layer.h"
 
 #include "layers/DocumentPort.h"
-#include "platform/imaging/MaskingPaintOps.h"
-#include "platform/imaging/ilMemoryImg.h"
+#include "platform/imaging/pages/ilMemoryImg.h"
+#include "platform/imaging/painter/MaskingPaintOps.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -8,10 +8,10 @@
 #include "layers/LayerStackTransform.h"
 #include "layers/ProxyParameters.h"
 #include "platform/base/CString.h"
-#include "platform/imaging/LayerBlendMode.h"
-#include "platform/imaging/PaintColor.h"
-#include "platform/imaging/ilSmartImage.h"
-#include "platform/imaging/ilTile.h"
+#include "platform/imaging/kernels/LayerBlendMode.h"
+#include "platform/imaging/pages/PaintColor.h"
+#include "platform/imaging/pages/ilSmartImage.h"
+#include "platform/imaging/pages/ilTile.h"
 
 class DamageControl;
 class Layer;
@@ -259,7 +259,7 @@ public:
     /// full opacity only.
     void CollapseOpacity();
 
-    // --- transforms (LayerTransform.cpp) ---
+    // --- transforms (LayerXForm.cpp) ---
 
     /// The content and its offset; in a proxy as they were when it began.
     LayerPicture GetOriginalPicture() const;

@@ -1,9 +1,9 @@
 #include "layers/LayerContent.h"
 
 #include "layers/Layer.h"
-#include "platform/imaging/MaskingPaintOps.h"
-#include "platform/imaging/PageAccount.h"
-#include "platform/imaging/PageTiles.h"
+#include "platform/imaging/pages/PageAccount.h"
+#include "platform/imaging/pages/PageTiles.h"
+#include "platform/imaging/painter/MaskingPaintOps.h"
 
 bool LayerContent::IsComparable(const LayerContent& other) const
 {

@@ -4,7 +4,7 @@
 #include "platform/base/Containers.h"
 #include "platform/base/Export.h"
 #include "platform/base/Reference.h"
-#include "platform/imaging/ilMIOImage.h"
+#include "platform/imaging/pages/ilMIOImage.h"
 
 /// What an edit of pixels can change of a layer, as it was at one moment: which image object it had, what was in it,
 /// and where that lay. Costs the pages that are changed afterwards, only.

@@ -1,8 +1,8 @@
 #include "layers/CoverageUnion.h"
 #include "layers/Layer.h"
-#include "platform/imaging/ImageBlend.h"
-#include "platform/imaging/ImageConvert.h"
-#include "platform/imaging/PaintOps.h"
+#include "platform/imaging/blend/ImageBlend.h"
+#include "platform/imaging/blend/ImageConvert.h"
+#include "platform/imaging/painter/PaintOps.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "layers/Layer.h"
 #include "layers/LayerFolder.h"
-#include "platform/imaging/PageWalk.h"
+#include "platform/imaging/pages/PageWalk.h"
 
 #include <algorithm>
 #include <cmath>

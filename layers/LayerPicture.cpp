@@ -1,6 +1,6 @@
 #include "layers/LayerPicture.h"
 
-#include "platform/imaging/ImageBlend.h"
+#include "platform/imaging/blend/ImageBlend.h"
 
 #include <algorithm>
 #include <cmath>

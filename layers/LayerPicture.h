@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/imaging/ColorAdjust.h"
-#include "platform/imaging/ImageTransform.h"
-#include "platform/imaging/ilSmartImage.h"
+#include "platform/imaging/pages/ilSmartImage.h"
+#include "platform/imaging/transform/ColorAdjust.h"
+#include "platform/imaging/transform/ImageTransform.h"
 
 /// An image and where its (0, 0) lies on the canvas: a layer's content, or what is to become of it.
 struct LayerPicture {

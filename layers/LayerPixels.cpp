@@ -1,9 +1,9 @@
 #include "layers/DocumentPort.h"
 #include "layers/Layer.h"
-#include "platform/imaging/ImageConvert.h"
-#include "platform/imaging/PageWalk.h"
-#include "platform/imaging/PaintOps.h"
-#include "platform/imaging/ilMemoryImg.h"
+#include "platform/imaging/blend/ImageConvert.h"
+#include "platform/imaging/pages/PageWalk.h"
+#include "platform/imaging/pages/ilMemoryImg.h"
+#include "platform/imaging/painter/PaintOps.h"
 
 #include <functional>
 

@@ -1,7 +1,7 @@
 #include "layers/Layer.h"
 #include "platform/base/Attempt.h"
-#include "platform/imaging/DamageControl.h"
-#include "platform/imaging/PageWalk.h"
+#include "platform/imaging/pages/DamageControl.h"
+#include "platform/imaging/pages/PageWalk.h"
 
 #include <cstdint>
 

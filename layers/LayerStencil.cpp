@@ -1,10 +1,10 @@
 #include "layers/CoverageUnion.h"
 #include "layers/DocumentPort.h"
 #include "layers/Layer.h"
-#include "platform/imaging/ImageBlend.h"
-#include "platform/imaging/PageCompositor.h"
-#include "platform/imaging/PaintOps.h"
+#include "platform/imaging/blend/ComposePages.h"
+#include "platform/imaging/blend/ImageBlend.h"
 #include "platform/imaging/kernels/Kernels.h"
+#include "platform/imaging/painter/PaintOps.h"
 
 namespace {
 

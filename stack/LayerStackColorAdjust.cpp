@@ -1,4 +1,4 @@
-#include "platform/imaging/ImageBlur.h"
+#include "platform/imaging/transform/ImageBlur.h"
 #include "stack/LayerStack.h"
 
 bool LayerStack::ColorAdjust(const ColorAdjustParm& parm, float amount, const PntHandle& handle)

@@ -1,4 +1,4 @@
-#include "platform/imaging/ImageConvert.h"
+#include "platform/imaging/blend/ImageConvert.h"
 #include "stack/LayerStack.h"
 #include "stack/StackEdit.h"
 

@@ -1,4 +1,4 @@
-#include "platform/imaging/MaskingPaintOps.h"
+#include "platform/imaging/painter/MaskingPaintOps.h"
 #include "stack/LayerStack.h"
 #include "stack/StackEdit.h"
 #include "stack/StackPort.h"

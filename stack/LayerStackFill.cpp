@@ -1,4 +1,4 @@
-#include "platform/imaging/ImageBlend.h"
+#include "platform/imaging/blend/ImageBlend.h"
 #include "stack/LayerStack.h"
 
 bool LayerStack::FillLayer(const PntHandle& handle, const ilTile& tile, const ilPixel& pixel)

@@ -1,5 +1,5 @@
 #include "layers/DocumentPort.h"
-#include "platform/imaging/FloodFillOperation.h"
+#include "platform/imaging/regions/FloodFillOperation.h"
 #include "stack/LayerStack.h"
 #include "stack/StackEdit.h"
 

@@ -1,6 +1,6 @@
 #include "composite/CompositePicture.h"
 #include "layers/CoverageUnion.h"
-#include "platform/imaging/ImageConvert.h"
+#include "platform/imaging/blend/ImageConvert.h"
 #include "stack/LayerStack.h"
 #include "stack/StackEdit.h"
 #include "stack/StackPort.h"

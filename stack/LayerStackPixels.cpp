@@ -1,7 +1,7 @@
 #include "layers/DocumentPort.h"
-#include "platform/imaging/ImageBlend.h"
-#include "platform/imaging/ImageConvert.h"
-#include "platform/imaging/PageWalk.h"
+#include "platform/imaging/blend/ImageBlend.h"
+#include "platform/imaging/blend/ImageConvert.h"
+#include "platform/imaging/pages/PageWalk.h"
 #include "stack/LayerStack.h"
 #include "stack/StackEdit.h"
 

@@ -1,4 +1,4 @@
-#include "platform/imaging/PageAccount.h"
+#include "platform/imaging/pages/PageAccount.h"
 #include "stack/LayerStack.h"
 #include "stack/StackEdit.h"
 

@@ -1,7 +1,7 @@
 #include "stack/LayerStackPorts.h"
 
 #include "composite/CompositePort.h"
-#include "platform/imaging/MaskingPaintOps.h"
+#include "platform/imaging/painter/MaskingPaintOps.h"
 #include "stack/LayerStack.h"
 
 namespace {

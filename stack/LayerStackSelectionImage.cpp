@@ -1,5 +1,5 @@
-#include "platform/imaging/CoverageFilters.h"
-#include "platform/imaging/ImageBlend.h"
+#include "platform/imaging/blend/ImageBlend.h"
+#include "platform/imaging/regions/CoverageFilters.h"
 #include "stack/LayerStack.h"
 #include "stack/StackEdit.h"
 

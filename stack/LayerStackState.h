@@ -2,11 +2,11 @@
 
 #include "layers/PntHandle.h"
 #include "platform/base/Containers.h"
-#include "platform/imaging/DamageControl.h"
-#include "platform/imaging/PaintColor.h"
-#include "platform/imaging/PaintOps.h"
-#include "platform/imaging/Symmetry.h"
-#include "platform/imaging/ilSmartImage.h"
+#include "platform/imaging/pages/DamageControl.h"
+#include "platform/imaging/pages/PaintColor.h"
+#include "platform/imaging/pages/ilSmartImage.h"
+#include "platform/imaging/painter/PaintOps.h"
+#include "platform/imaging/strokes/Symmetry.h"
 
 #include <concepts>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "platform/imaging/PageCompositor.h"
+#include "platform/imaging/blend/ComposePages.h"
 #include "stack/LayerStack.h"
 #include "stack/LayerStackView.h"
 #include "stack/StackPort.h"

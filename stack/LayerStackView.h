@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/imaging/DamageControl.h"
-#include "platform/imaging/ilMemoryImg.h"
+#include "platform/imaging/pages/DamageControl.h"
+#include "platform/imaging/pages/ilMemoryImg.h"
 
 /// Base of whatever shows a layer stack: it collects the canvas tiles that changed and is told to show them.
 ///

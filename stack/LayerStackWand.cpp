@@ -1,4 +1,4 @@
-#include "platform/imaging/FloodFillOperation.h"
+#include "platform/imaging/regions/FloodFillOperation.h"
 #include "stack/LayerStack.h"
 #include "stack/StackEdit.h"
 

@@ -2,7 +2,7 @@
 
 #include "layers/PntHandle.h"
 #include "platform/base/Notices.h"
-#include "platform/imaging/PaintColor.h"
+#include "platform/imaging/pages/PaintColor.h"
 
 class LayerStack;
 

@@ -1,6 +1,6 @@
 #include "undo/PntUndoDatabase.h"
 
-#include "platform/imaging/PageAccount.h"
+#include "platform/imaging/pages/PageAccount.h"
 #include "stack/LayerStack.h"
 
 #include <algorithm>

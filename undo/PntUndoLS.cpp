@@ -1,6 +1,6 @@
 #include "undo/PntUndoLS.h"
 
-#include "platform/imaging/PageAccount.h"
+#include "platform/imaging/pages/PageAccount.h"
 #include "undo/UndoPort.h"
 #include "undo/UndoStore.h"
 

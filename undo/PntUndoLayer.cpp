@@ -1,6 +1,6 @@
 #include "undo/PntUndoLayer.h"
 
-#include "platform/imaging/PageAccount.h"
+#include "platform/imaging/pages/PageAccount.h"
 #include "undo/UndoPort.h"
 
 PntUndoLayer::PntUndoLayer(PaintManager* manager, int stackHandle, const PntHandle& handle, LayerStack* stack,

@@ -1,7 +1,7 @@
 #include "undo/PntUndoLayerStack.h"
 
 #include "platform/base/Attempt.h"
-#include "platform/imaging/PageAccount.h"
+#include "platform/imaging/pages/PageAccount.h"
 #include "stack/StackPort.h"
 #include "undo/UndoPort.h"
 

@@ -1,7 +1,7 @@
 #include "undo/PntUndoOper.h"
 
 #include "platform/base/Attempt.h"
-#include "platform/imaging/PageAccount.h"
+#include "platform/imaging/pages/PageAccount.h"
 
 #include <algorithm>
 #include <climits>

@@ -2,7 +2,7 @@
 
 #include "layers/DocumentPort.h"
 #include "platform/base/Attempt.h"
-#include "platform/imaging/PageAccount.h"
+#include "platform/imaging/pages/PageAccount.h"
 #include "stack/StackPort.h"
 #include "undo/UndoPort.h"
 

@@ -1,7 +1,7 @@
 #include "core/brush/BrushPickup.h"
 
-#include "platform/imaging/PageWalk.h"
-#include "platform/imaging/ilMemoryImg.h"
+#include "platform/imaging/pages/PageWalk.h"
+#include "platform/imaging/pages/ilMemoryImg.h"
 
 #include <algorithm>
 

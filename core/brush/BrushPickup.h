@@ -1,7 +1,7 @@
 #pragma once
 
 #include "layers/Layer.h"
-#include "platform/imaging/PaintObj.h"
+#include "platform/imaging/stamps/PaintObj.h"
 
 /// A brush's shape or texture, taken from what is painted on a layer.
 namespace BrushPickup {

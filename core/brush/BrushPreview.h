@@ -1,9 +1,9 @@
 #pragma once
 
 #include "platform/base/Uuid.h"
-#include "platform/imaging/Stamp.h"
-#include "platform/imaging/ilMemoryImg.h"
-#include "platform/imaging/ilTile.h"
+#include "platform/imaging/pages/ilMemoryImg.h"
+#include "platform/imaging/pages/ilTile.h"
+#include "platform/imaging/stamps/Stamp.h"
 
 class BrushState;
 struct PaintSession;

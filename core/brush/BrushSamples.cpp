@@ -2,7 +2,7 @@
 
 #include "core/brush/BrushStrokeMaker.h"
 #include "core/brush/StrokeSampleRules.h"
-#include "platform/imaging/MaskingPaintOps.h"
+#include "platform/imaging/painter/MaskingPaintOps.h"
 
 #include <algorithm>
 #include <cmath>

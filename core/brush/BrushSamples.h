@@ -2,8 +2,8 @@
 
 #include "core/brush/BrushState.h"
 #include "layers/Layer.h"
-#include "platform/imaging/PaintOps.h"
-#include "platform/imaging/ilSmartImage.h"
+#include "platform/imaging/pages/ilSmartImage.h"
+#include "platform/imaging/painter/PaintOps.h"
 
 /// Pictures of the brush, on images of their own. Sizes are stamp radii in pixels.
 namespace BrushSamples {

@@ -1,6 +1,6 @@
 #include "core/brush/BrushStampKinds.h"
 
-#include "platform/imaging/BrushStampReferenceStamp.h"
+#include "platform/imaging/stamps/BrushStampReferenceStamp.h"
 
 bool isCloneStamp(const BrushStampReferenceStamp* stamp)
 {

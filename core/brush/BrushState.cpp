@@ -4,7 +4,7 @@
 #include "core/PaintSession.h"
 #include "core/brush/BrushStampKinds.h"
 #include "platform/geometry/gk_spline.h"
-#include "platform/imaging/StampMask.h"
+#include "platform/imaging/stamps/StampMask.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,10 +2,10 @@
 
 #include "core/brush/EffectBrush.h"
 #include "layers/PntHandle.h"
-#include "platform/imaging/BrushParameters.h"
-#include "platform/imaging/PaintOps.h"
-#include "platform/imaging/Stamp.h"
-#include "platform/imaging/StrokeParameters.h"
+#include "platform/imaging/painter/PaintOps.h"
+#include "platform/imaging/stamps/BrushParameters.h"
+#include "platform/imaging/stamps/Stamp.h"
+#include "platform/imaging/strokes/StrokeParameters.h"
 
 #include <memory>
 

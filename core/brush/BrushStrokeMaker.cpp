@@ -1,9 +1,9 @@
 #include "core/brush/BrushStrokeMaker.h"
 
-#include "platform/imaging/CurveInterpolate2D.h"
-#include "platform/imaging/SmoothInterpolate2D.h"
-#include "platform/imaging/SymmetryStroke.h"
-#include "platform/imaging/TimerStampStroke.h"
+#include "platform/imaging/strokes/CurveInterpolate2D.h"
+#include "platform/imaging/strokes/SmoothInterpolate2D.h"
+#include "platform/imaging/strokes/SymmetryStroke.h"
+#include "platform/imaging/strokes/TimerStampStroke.h"
 
 namespace {
 

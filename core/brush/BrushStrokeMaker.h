@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/imaging/StampStroke.h"
-#include "platform/imaging/StrokeParameters.h"
-#include "platform/imaging/Symmetry.h"
+#include "platform/imaging/strokes/StampStroke.h"
+#include "platform/imaging/strokes/StrokeParameters.h"
+#include "platform/imaging/strokes/Symmetry.h"
 
 #include <memory>
 

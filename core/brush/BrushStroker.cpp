@@ -10,7 +10,7 @@
 #include "core/brush/StrokeSampleRules.h"
 #include "core/commands/UndoableCommand.h"
 #include "platform/base/Attempt.h"
-#include "platform/imaging/ImageCoreCB.h"
+#include "platform/imaging/strokes/ImageCoreCB.h"
 
 #include <algorithm>
 #include <cmath>

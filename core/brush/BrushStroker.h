@@ -1,8 +1,8 @@
 #pragma once
 
 #include "layers/Layer.h"
-#include "platform/imaging/MaskingPaintOps.h"
-#include "platform/imaging/Stroke.h"
+#include "platform/imaging/painter/MaskingPaintOps.h"
+#include "platform/imaging/strokes/Stroke.h"
 #include "stack/LayerStack.h"
 
 #include <memory>

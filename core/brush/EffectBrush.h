@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/base/Export.h"
-#include "platform/imaging/ilMIOImage.h"
+#include "platform/imaging/pages/ilMIOImage.h"
 
 /// A brush that uncovers a processed version of the layer (blur, sharpen, a colour effect): the host's own filter.
 class PAINTLAYER_EXPORT EffectBrush {

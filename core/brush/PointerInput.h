@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/imaging/Smooth2D.h"
+#include "platform/imaging/strokes/Smooth2D.h"
 
 #include <array>
 #include <memory>

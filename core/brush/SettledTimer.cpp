@@ -2,7 +2,7 @@
 
 #include "core/HostCalls.h"
 #include "core/PaintManager.h"
-#include "platform/imaging/ImageCoreCB.h"
+#include "platform/imaging/strokes/ImageCoreCB.h"
 
 #include <utility>
 

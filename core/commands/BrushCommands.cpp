@@ -4,7 +4,7 @@
 #include "core/brush/BrushPickup.h"
 #include "core/brush/BrushSamples.h"
 #include "core/brush/StrokeSampleRules.h"
-#include "platform/imaging/StampCache.h"
+#include "platform/imaging/stamps/StampCache.h"
 
 #include <cmath>
 

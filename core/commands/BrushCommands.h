@@ -3,10 +3,10 @@
 #include "core/brush/EffectBrush.h"
 #include "layers/PntHandle.h"
 #include "platform/base/Export.h"
-#include "platform/imaging/BrushParameters.h"
-#include "platform/imaging/PaintOps.h"
-#include "platform/imaging/StrokeParameters.h"
-#include "platform/imaging/ilSmartImage.h"
+#include "platform/imaging/pages/ilSmartImage.h"
+#include "platform/imaging/painter/PaintOps.h"
+#include "platform/imaging/stamps/BrushParameters.h"
+#include "platform/imaging/strokes/StrokeParameters.h"
 
 /// Part of PaintManager: the brush, and pictures of it.
 class PAINTLAYER_EXPORT BrushCommands {

@@ -4,9 +4,9 @@
 #include "layers/ProxyParameters.h"
 #include "platform/base/Containers.h"
 #include "platform/base/Export.h"
-#include "platform/imaging/ilMemoryImg.h"
-#include "platform/imaging/ilSmartImage.h"
-#include "platform/imaging/ilTile.h"
+#include "platform/imaging/pages/ilMemoryImg.h"
+#include "platform/imaging/pages/ilSmartImage.h"
+#include "platform/imaging/pages/ilTile.h"
 #include "stack/LayerStackHandle.h"
 #include "stack/LayerStackView.h"
 

@@ -3,7 +3,7 @@
 #include "core/DocumentCalls.h"
 #include "core/HostCalls.h"
 #include "core/commands/UndoableCommand.h"
-#include "platform/imaging/ImageCoreCB.h"
+#include "platform/imaging/strokes/ImageCoreCB.h"
 #include "undo/UndoStore.h"
 
 #include <new>

@@ -4,8 +4,8 @@
 #include "platform/base/Export.h"
 #include "platform/base/Reference.h"
 #include "platform/base/Uuid.h"
-#include "platform/imaging/PaintColor.h"
-#include "platform/imaging/ilTile.h"
+#include "platform/imaging/pages/PaintColor.h"
+#include "platform/imaging/pages/ilTile.h"
 #include "stack/LayerStack.h"
 #include "stack/LayerStackHandle.h"
 

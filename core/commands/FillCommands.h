@@ -2,7 +2,7 @@
 
 #include "layers/PntHandle.h"
 #include "platform/base/Export.h"
-#include "platform/imaging/PaintColor.h"
+#include "platform/imaging/pages/PaintColor.h"
 #include "stack/LayerStackHandle.h"
 
 /// Part of PaintManager: fill and wand tools, for what is connected to a canvas point and like it in colour.

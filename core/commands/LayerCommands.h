@@ -5,9 +5,9 @@
 #include "platform/base/CString.h"
 #include "platform/base/Containers.h"
 #include "platform/base/Export.h"
-#include "platform/imaging/LayerBlendMode.h"
-#include "platform/imaging/PaintColor.h"
-#include "platform/imaging/ilSmartImage.h"
+#include "platform/imaging/kernels/LayerBlendMode.h"
+#include "platform/imaging/pages/PaintColor.h"
+#include "platform/imaging/pages/ilSmartImage.h"
 #include "stack/LayerStackHandle.h"
 
 /// Part of PaintManager: which layers and folders a document has, in which order, and their properties.

@@ -2,7 +2,7 @@
 
 #include "layers/PntHandle.h"
 #include "platform/base/Export.h"
-#include "platform/imaging/PaintColor.h"
+#include "platform/imaging/pages/PaintColor.h"
 
 /// Part of PaintManager: switches of the process.
 class PAINTLAYER_EXPORT OptionCommands {

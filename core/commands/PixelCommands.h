@@ -2,9 +2,9 @@
 
 #include "layers/PntHandle.h"
 #include "platform/base/Export.h"
-#include "platform/imaging/PaintColor.h"
-#include "platform/imaging/ilSmartImage.h"
-#include "platform/imaging/ilTile.h"
+#include "platform/imaging/pages/PaintColor.h"
+#include "platform/imaging/pages/ilSmartImage.h"
+#include "platform/imaging/pages/ilTile.h"
 #include "stack/LayerStackHandle.h"
 
 /// Part of PaintManager: pixels of one layer, and where they lie. Tiles are canvas pixels. Undone like a stroke, where

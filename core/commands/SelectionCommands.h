@@ -2,10 +2,10 @@
 
 #include "layers/PntHandle.h"
 #include "platform/base/Export.h"
-#include "platform/imaging/PaintColor.h"
-#include "platform/imaging/PolygonRasterizer.h"
-#include "platform/imaging/ilSmartImage.h"
-#include "platform/imaging/ilTile.h"
+#include "platform/imaging/pages/PaintColor.h"
+#include "platform/imaging/pages/ilSmartImage.h"
+#include "platform/imaging/pages/ilTile.h"
+#include "platform/imaging/regions/PolygonRasterizer.h"
 #include "stack/LayerStackHandle.h"
 #include "stack/SelectionMode.h"
 

@@ -2,7 +2,7 @@
 
 #include "core/PaintSession.h"
 #include "platform/base/Attempt.h"
-#include "platform/imaging/TpressureFilter.h"
+#include "platform/imaging/strokes/TpressureFilter.h"
 
 #include <memory>
 

@@ -4,10 +4,10 @@
 #include "layers/PntHandle.h"
 #include "platform/base/Containers.h"
 #include "platform/base/Export.h"
-#include "platform/imaging/ColorAdjust.h"
-#include "platform/imaging/FilterMethod.h"
-#include "platform/imaging/Rect8f.h"
-#include "platform/imaging/ilTile.h"
+#include "platform/imaging/pages/ilTile.h"
+#include "platform/imaging/transform/ColorAdjust.h"
+#include "platform/imaging/transform/FilterMethod.h"
+#include "platform/imaging/transform/Rect8f.h"
 #include "stack/LayerStackHandle.h"
 
 /// Part of PaintManager: transforms, colours and sharpness of layers, limited by a used selection, and of whole

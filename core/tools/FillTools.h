@@ -1,8 +1,8 @@
 #pragma once
 
 #include "layers/PntHandle.h"
-#include "platform/imaging/PaintColor.h"
-#include "platform/imaging/ilSmartImage.h"
+#include "platform/imaging/pages/PaintColor.h"
+#include "platform/imaging/pages/ilSmartImage.h"
 #include "undo/PntUndoStroke.h"
 
 #include <memory>

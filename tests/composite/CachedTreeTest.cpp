@@ -1,6 +1,6 @@
 #include "platform/imaging/kernels/Kernels.h"
 #include "tests/composite/CompositeDocument.h"
-#include "tests/imaging/RandomImages.h"
+#include "tests/support/RandomImages.h"
 
 #include <gtest/gtest.h>
 

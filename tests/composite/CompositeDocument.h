@@ -6,7 +6,7 @@
 #include "layers/DocumentPort.h"
 #include "layers/Layer.h"
 #include "layers/LayerFolder.h"
-#include "platform/imaging/MaskingPaintOps.h"
+#include "platform/imaging/painter/MaskingPaintOps.h"
 
 #include <string>
 

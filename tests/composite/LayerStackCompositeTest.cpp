@@ -2,7 +2,7 @@
 
 #include "platform/os/DebugOutput.h"
 #include "tests/composite/CompositeDocument.h"
-#include "tests/imaging/RandomImages.h"
+#include "tests/support/RandomImages.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include "core/brush/BrushStampKinds.h"
 #include "platform/geometry/gk_spline.h"
-#include "platform/imaging/TpressureFilter.h"
+#include "platform/imaging/strokes/TpressureFilter.h"
 
 using BrushSettings = PaintCoreTest;
 

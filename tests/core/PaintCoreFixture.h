@@ -1,8 +1,8 @@
 #pragma once
 
 #include "core/PaintManager.h"
-#include "platform/imaging/ImageCoreCB.h"
-#include "platform/imaging/PageAllocator.h"
+#include "platform/imaging/pages/PageAllocator.h"
+#include "platform/imaging/strokes/ImageCoreCB.h"
 #include "undo/UndoStore.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "layers/LayerStackTransform.h"
 
-#include "platform/imaging/ilTile.h"
+#include "platform/imaging/pages/ilTile.h"
 
 #include <gtest/gtest.h>
 

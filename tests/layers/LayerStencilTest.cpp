@@ -1,6 +1,6 @@
 #include "layers/Layer.h"
 
-#include "platform/imaging/PaintOps.h"
+#include "platform/imaging/painter/PaintOps.h"
 #include "tests/layers/FakeDocument.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "layers/Layer.h"
 
-#include "platform/imaging/MaskingPaintOps.h"
-#include "platform/imaging/ilMemoryImg.h"
+#include "platform/imaging/pages/ilMemoryImg.h"
+#include "platform/imaging/painter/MaskingPaintOps.h"
 #include "tests/layers/FakeDocument.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 #include "OpenStack.h"
-#include "platform/imaging/PageAllocator.h"
+#include "platform/imaging/pages/PageAllocator.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "OpenStack.h"
-#include "platform/imaging/CoverageFilters.h"
-#include "platform/imaging/PageAllocator.h"
-#include "tests/imaging/RandomImages.h"
+#include "platform/imaging/pages/PageAllocator.h"
+#include "platform/imaging/regions/CoverageFilters.h"
+#include "tests/support/RandomImages.h"
 
 #include <gtest/gtest.h>
 

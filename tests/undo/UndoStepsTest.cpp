@@ -1,6 +1,6 @@
 #include "OneDocument.h"
 #include "ScarceAllocations.h"
-#include "platform/imaging/PageAllocator.h"
+#include "platform/imaging/pages/PageAllocator.h"
 
 #include <new>
 #include <string>

@@ -1,4 +1,4 @@
-#include "platform/imaging/BlendFactor.h"
+#include "platform/imaging/kernels/BlendFactor.h"
 #include "platform/imaging/kernels/VariantKernels.h"
 
 namespace kernels::PAINTLAYER_KERNEL_NAMESPACE {

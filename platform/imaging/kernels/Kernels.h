@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/imaging/LayerBlendMode.h"
-#include "platform/imaging/Weight.h"
+#include "platform/imaging/kernels/LayerBlendMode.h"
+#include "platform/imaging/kernels/Weight.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,9 +1,0 @@
-#pragma once
-
-#include "platform/imaging/ResampleTaps.h"
-#include "platform/imaging/ilSmartImage.h"
-
-/// The image at another scale, or blurred, each axis by itself. Null when the result is too large
-/// or too far away. kept: as TransformImage has it.
-qs::Reference<ilSmartImage> ScaleImage(const ilMIOImage& source, const AxisScale& x, const AxisScale& y,
-                                       const ilTile& kept = {});

@@ -1,5 +1,0 @@
-#include "platform/imaging/Stroke.h"
-
-#include "platform/base/AffineMatrix.h"
-
-void Stroke::SetImageMatrix(const qsLinear::AffineMatrix&) {}

@@ -1,0 +1,389 @@
+#include "platform/imaging/strokes/StampStroke.h"
+
+#include "platform/imaging/strokes/CurveInterpolate2D.h"
+#include "tests/strokes/StrokeRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <random>
+
+namespace {
+
+using Laid = StrokeRecorder::Laid;
+using Parms = StampStroke::Parms;
+
+double Distance(const Laid& a, const Laid& b)
+{
+    return std::hypot(static_cast<double>(b.x) - a.x, static_cast<double>(b.y) - a.y);
+}
+
+qs::vector<Laid> TakeLaid()
+{
+    return std::exchange(StrokeRecorder::laid(), {});
+}
+
+/// The stamps of the spiral, fed at `rate` samples a second with `jitter` of their time, each followed by an update.
+qs::vector<Laid> PaintSpiral(const StrokeRecorder& recorder, const Parms& parms, double rate, double jitter,
+                             bool smooth)
+{
+    const auto stroke = recorder.MakeStroke(parms, smooth ? StrokeRecorder::Smooth() : nullptr);
+    std::mt19937 random(1);
+    std::uniform_real_distribution<double> offset(-jitter / 2, jitter / 2);
+    const int samples = static_cast<int>(rate);
+    for (int i = 0; i <= samples; ++i) {
+        const bool isEnd = i == 0 || i == samples;
+        Feed(*stroke, SpiralAt((i + (isEnd ? 0 : offset(random))) / rate));
+        stroke->update();
+    }
+    stroke->finish();
+    return TakeLaid();
+}
+
+/// The largest distance between stamps of the same number; a stamp more or less at the end is left out.
+double WorstDistance(const qs::vector<Laid>& a, const qs::vector<Laid>& b)
+{
+    double worst = 0;
+    for (size_t i = 0; i < std::min(a.size(), b.size()); ++i)
+        worst = std::max(worst, Distance(a[i], b[i]));
+    return worst;
+}
+
+TEST(StampStroke, TheRateOfTheSamplesDoesNotShowInTheStamps)
+{
+    const StrokeRecorder recorder;
+    Parms parms;
+    parms.spacing = 0.3;
+    const auto dense = PaintSpiral(recorder, parms, 1000, 0, true);
+    ASSERT_GT(dense.size(), 1000U);
+    for (const double rate : {30.0, 60.0, 133.0, 400.0}) {
+        for (const double jitter : {0.0, 0.3}) {
+            const auto sparse = PaintSpiral(recorder, parms, rate, jitter, true);
+            EXPECT_NEAR(static_cast<double>(sparse.size()), static_cast<double>(dense.size()), 1);
+            // At 30 Hz chords span 36 degrees and up to 150 pixels.
+            EXPECT_LT(WorstDistance(sparse, dense), rate < 50    ? 0.6
+                                                    : rate < 100 ? 0.2
+                                                                 : 0.05)
+                << rate << " Hz, jitter " << jitter;
+        }
+    }
+    const auto flat = PaintSpiral(recorder, parms, 20000, 0, false);
+    EXPECT_LT(WorstDistance(flat, dense), 0.05);
+}
+
+TEST(StampStroke, StampsLieOneSpacingApartAlongThePathAsTheRadiusRunsThere)
+{
+    const StrokeRecorder recorder;
+    for (const bool cut : {false, true}) {
+        const auto stroke = recorder.MakeStroke({});
+        stroke->add_point(100, 500, 4, 1, 1, 0);
+        for (int i = 1; cut && i < 80; ++i)  // the same line in 80 parts
+            stroke->add_point(static_cast<float>(100 + 10 * i), 500, 4 + 0.5F * static_cast<float>(i), 1, 1, 0);
+        stroke->add_point(900, 500, 44, 1, 1, 0);
+        stroke->finish();
+        const auto laid = TakeLaid();
+        // Radius r = 4 + s / 20 and spacing r / 4 put stamp n where r = 4 · e^(n / 80).
+        ASSERT_EQ(laid.size(), 1 + static_cast<size_t>(80 * std::log(11.0)));
+        for (size_t n = 0; n < laid.size(); ++n) {
+            const double radius = 4 * std::exp(static_cast<double>(n) / 80);
+            ASSERT_NEAR(laid[n].size, radius, 1e-3) << n;
+            ASSERT_NEAR(laid[n].x, 100 + 20 * (radius - 4), 2e-3) << n;
+            ASSERT_EQ(laid[n].y, 500) << n;
+        }
+    }
+}
+
+TEST(StampStroke, SmallRadiiMeetTheLeastDistanceAndAFixedSpacingKeepsTheFirstSize)
+{
+    const StrokeRecorder recorder;
+    auto stroke = recorder.MakeStroke({});
+    stroke->add_point(10, 10, 0.1F, 1, 1, 0);
+    stroke->add_point(20, 10, 0.1F, 1, 1, 0);
+    stroke->finish();
+    EXPECT_EQ(TakeLaid().size(), 41U);
+
+    Parms parms;
+    parms.sizeSpacing = false;
+    stroke = recorder.MakeStroke(parms);
+    stroke->add_point(10, 10, 8, 1, 1, 0);
+    stroke->add_point(110, 10, 80, 1, 1, 0);
+    stroke->finish();
+    const auto laid = TakeLaid();
+    ASSERT_EQ(laid.size(), 51U);
+    for (size_t i = 1; i < laid.size(); ++i)
+        EXPECT_NEAR(Distance(laid[i - 1], laid[i]), 2, 1e-4);
+}
+
+TEST(StampStroke, ATapLeavesOneStampAndTheEndIsNotStampedTwice)
+{
+    const StrokeRecorder recorder;
+    for (const double follow : {0.0, 1.0}) {
+        Parms parms;
+        parms.directionFollow = follow;
+        const auto stroke = recorder.MakeStroke(parms, StrokeRecorder::Smooth());
+        for (int tap = 0; tap < 2; ++tap) {
+            stroke->add_point(50, 60, 5, 0.5F, 1, 0);
+            stroke->update();
+            // A stamp that turns with the path waits until it has one.
+            EXPECT_EQ(StrokeRecorder::laid().size(), follow > 0 ? 0U : 1U);
+            stroke->update();
+            stroke->finish();
+            EXPECT_EQ(TakeLaid(), (qs::vector<Laid>{{50, 60, 5, 0.5F}}));
+        }
+        stroke->add_point(0, 0, 4, 1, 1, 0);
+        stroke->add_point(3, 0, 4, 1, 1, 0);
+        stroke->add_point(10, 0, 4, 1, 1, 0);
+        stroke->finish();
+        const auto laid = TakeLaid();
+        ASSERT_EQ(laid.size(), 11U);
+        EXPECT_NEAR(laid.back().x, 10, 1e-4);
+    }
+}
+
+TEST(StampStroke, TheStrokeReachesTheLastSampleOnlyAtItsFinishAndPaintsThere)
+{
+    const StrokeRecorder recorder;
+    const auto stroke = recorder.MakeStroke({}, StrokeRecorder::Smooth());
+    for (const float x : {100.0F, 150.0F, 200.0F}) {
+        stroke->add_point(x, 100, 4, 1, 1, 0);
+        stroke->update();
+    }
+    EXPECT_NEAR(StrokeRecorder::laid().back().x, 150, 1.01);
+    stroke->finish();
+    EXPECT_NEAR(StrokeRecorder::laid().back().x, 200, 1.01);
+    EXPECT_EQ(recorder.AlphaAt(199, 100), 255);
+    EXPECT_EQ(recorder.AlphaAt(206, 100), 0);
+}
+
+TEST(StampStroke, RefusedSamplesLeaveNoTrace)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const float infinity = std::numeric_limits<float>::infinity();
+    const StrokeRecorder recorder;
+    const auto stroke = recorder.MakeStroke({}, StrokeRecorder::Smooth());
+    for (int field = 0; field < 6; ++field) {
+        for (const float bad : {nan, infinity, -infinity}) {
+            float f[6] = {500, 700, 5, 1, 1, 0};
+            f[field] = bad;
+            stroke->add_point(f[0], f[1], f[2], f[3], f[4], f[5]);
+            stroke->update();
+        }
+    }
+    EXPECT_TRUE(TakeLaid().empty());
+
+    stroke->add_point(100, 100, 5, 1, 1, 0);
+    stroke->add_point(nan, 300, 5, 1, 1, 0);
+    stroke->add_point(200, 100, 5, 1, 1, 0);
+    stroke->finish();
+    const auto laid = TakeLaid();
+    EXPECT_EQ(laid.size(), 81U);
+    for (const Laid& stamp : laid)
+        EXPECT_EQ(stamp.y, 100);
+}
+
+TEST(StampStroke, NumbersOutOfRangeAreLimited)
+{
+    const StrokeRecorder recorder;
+    const auto stroke = recorder.MakeStroke({});
+    stroke->add_point(10, 10, -3, 7, 100, 1e30F);
+    stroke->finish();
+    stroke->add_point(10, 10, 1e9F, -1, -1, -1e30F);
+    stroke->finish();
+    const auto laid = TakeLaid();
+    ASSERT_EQ(laid.size(), 2U);
+    EXPECT_GT(laid[0].size, 0);
+    EXPECT_LT(laid[0].size, 0.1F);
+    EXPECT_EQ(laid[0].opacity, 1);
+    EXPECT_EQ(laid[1].size, 1e6F);
+    EXPECT_EQ(laid[1].opacity, 0);
+}
+
+TEST(StampStroke, WhatLiesFarFromTheCanvasCostsNothingAndKeepsTheSpacing)
+{
+    const StrokeRecorder recorder;
+    for (const bool smooth : {false, true}) {
+        for (const float far : {1e5F, 1e7F, 1e9F, 3e38F}) {
+            const auto stroke = recorder.MakeStroke({}, smooth ? StrokeRecorder::Smooth() : nullptr);
+            stroke->add_point(500, 500, 4, 1, 1, 0);
+            stroke->add_point(far, 500, 4, 1, 1, 0);
+            stroke->add_point(-far, -far, 9, 1, 1, 0);
+            stroke->add_point(500, 500, 4, 1, 1, 0);
+            stroke->finish();
+            // At most three times across the canvas, at no less than a pixel each.
+            EXPECT_GT(StrokeRecorder::laid().size(), 400U) << far;
+            EXPECT_LT(TakeLaid().size(), 4500U) << far;
+        }
+    }
+
+    // A detour of a whole number of spacings meets the stamps that would have been there without it.
+    const auto stroke = recorder.MakeStroke({});
+    stroke->add_point(100, 500, 4, 1, 1, 0);
+    stroke->add_point(8388608.5F, 500, 4, 1, 1, 0);
+    stroke->add_point(100, 500, 4, 1, 1, 0);
+    stroke->finish();
+    for (const Laid& stamp : TakeLaid())
+        ASSERT_EQ(stamp.x, std::round(stamp.x));
+}
+
+TEST(StampStroke, NoNumberMakesMoreStampsThanTheCanvasTakes)
+{
+    const StrokeRecorder recorder;
+    recorder.painter->SetBrushClippingRect({0, 0, 200, 100});
+    std::mt19937 random(9);
+    const double numbers[] = {0, 1e-30, 0.01, 0.5, 1, 30, 70, 150, 1e4, 1e7, 1e12, 1e30, 3e38};
+    const auto any = [&] { return numbers[random() % std::size(numbers)] * (random() % 3 == 0 ? -1 : 1); };
+    const auto place = [&] { return random() % 3 == 0 ? any() : static_cast<double>(random() % 200); };
+    for (int round = 0; round < 300; ++round) {
+        Parms parms;
+        parms.spacing = any();
+        parms.spacingJitter = random() % 2 == 0 ? 1 : 0;
+        parms.scatter = random() % 4 == 0 ? any() : 0;
+        parms.directionFollow = random() % 2 == 0 ? 1 : 0;
+        parms.sizeSpacing = random() % 2 == 0;
+        parms.isSmear = random() % 2 == 0;
+        qs::vector<ilXYdouble> points;
+        for (int i = 0; i < 6; ++i)
+            points.emplace_back(place() * (random() % 9 == 0 ? 1e60 : 1), place());
+        const gk_spline guide(points);
+        const int kind = static_cast<int>(random() % 3);
+        const auto stroke = recorder.MakeStroke(parms, kind == 0   ? std::make_unique<CurveInterpolate2D>(&guide)
+                                                       : kind == 1 ? StrokeRecorder::Smooth()
+                                                                   : nullptr);
+        constexpr size_t kSamples = 12;
+        for (size_t i = 0; i < kSamples; ++i)
+            stroke->add_point(static_cast<float>(place()), static_cast<float>(place()), static_cast<float>(any()), 0, 1,
+                              static_cast<float>(any()));
+        stroke->finish();
+        // Across the canvas and its surroundings, a quarter pixel apart, for each sample.
+        ASSERT_LT(TakeLaid().size(), kSamples * 4000) << "round " << round;
+    }
+}
+
+TEST(StampStroke, OnlyStampsThatCanTouchTheClippingRectangleAreLaid)
+{
+    const StrokeRecorder recorder;
+    recorder.painter->SetBrushClippingRect({400, 400, 200, 100});
+    const double reach = Stamp::GetReach(15, 1);
+    const auto laid = PaintSpiral(recorder, {}, 300, 0, true);
+    EXPECT_GT(laid.size(), 20U);
+    for (const Laid& stamp : laid) {
+        EXPECT_GE(stamp.x, 400 - reach);
+        EXPECT_LE(stamp.x, 600 + reach);
+        EXPECT_GE(stamp.y, 400 - reach);
+        EXPECT_LE(stamp.y, 500 + reach);
+    }
+    recorder.painter->SetBrushClippingRect({});
+    EXPECT_TRUE(PaintSpiral(recorder, {}, 300, 0, true).empty());
+}
+
+TEST(StampStroke, ClippingTakesAwayTheStampsThatMissAndMovesNoOther)
+{
+    const StrokeRecorder recorder;
+    Parms parms;
+    parms.spacingJitter = 1;
+    qs::vector<Laid> expected;
+    for (const Laid& stamp : PaintSpiral(recorder, parms, 300, 0, true)) {
+        const double reach = Stamp::GetReach(stamp.size, 1);
+        if (stamp.x >= 400 - reach && stamp.x <= 650 + reach && stamp.y >= 400 - reach && stamp.y <= 600 + reach)
+            expected.push_back(stamp);
+    }
+    recorder.painter->SetBrushClippingRect({400, 400, 250, 200});
+    const auto laid = PaintSpiral(recorder, parms, 300, 0, true);
+    ASSERT_EQ(laid.size(), expected.size());
+    EXPECT_GT(laid.size(), 100U);
+    EXPECT_LT(WorstDistance(laid, expected), 1e-3);
+}
+
+TEST(StampStroke, BehindAGapTheDirectionIsThatOfThePathThere)
+{
+    const StrokeRecorder recorder;
+    Parms parms;
+    parms.spacing = 20;
+    parms.directionFollow = 1;
+    const auto stroke = recorder.MakeStroke(parms);
+    stroke->add_point(500, 500, 10, 1, 0.2F, 0);
+    stroke->add_point(100000, 500, 10, 1, 0.2F, 0);
+    stroke->add_point(300, -100000, 10, 1, 0.2F, 0);
+    stroke->add_point(300, 500, 10, 1, 0.2F, 0);
+    stroke->finish();
+    const auto laid = TakeLaid();
+    const auto first = std::find_if(laid.begin(), laid.end(), [](const Laid& stamp) { return stamp.x < 301; });
+    ASSERT_NE(first, laid.end());
+    const int y = static_cast<int>(first->y);
+    EXPECT_EQ(recorder.AlphaAt(300, y + 7), 255);
+    EXPECT_EQ(recorder.AlphaAt(307, y), 0);
+}
+
+TEST(StampStroke, JitterMovesStampsWithinTheirSpacingAndScatterThrowsThemToBothSides)
+{
+    const StrokeRecorder recorder;
+    Parms parms;
+    parms.spacingJitter = 1;
+    parms.scatter = 2;
+    const auto paint = [&] {
+        const auto stroke = recorder.MakeStroke(parms);
+        stroke->add_point(100, 500, 8, 1, 1, 0);
+        stroke->add_point(900, 500, 8, 1, 1, 0);
+        stroke->finish();
+        return TakeLaid();
+    };
+    const auto laid = paint();
+    EXPECT_EQ(paint(), laid);
+    EXPECT_NEAR(static_cast<double>(laid.size()), 401, 1);
+    int above = 0;
+    double farthest = 0;
+    double mostJitter = 0;
+    for (size_t i = 0; i < laid.size(); ++i) {
+        const double jitter = std::abs(laid[i].x - (100 + 2.0 * static_cast<double>(i)));
+        ASSERT_LE(jitter, 1.001);
+        mostJitter = std::max(mostJitter, jitter);
+        const double thrown = std::abs(laid[i].y - 500.0);
+        ASSERT_LE(thrown, 16.001);
+        farthest = std::max(farthest, thrown);
+        above += laid[i].y < 500 ? 1 : 0;
+    }
+    EXPECT_GT(mostJitter, 0.9);
+    EXPECT_GT(farthest, 15);
+    EXPECT_NEAR(above, 200, 40);
+}
+
+TEST(StampStroke, StampsTurnWithTheDirectionOfThePath)
+{
+    for (const bool follow : {false, true}) {
+        const StrokeRecorder recorder;
+        Parms parms;
+        parms.spacing = 20;
+        parms.directionFollow = follow ? 1 : 0;
+        const auto stroke = recorder.MakeStroke(parms);
+        stroke->add_point(500, 200, 10, 1, 0.2F, 0);
+        stroke->add_point(500, 700, 10, 1, 0.2F, 0);
+        stroke->finish();
+        for (const int y : {200, 400, 600}) {  // narrow stamps, along the x axis before they turn
+            EXPECT_EQ(recorder.AlphaAt(500, y + 7), follow ? 255 : 0);
+            EXPECT_EQ(recorder.AlphaAt(507, y), follow ? 0 : 255);
+        }
+    }
+}
+
+TEST(StampStroke, ASmearStampIsDraggedFromTheStampBefore)
+{
+    const StrokeRecorder recorder;
+    Parms parms;
+    parms.isSmear = true;
+    parms.spacing = 0.77;
+    const auto stroke = recorder.MakeStroke(parms);
+    int dragged = 0;
+    for (int x = 100; x <= 200; ++x) {
+        stroke->add_point(static_cast<float>(x), 300, 2, 1, 1, 0);
+        const size_t before = StrokeRecorder::laid().size();
+        stroke->update();
+        if (StrokeRecorder::laid().size() > before)
+            dragged -= recorder.stamp->get_source_offset_x();
+    }
+    // Rounded steps that add up to the way from the first stamp to the last.
+    EXPECT_EQ(dragged, std::lround(StrokeRecorder::laid().back().x) - 100);
+    EXPECT_EQ(recorder.stamp->get_source_offset_y(), 0);
+}
+
+}  // namespace
