@@ -244,8 +244,9 @@ bool CompositeBase::FindPath(const PntHandle& handle, qs::vector<CompositeBase*>
     path.push_back(this);
     if (GetHandle() == handle)
         return true;
-    for (CompositeBase* child : children_)
-        if (child->FindPath(handle, path))
+    // From the top, where people work: most of what lies below stands in groups within groups.
+    for (auto child = children_.rbegin(); child != children_.rend(); ++child)
+        if ((*child)->FindPath(handle, path))
             return true;
     path.pop_back();
     return false;
@@ -263,6 +264,30 @@ bool CompositeBase::Replace(const PntHandle& handle, std::unique_ptr<CompositeBa
         *at = by.release();
     else
         siblings.erase(at);
+    return true;
+}
+
+void CompositeBase::InsertMember(std::unique_ptr<CompositeBase> node, const CompositeBase* above)
+{
+    if (above != nullptr && InsertBelow(node, above))
+        return;
+    children_.push_back(node.get());
+    static_cast<void>(node.release());
+}
+
+/// Looks for `above` among the children and those of groups; false, with nothing changed, when it is not there.
+bool CompositeBase::InsertBelow(std::unique_ptr<CompositeBase>& node, const CompositeBase* above)
+{
+    const auto at = std::find(children_.begin(), children_.end(), above);
+    if (at != children_.end()) {
+        children_.insert(at, node.get());
+        static_cast<void>(node.release());
+    } else if (std::none_of(children_.begin(), children_.end(), [&](CompositeBase* child) {
+                   return child->IsGroup() && child->InsertBelow(node, above);
+               })) {
+        return false;
+    }
+    DropCache();
     return true;
 }
 

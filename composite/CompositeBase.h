@@ -130,12 +130,17 @@ public:
     /// is to be settled afterwards. False when there is no such node below this one.
     bool Replace(const PntHandle& handle, std::unique_ptr<CompositeBase> by);
 
+    /// Puts `node` right below the member `above`, in its group if it is in one; at the top for null. Groups that get
+    /// it drop their caches. Fineness is to be settled and the node to be grouped afterwards.
+    void InsertMember(std::unique_ptr<CompositeBase> node, const CompositeBase* above);
+
     /// Appends the children with groups opened: the containers' nodes, bottom first.
     void AppendMembers(qs::vector<CompositeBase*>& members) const;
 
 protected:
     /// Replaces `sources_` by what makes up this node's picture within `tile`.
     virtual void CollectSources(const ilTile& tile);
+    bool InsertBelow(std::unique_ptr<CompositeBase>& node, const CompositeBase* above);
     void MendCache();
     void CopyStateTo(CompositeBase& copy) const;
     ilTile GetCanvas() const;

@@ -130,7 +130,6 @@ void LayerStackComposite::RebuildTree(LayerStack* stack)
     FreeData();
     DeleteTree();
     owner_ = stack;
-    splitCount_ = 0;
     const CompositePort& port = GetCompositePort();
     auto root = std::make_unique<CompositeBase>(stack);
     if (const LayerFolder* folder = port.GetImageFolder(stack))
@@ -138,15 +137,58 @@ void LayerStackComposite::RebuildTree(LayerStack* stack)
     root_ = root.release();
 
     root_->SettleFineness(false);
-    isFinenessStale_ = true;  // which has all nodes grouped
+    ChangeLive(FindCurrentReference(stack));
+    GroupAnew(stack);
+}
 
-    const Layer* current = port.GetCurrentLayer(stack);
+/// What the current layer makes the reference, where a node holds it; else the null handle.
+PntHandle LayerStackComposite::FindCurrentReference(LayerStack* stack) const
+{
+    const PntHandle reference = ReferenceOf(stack, GetCompositePort().GetCurrentLayer(stack));
+    return FindNodes(reference).size() < 2 ? kNullHandle : reference;
+}
+
+/// Groups all nodes, among them new ones, around the live container, which the current layer has made.
+void LayerStackComposite::GroupAnew(LayerStack* stack)
+{
+    const Layer* current = GetCompositePort().GetCurrentLayer(stack);
     const bool isSoftStencil = current != nullptr && current->isStencil() && !current->IsHardLinkToOwnerLayer();
-    const PntHandle reference = ReferenceOf(stack, current);
-    ChangeLive(FindNodes(reference).size() < 2 ? kNullHandle : reference);
     adjustLCH_ = isSoftStencil ? kNullHandle : liveRef_;
-    isGroupingStale_ = true;
+    splitCount_ = 0;
+    isFinenessStale_ = isGroupingStale_ = true;
     GroupAroundLive();
+}
+
+void LayerStackComposite::AddCompositeBase(LayerStack* stack, const Layer& layer)
+{
+    if (root_ == nullptr || !InsertNode(stack, layer)) {
+        RebuildTree(stack);
+        return;
+    }
+    liveRef_ = FindCurrentReference(stack);
+    GroupAnew(stack);
+}
+
+bool LayerStackComposite::InsertNode(LayerStack* stack, const Layer& layer)
+{
+    LayerFolder* top = GetCompositePort().GetImageFolder(stack);
+    LayerFolder* holding = nullptr;
+    if (top == nullptr || !top->FindLayerContainer(&layer, &holding))
+        return false;
+    qs::vector<CompositeBase*> path{root_};
+    if (holding != top && (path.clear(), !root_->FindPath(holding->GetLayerContainerHandle(), path)))
+        return false;
+    const qs::vector<LayerContainer*>& siblings = holding->GetLCArray();
+    const auto position = static_cast<size_t>(std::find(siblings.begin(), siblings.end(), &layer) - siblings.begin());
+    qs::vector<CompositeBase*> members;
+    path.back()->AppendMembers(members);
+    if (members.size() + 1 != siblings.size())
+        return false;
+    const CompositeBase* above = position < members.size() ? members[position] : nullptr;
+    path.back()->InsertMember(std::make_unique<CompositeLayer>(stack, layer), above);
+    for (CompositeBase* node : path)
+        node->DropCache();
+    return true;
 }
 
 CompositeBase* LayerStackComposite::MakeCompositeTree(LayerStack* stack, const qs::vector<PntHandle>& containers)

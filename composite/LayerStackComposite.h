@@ -8,6 +8,7 @@
 #include "platform/imaging/pages/ilTile.h"
 
 class CompositeBase;
+class Layer;
 class LayerFolder;
 class LayerStack;
 class ilMemoryImg;
@@ -61,6 +62,11 @@ public:
     /// on the next build or composite.
     void CompositeBaseDirty(const PntHandle& handle);
     void CompositeBaseDirty(const PntHandle& handle, const ilTile& tile);
+
+    /// The layer entered the image folder: its node joins the tree, and caches that it has no part in stay. The
+    /// reference follows the current layer. Without a tree that has all the others, the tree is made anew. The caller
+    /// damages the canvas.
+    void AddCompositeBase(LayerStack* stack, const Layer& layer);
 
     /// The container left or entered the document: makes the tree anew, with mask and caches.
     void DeleteCompositeBase(LayerStack* stack, const PntHandle& handle);
@@ -126,6 +132,9 @@ public:
 
 private:
     void RebuildTree(LayerStack* stack);
+    bool InsertNode(LayerStack* stack, const Layer& layer);
+    PntHandle FindCurrentReference(LayerStack* stack) const;
+    void GroupAnew(LayerStack* stack);
     void DeleteTree();
     void DropReference(LayerStack* stack, bool notify);
     qs::vector<CompositeBase*> FindNodes(const PntHandle& handle) const;

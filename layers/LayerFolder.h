@@ -1,5 +1,6 @@
 #pragma once
 
+#include "layers/HandleHints.h"
 #include "layers/LayerContainer.h"
 
 class Layer;
@@ -143,6 +144,7 @@ public:
 
 private:
     int IndexOf(const LayerContainer* container) const;  // of a direct child, or -1
+    LayerContainer* FindChild(const PntHandle& handle) const;
     int LCArrayIndex(const PntHandle& handle, int multiplier, int base) const;
     LayerContainer* GetNeighbour(const LayerContainer* container, int step, bool layersOnly) const;
     void InsertChild(int position, LayerContainer* container);
@@ -150,5 +152,6 @@ private:
                      float tolerance) const;
 
     qs::vector<LayerContainer*> children_;  // bottom to top, one counted reference each
+    mutable HandleHints hints_;
     PntHandle cachedCurrent_ = kNullHandle;
 };

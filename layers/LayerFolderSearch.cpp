@@ -196,13 +196,28 @@ Layer* LayerFolder::GetPreviousLayer(const Layer* layer) const
 
 // --- looking up ---
 
+LayerContainer* LayerFolder::FindChild(const PntHandle& handle) const
+{
+    constexpr size_t kFewChildren = 16;  // looked through sooner than hinted at
+    if (children_.size() > kFewChildren)
+        if (LayerContainer* hinted = hints_.Find(children_, handle))
+            return hinted;
+    const auto found = std::find_if(children_.begin(), children_.end(), [&](const LayerContainer* child) {
+        return child->GetLayerContainerHandle() == handle;
+    });
+    if (found == children_.end())
+        return nullptr;
+    if (children_.size() > kFewChildren)
+        hints_.Rebuild(children_);
+    return *found;
+}
+
 LayerContainer* LayerFolder::GetLayerContainerFromHandle(const PntHandle& handle) const
 {
     if (GetLayerContainerHandle() == handle)
         return const_cast<LayerFolder*>(this);  // a folder hands itself out as it does its children
-    for (LayerContainer* child : children_)
-        if (child->GetLayerContainerHandle() == handle)
-            return child;
+    if (LayerContainer* child = FindChild(handle))
+        return child;
     for (LayerContainer* child : children_)
         if (const LayerFolder* folder = AsFolder(child))
             if (LayerContainer* found = folder->GetLayerContainerFromHandle(handle))
@@ -212,17 +227,11 @@ LayerContainer* LayerFolder::GetLayerContainerFromHandle(const PntHandle& handle
 
 bool LayerFolder::FindLayerContainer(const LayerContainer* container, LayerFolder** where)
 {
-    *where = nullptr;
-    for (LayerContainer* child : children_) {
-        if (child == container) {
-            *where = this;
-            return true;
-        }
-        LayerFolder* folder = dynamic_cast<LayerFolder*>(child);
-        if (folder != nullptr && folder->FindLayerContainer(container, where))
-            return true;
-    }
-    return false;
+    *where = IndexOf(container) >= 0 ? this : nullptr;
+    for (size_t i = 0; i < children_.size() && *where == nullptr; ++i)
+        if (LayerFolder* folder = children_[i]->AsLayerFolder())
+            folder->FindLayerContainer(container, where);
+    return *where != nullptr;
 }
 
 bool LayerFolder::FindLayerContainer(const LayerFolder* folder) const

@@ -764,6 +764,7 @@ private:
     PntHandle ResolveHandle(const PntHandle& handle) const;  // the current-layer handle becomes the layer's own
 
     // Structure. A deletion does not redraw.
+    bool InsertLayer(Layer* layer, const PntHandle& where, bool above);
     bool InsertContainer(LayerContainer* container, LayerFolder* top, const PntHandle& where, bool above);
     void DeleteLayer(Layer* layer, bool keepOne);
     qs::vector<qs::Reference<Layer>> WithHardLinked(Layer* layer) const;

@@ -45,10 +45,17 @@ bool LayerStack::InsertContainer(LayerContainer* container, LayerFolder* top, co
 
 bool LayerStack::AddLayerToStack(Layer* layer, const PntHandle& where, bool above)
 {
+    if (!InsertLayer(layer, where, above))
+        return false;
+    MarkTreeStale();
+    return true;
+}
+
+bool LayerStack::InsertLayer(Layer* layer, const PntHandle& where, bool above)
+{
     if (layer == nullptr || !InsertContainer(layer, GetLayerFolder(layer->GetLayerMode()), where, above))
         return false;
     layer->VerifyAllLsHandle(instance_);
-    MarkTreeStale();
     return true;
 }
 
@@ -70,10 +77,14 @@ bool LayerStack::AddLayerFolderToStack(LayerFolder* folder, LayerMode mode, cons
 PntHandle LayerStack::AddLayer(Layer* layer, const PntHandle& where, bool rebuild, bool above)
 {
     const StackEdit edit(*this);
-    if (!AddLayerToStack(layer, where, above))
+    if (!InsertLayer(layer, where, above))
         return kNullHandle;
     BecomeCurrent(layer);
     DamageCanvas();
+    if (layer->isMask() || layer->isStencil())
+        treeIsStale_ = true;
+    else if (!treeIsStale_)
+        composite_.AddCompositeBase(this, *layer);
     if (rebuild && !layer->isMask())
         BringCompositeUpToDate();
     ResetCurrentPainter();

@@ -87,7 +87,7 @@ PntHandle LayerCommands::AddLayer(qs::TempReference<ilImage> image, LayerMode mo
             stack.AddOwnerToLayer(owner, added, hardLink);
         if (inTransformGroup)
             stack.AddToTransformGroupOf(before, added);
-        stack.RebuildAllAndRedrawEntireCanvas();
+        stack.RedrawEntireCanvas();
         return true;
     });
     return session.Find(added) != nullptr ? added : kNullHandle;

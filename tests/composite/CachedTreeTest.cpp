@@ -40,7 +40,7 @@ public:
 
     void Edit()
     {
-        switch (random_.Int(0, 10)) {
+        switch (random_.Int(0, 11)) {
         case 0:
         case 1: Paint(*RandomTarget()); break;
         case 2: SetOpacity(*RandomTarget()); break;
@@ -51,6 +51,7 @@ public:
         case 7: PaintStencil(); break;
         case 8:
         case 9: SetCurrent(RandomLayer()); break;
+        case 10: InsertLayer(); break;
         default: SetCurrent(RandomCurrent()); break;
         }
         if (random_.OneIn(4))
@@ -96,6 +97,23 @@ private:
         if (random_.OneIn(8))
             layer->SetLayerBlend(static_cast<LayerBlendMode>(random_.Int(0, kLayerBlendModeCount - 1)));
         imageLayers_.push_back(layer);
+    }
+
+    /// Somewhere in one of the folders; the tree takes it in without being made anew.
+    void InsertLayer()
+    {
+        LayerFolder* folder = nullptr;
+        for (LayerContainer* child : document.images.GetLCArray())
+            if (child->AsLayerFolder() != nullptr && random_.OneIn(3))
+                folder = child->AsLayerFolder();
+        AddLayer(folder);
+        qs::vector<LayerContainer*>& siblings = (folder != nullptr ? folder : &document.images)->GetLCArray();
+        std::rotate(siblings.begin() + random_.Int(0, static_cast<int>(siblings.size()) - 1), siblings.end() - 1,
+                    siblings.end());
+        if (random_.OneIn(2))
+            document.current = imageLayers_.back();
+        composite.AddCompositeBase(document.Stack(), *imageLayers_.back());
+        Damage(kCanvas);
     }
 
     /// An image layer; often the current one, whose changes nobody marks.
