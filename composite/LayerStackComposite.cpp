@@ -153,9 +153,9 @@ void LayerStackComposite::GroupAnew(LayerStack* stack)
 {
     const Layer* current = GetCompositePort().GetCurrentLayer(stack);
     const bool isSoftStencil = current != nullptr && current->isStencil() && !current->IsHardLinkToOwnerLayer();
-    adjustLCH_ = isSoftStencil ? kNullHandle : liveRef_;
-    splitCount_ = 0;
-    isFinenessStale_ = isGroupingStale_ = true;
+    grouping_.adjustLCH = isSoftStencil ? kNullHandle : grouping_.liveRef;
+    grouping_.splitCount = 0;
+    grouping_.isFinenessStale = grouping_.isStale = true;
     GroupAroundLive();
 }
 
@@ -165,7 +165,7 @@ void LayerStackComposite::AddCompositeBase(LayerStack* stack, const Layer& layer
         RebuildTree(stack);
         return;
     }
-    liveRef_ = FindCurrentReference(stack);
+    grouping_.liveRef = FindCurrentReference(stack);
     GroupAnew(stack);
 }
 
@@ -217,8 +217,8 @@ CompositeBase* LayerStackComposite::MakeCompositeTree(LayerStack* stack, LayerFo
 
 void LayerStackComposite::SplitCompositeTreeByRefLCH(LayerStack* stack, const PntHandle& ref, bool build, bool notify)
 {
-    ++splitCount_;
-    if (root_ == nullptr || splitCount_ > kSplitsBeforeRebuild)
+    ++grouping_.splitCount;
+    if (root_ == nullptr || grouping_.splitCount > kSplitsBeforeRebuild)
         RebuildTree(stack);
     const CompositePort& port = GetCompositePort();
     const Layer* layer = port.GetLayer(stack, ref);
@@ -235,8 +235,8 @@ void LayerStackComposite::SplitCompositeTreeByRefLCH(LayerStack* stack, const Pn
         RebuildTree(stack);  // a container that came after the tree was made
         nodes = FindNodes(reference);
     }
-    adjustLCH_ = nodes.size() < 2 ? kNullHandle : reference;
-    ChangeLive(adjustLCH_);
+    grouping_.adjustLCH = nodes.size() < 2 ? kNullHandle : reference;
+    ChangeLive(grouping_.adjustLCH);
     GroupAroundLive();
     GenerateAdjustLCHPath();
     if (notify)
@@ -250,7 +250,7 @@ void LayerStackComposite::SplitCompositeTreeByRefLCH(LayerStack* stack, const Pn
 /// Leaves no reference. The grouping, and the caches with it, stays until the next composite asks for another one.
 void LayerStackComposite::DropReference(LayerStack* stack, bool notify)
 {
-    adjustLCH_ = kNullHandle;
+    grouping_.adjustLCH = kNullHandle;
     ChangeLive(kNullHandle);
     GenerateAdjustLCHPath();
     if (notify)
@@ -270,9 +270,9 @@ qs::vector<CompositeBase*> LayerStackComposite::FindNodes(const PntHandle& handl
 /// Makes `ref` the live container and damages what rounds otherwise for it; the grouping follows later.
 void LayerStackComposite::ChangeLive(const PntHandle& ref)
 {
-    if (ref == liveRef_)
+    if (ref == grouping_.liveRef)
         return;
-    const qs::vector<CompositeBase*> oldPath = FindNodes(liveRef_);
+    const qs::vector<CompositeBase*> oldPath = FindNodes(grouping_.liveRef);
     const qs::vector<CompositeBase*> newPath = FindNodes(ref);
     qs::vector<CompositeBase*> members;
     for (CompositeBase* node : UnionOf(newPath, oldPath)) {
@@ -281,19 +281,19 @@ void LayerStackComposite::ChangeLive(const PntHandle& ref)
         CompositeGrouping::DamageDifference(*node, PositionOnPath(oldPath, node, members),
                                             PositionOnPath(newPath, node, members));
     }
-    liveRef_ = ref;
-    isGroupingStale_ = true;
+    grouping_.liveRef = ref;
+    grouping_.isStale = true;
 }
 
 /// Groups the nodes on the path to the live container around it, and joins those that were on the path before; where a
 /// blend mode changed, all nodes.
 void LayerStackComposite::GroupAroundLive()
 {
-    if (!isGroupingStale_)
+    if (!grouping_.isStale)
         return;
-    const qs::vector<CompositeBase*> newPath = FindNodes(liveRef_);
-    qs::vector<CompositeBase*> changed = UnionOf(newPath, FindNodes(groupedRef_));
-    if (isFinenessStale_) {
+    const qs::vector<CompositeBase*> newPath = FindNodes(grouping_.liveRef);
+    qs::vector<CompositeBase*> changed = UnionOf(newPath, FindNodes(grouping_.groupedRef));
+    if (grouping_.isFinenessStale) {
         root_->SettleFineness(false);
         qs::vector<CompositeBase*> parents;
         AppendParents(*root_, parents);
@@ -313,8 +313,8 @@ void LayerStackComposite::GroupAroundLive()
             CompositeGrouping::Join(*node, node == root_);
         node->SetLive(isOnPath);
     }
-    groupedRef_ = liveRef_;
-    isGroupingStale_ = isFinenessStale_ = false;
+    grouping_.groupedRef = grouping_.liveRef;
+    grouping_.isStale = grouping_.isFinenessStale = false;
     GenerateAdjustLCHPath();
 }
 
@@ -322,7 +322,7 @@ void LayerStackComposite::GenerateAdjustLCHPath()
 {
     adjustPath_.clear();
     if (root_ != nullptr)
-        root_->FindPath(adjustLCH_, adjustPath_);
+        root_->FindPath(grouping_.adjustLCH, adjustPath_);
 }
 
 void LayerStackComposite::CompositeBaseDirty(const PntHandle& handle)
@@ -337,7 +337,7 @@ void LayerStackComposite::CompositeBaseDirty(const PntHandle& handle)
     const CompositeMode before = node.GetMode();
     node.RefreshMode();
     if (node.GetMode() != before)
-        isGroupingStale_ = isFinenessStale_ = true;
+        grouping_.isStale = grouping_.isFinenessStale = true;
 }
 
 void LayerStackComposite::CompositeBaseDirty(const PntHandle& handle, const ilTile& tile)
@@ -361,8 +361,7 @@ void LayerStackComposite::DeleteLayerStack(LayerStack* stack)
     FreeData();
     DeleteTree();
     owner_ = nullptr;
-    splitCount_ = 0;
-    adjustLCH_ = liveRef_ = groupedRef_ = kNullHandle;
+    grouping_ = {};
 }
 
 void LayerStackComposite::CopyFrom(LayerStackComposite* source)
@@ -379,12 +378,7 @@ void LayerStackComposite::CopyFrom(LayerStackComposite* source)
     };
     currentComposite_ = share(source->currentComposite_);
     compositeMask_ = share(source->compositeMask_);
-    splitCount_ = source->splitCount_;
-    adjustLCH_ = source->adjustLCH_;
-    liveRef_ = source->liveRef_;
-    groupedRef_ = source->groupedRef_;
-    isGroupingStale_ = source->isGroupingStale_;
-    isFinenessStale_ = source->isFinenessStale_;
+    grouping_ = source->grouping_;
     GenerateAdjustLCHPath();
 }
 
@@ -397,11 +391,7 @@ void LayerStackComposite::TakeFrom(LayerStackComposite& source) noexcept
     adjustPath_ = std::exchange(source.adjustPath_, {});
     currentComposite_ = std::exchange(source.currentComposite_, {});
     compositeMask_ = std::exchange(source.compositeMask_, {});
-    splitCount_ = source.splitCount_;
-    adjustLCH_ = source.adjustLCH_;
-    liveRef_ = source.liveRef_;
-    groupedRef_ = source.groupedRef_;
-    isGroupingStale_ = source.isGroupingStale_;
+    grouping_ = source.grouping_;
 }
 
 // --- caches ---
@@ -411,7 +401,7 @@ void LayerStackComposite::BuildCache(LayerStack* stack, bool useCached)
     if (root_ == nullptr || GetCompositePort().CompositesSuspended(stack))
         return;
     GroupAroundLive();
-    const qs::vector<CompositeBase*> path = FindNodes(liveRef_);
+    const qs::vector<CompositeBase*> path = FindNodes(grouping_.liveRef);
     for (size_t i = 0; i < path.size(); ++i)
         for (CompositeBase* child : path[i]->GetChildren())
             if (i + 1 == path.size() || child != path[i + 1])
@@ -475,7 +465,7 @@ qs::vector<CompositeSource> LayerStackComposite::GatherSources(LayerStack* stack
     GroupAroundLive();
     if (!GetCompositePort().IsShowCurrentLayerOnly(stack))
         return root_->GatherSources(tile);
-    const qs::vector<CompositeBase*> path = FindNodes(liveRef_);
+    const qs::vector<CompositeBase*> path = FindNodes(grouping_.liveRef);
     qs::vector<CompositeSource> sources;
     const bool isShown =
         std::all_of(path.begin(), path.end(), [](const CompositeBase* node) { return node->IsShown(); });

@@ -113,8 +113,8 @@ public:
 
     // --- reference container ---
 
-    const PntHandle& GetAdjustLCH() const { return adjustLCH_; }
-    void SetAdjustLCH(const PntHandle& handle) { adjustLCH_ = handle; }
+    const PntHandle& GetAdjustLCH() const { return grouping_.adjustLCH; }
+    void SetAdjustLCH(const PntHandle& handle) { grouping_.adjustLCH = handle; }
 
     /// The nodes from the root to the one of the adjust LCH; empty when no node holds it.
     qs::vector<CompositeBase*>* GetAdjustLCHPath() { return &adjustPath_; }
@@ -125,7 +125,7 @@ public:
     void DetermineBelowAndAbove(const PntHandle& ref, const PntHandle& other, bool& below, bool& above) const;
 
     CompositeBase* GetRoot() const { return root_; }
-    int GetSplitCount() const { return splitCount_; }
+    int GetSplitCount() const { return grouping_.splitCount; }
 
     /// Writes the tree to the debug output.
     void Debug() const;
@@ -143,15 +143,20 @@ private:
     void BuildCacheOnPlain(LayerStack* stack, CompositeBase* node, bool useCached);
     qs::vector<CompositeSource> GatherSources(LayerStack* stack, const ilTile& tile);
 
+    /// How the tree is split. A copy of the tree has all of this.
+    struct Grouping {
+        int splitCount = 0;  // since the tree was last made anew
+        PntHandle adjustLCH = kNullHandle;
+        PntHandle liveRef = kNullHandle;  // what the current layer makes the reference: the tree is grouped around it
+        PntHandle groupedRef = kNullHandle;  // around which it was grouped last
+        bool isStale = false;  // liveRef, a blend mode or the tree changed since
+        bool isFinenessStale = false;  // a blend mode changed since
+    };
+
     qs::TempReference<ilSmartImage> currentComposite_;
     qs::TempReference<ilSmartImage> compositeMask_;
     LayerStack* owner_ = nullptr;  // borrowed
     CompositeBase* root_ = nullptr;  // owned
-    int splitCount_ = 0;
-    PntHandle adjustLCH_ = kNullHandle;
     qs::vector<CompositeBase*> adjustPath_;
-    PntHandle liveRef_ = kNullHandle;  // what the current layer makes the reference: the tree is grouped around it
-    PntHandle groupedRef_ = kNullHandle;  // around which it was grouped last
-    bool isGroupingStale_ = false;  // liveRef_, a blend mode or the tree changed since
-    bool isFinenessStale_ = false;  // a blend mode changed since
+    Grouping grouping_;
 };
