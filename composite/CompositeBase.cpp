@@ -56,10 +56,10 @@ qs::TempReference<ilSmartImage> CompositeBase::Compose(bool useCached, bool keep
     const ilTile area = keep ? GrownToPages(GetCanvas()) : GetCanvas();
     CollectSources(area);
     ComposePicture(picture, area);
-    timeStamp_ = qsOS::CurrentFileTime();
+    state_.timeStamp = qsOS::CurrentFileTime();
     if (keep) {
         cache_ = picture;
-        staleArea_ = ilTile();
+        state_.staleArea = ilTile();
     }
     return picture.bytes;
 }
@@ -68,7 +68,7 @@ CompositeBase::Picture CompositeBase::NewPicture() const
 {
     Picture picture;
     picture.bytes.reset(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
-    if (firstFine_ < children_.size())
+    if (state_.firstFine < children_.size())
         picture.fractions.reset(new ilSmartImage(kWholeLevels));
     return picture;
 }
@@ -88,13 +88,13 @@ CompositeSource CompositeBase::SourceOf(const Picture& picture)
 
 void CompositeBase::MendCache()
 {
-    if (staleArea_.IsEmpty() || GetCompositePort().CompositesSuspended(stack_))
+    if (state_.staleArea.IsEmpty() || GetCompositePort().CompositesSuspended(stack_))
         return;
-    const ilTile area = ilTileIntersection(staleArea_, GrownToPages(GetCanvas()));
+    const ilTile area = ilTileIntersection(state_.staleArea, GrownToPages(GetCanvas()));
     CollectSources(area);
     ComposePicture(cache_, area);
-    timeStamp_ = qsOS::CurrentFileTime();
-    staleArea_ = ilTile();
+    state_.timeStamp = qsOS::CurrentFileTime();
+    state_.staleArea = ilTile();
 }
 
 void CompositeBase::ComposeInto(ilMIOImage& target, const ilTile& tile)
@@ -118,7 +118,7 @@ void CompositeBase::AppendSources(const ilTile& tile, qs::vector<CompositeSource
         if (Compose(true, true) == cache_.bytes && !cache_.bytes->IsEmpty())
             sources.push_back(SourceOf(cache_));
     };
-    if (!isLive_ && (cache_.bytes || children_.size() > 1)) {
+    if (!state_.isLive && (cache_.bytes || children_.size() > 1)) {
         appendCache();
         return;
     }
@@ -129,7 +129,7 @@ void CompositeBase::AppendSources(const ilTile& tile, qs::vector<CompositeSource
         sources.push_back(sources_.front());
         return;
     }
-    if (!isLive_) {
+    if (!state_.isLive) {
         appendCache();
         return;
     }
@@ -162,7 +162,7 @@ void CompositeBase::CollectSources(const ilTile& tile)
         const size_t before = sources_.size();
         children_[i]->AppendSources(tile, sources_);
         for (size_t k = before; k < sources_.size(); ++k)
-            sources_[k].isFine = i >= firstFine_;
+            sources_[k].isFine = i >= state_.firstFine;
     }
 }
 
@@ -174,9 +174,9 @@ void CompositeBase::SettleFineness(bool isExact)
         return member->GetMode() == CompositeMode::Effect;
     });
     const size_t first = isExact ? members.size() : static_cast<size_t>(members.rend() - reader);
-    if (first != firstFineMember_)
+    if (first != state_.firstFineMember)
         DropCache();
-    firstFineMember_ = first;
+    state_.firstFineMember = first;
     for (size_t i = 0; i < members.size(); ++i)
         members[i]->SettleFineness(i < first);
 }
@@ -190,14 +190,7 @@ CompositeBase* CompositeBase::Copy(LayerStack* stack) const
 
 void CompositeBase::CopyStateTo(CompositeBase& copy) const
 {
-    copy.effect_ = effect_;
-    copy.timeStamp_ = timeStamp_;
-    copy.mode_ = mode_;
-    copy.isLive_ = isLive_;
-    copy.isGroup_ = isGroup_;
-    copy.staleArea_ = staleArea_;
-    copy.firstFine_ = firstFine_;
-    copy.firstFineMember_ = firstFineMember_;
+    copy.state_ = state_;
     if (cache_.bytes)
         copy.cache_.bytes.reset(new ilSmartImage(*cache_.bytes, 0, 0));
     if (cache_.fractions)
@@ -216,7 +209,7 @@ void CompositeBase::MoveTo(LayerStack* stack) noexcept
 
 void CompositeBase::SetLive(bool live)
 {
-    isLive_ = live;
+    state_.isLive = live;
     live_ = {};  // the children may have been grouped otherwise
     if (live)
         cache_ = {};
@@ -308,9 +301,10 @@ ilTile CompositeBase::GetCanvas() const
 
 void CompositeBase::DebugPrint() const
 {
-    const LayerContainer* effect = effect_ == kNullHandle ? nullptr : GetCompositePort().GetContainer(stack_, effect_);
+    const LayerContainer* effect =
+        state_.effect == kNullHandle ? nullptr : GetCompositePort().GetContainer(stack_, state_.effect);
     qsOS::OutputDebugFormat("CompositeBase[%p] mode[%c] effect[%s] cache[%p,%p]", static_cast<const void*>(this),
-                            LetterOf(mode_), effect != nullptr ? effect->GetLayerContainerName() : "None",
+                            LetterOf(state_.mode), effect != nullptr ? effect->GetLayerContainerName() : "None",
                             static_cast<const void*>(cache_.bytes.get()),
                             static_cast<const void*>(cache_.fractions.get()));
     qsOS::OutputDebugStringA("Child");

@@ -77,11 +77,11 @@ public:
     void SettleFineness(bool isExact);
 
     /// The first fine member's position among all members; their number when none is.
-    size_t GetFirstFineMember() const { return firstFineMember_; }
+    size_t GetFirstFineMember() const { return state_.firstFineMember; }
 
     /// The children, groups or not, from position `first` on are fine.
-    void SetFirstFine(size_t first) { firstFine_ = std::min(first, children_.size()); }
-    size_t GetFirstFine() const { return firstFine_; }
+    void SetFirstFine(size_t first) { state_.firstFine = std::min(first, children_.size()); }
+    size_t GetFirstFine() const { return state_.firstFine; }
 
     /// A copy for another document: the tree with its caches, which share pages. Owned by the caller.
     virtual CompositeBase* Copy(LayerStack* stack) const;
@@ -96,22 +96,22 @@ public:
 
     LayerStack* GetStack() const { return stack_; }
     void MoveTo(LayerStack* stack) noexcept;  // with the subtree; both documents have the same containers
-    CompositeMode GetMode() const { return mode_; }
-    const PntHandle& GetEffectHandle() const { return effect_; }
-    const qsOS::FILETIME& GetTimeStamp() const { return timeStamp_; }
+    CompositeMode GetMode() const { return state_.mode; }
+    const PntHandle& GetEffectHandle() const { return state_.effect; }
+    const qsOS::FILETIME& GetTimeStamp() const { return state_.timeStamp; }
     const qs::TempReference<ilSmartImage>& GetCache() const { return cache_.bytes; }
-    bool IsPlain() const { return mode_ == CompositeMode::Plain && effect_ == kNullHandle; }
+    bool IsPlain() const { return state_.mode == CompositeMode::Plain && state_.effect == kNullHandle; }
 
     /// On the path to the reference: composes anew for each tile. Drops the images of the other state.
     void SetLive(bool live);
-    bool IsLive() const { return isLive_; }
+    bool IsLive() const { return state_.isLive; }
 
     /// A group is made and dissolved by grouping; its children count as its parent's members.
-    void SetGroup() { isGroup_ = true; }
-    bool IsGroup() const { return isGroup_; }
+    void SetGroup() { state_.isGroup = true; }
+    bool IsGroup() const { return state_.isGroup; }
 
     /// The cache, if there is one, no longer holds within `tile`; it is mended there when it is next asked for.
-    void MarkStale(const ilTile& tile) { staleArea_ = ilTileUnion(staleArea_, tile); }
+    void MarkStale(const ilTile& tile) { state_.staleArea = ilTileUnion(state_.staleArea, tile); }
 
     /// Drops this node's cache, or those of the whole subtree.
     void DropCache();
@@ -154,17 +154,22 @@ protected:
     static CompositeSource SourceOf(const Picture& picture);
     void ComposePicture(const Picture& picture, const ilTile& tile) const;
 
+    /// What a copy of the node has besides its children and its cache.
+    struct State {
+        ilTile staleArea;  // where the cache must be mended
+        PntHandle effect = kNullHandle;
+        qsOS::FILETIME timeStamp;
+        CompositeMode mode = CompositeMode::Plain;
+        size_t firstFine = 0;  // among the children
+        size_t firstFineMember = 0;
+        bool isLive = false;
+        bool isGroup = false;
+    };
+
     LayerStack* stack_;
+    State state_;
     qs::vector<CompositeBase*> children_;
     Picture cache_;  // the whole canvas; null when it must be made
-    ilTile staleArea_;  // where the cache must be mended
     Picture live_;  // good for the tile asked for last
     qs::vector<CompositeSource> sources_;  // kept for its memory
-    PntHandle effect_ = kNullHandle;
-    qsOS::FILETIME timeStamp_;
-    CompositeMode mode_ = CompositeMode::Plain;
-    size_t firstFine_ = 0;  // among the children
-    size_t firstFineMember_ = 0;
-    bool isLive_ = false;
-    bool isGroup_ = false;
 };

@@ -48,8 +48,8 @@ void CompositeLayer::RefreshMode()
 void CompositeLayer::TakeMode(const Layer* layer)
 {
     const bool hasEffect = layer != nullptr && layer->GetLayerBlend() != kBlendNormal;
-    mode_ = layer == nullptr ? CompositeMode::Dropped : hasEffect ? CompositeMode::Effect : CompositeMode::Plain;
-    effect_ = hasEffect ? handle_ : kNullHandle;
+    state_.mode = layer == nullptr ? CompositeMode::Dropped : hasEffect ? CompositeMode::Effect : CompositeMode::Plain;
+    state_.effect = hasEffect ? handle_ : kNullHandle;
 }
 
 Layer* CompositeLayer::FindVisibleLayer() const
@@ -65,7 +65,7 @@ qs::TempReference<ilSmartImage> CompositeLayer::Compose(bool useCached, bool kee
         return cache_.bytes;
     const qs::TempReference<ilSmartImage> image(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
     ComposeInto(*image, GetCanvas());
-    timeStamp_ = qsOS::CurrentFileTime();
+    state_.timeStamp = qsOS::CurrentFileTime();
     if (keep)
         cache_.bytes = image;
     return image;
@@ -84,7 +84,7 @@ void CompositeLayer::AppendSources(const ilTile& tile, qs::vector<CompositeSourc
         return;
     const CompositePort& port = GetCompositePort();
     const MaskingPaintOps* painter =
-        isLive_ && layer == port.GetCurrentLayer(stack_) ? port.GetMaskingPainter(stack_) : nullptr;
+        state_.isLive && layer == port.GetCurrentLayer(stack_) ? port.GetMaskingPainter(stack_) : nullptr;
     if (painter != nullptr) {
         if (live_.bytes)
             live_.bytes->Clear();  // the pages of other tiles are of no use
