@@ -9,7 +9,7 @@ public:
     CompositePicture(LayerStack* stack, qs::TempReference<ilSmartImage> image, LayerBlendMode blend)
         : CompositeBase(stack), image_(std::move(image)), blend_(blend)
     {
-        mode_ = blend != kBlendNormal ? CompositeMode::Effect : CompositeMode::Plain;
+        state_.mode = blend != kBlendNormal ? CompositeMode::Effect : CompositeMode::Plain;
     }
 
     void AppendSources(const ilTile&, qs::vector<CompositeSource>& sources) override

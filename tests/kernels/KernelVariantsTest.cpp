@@ -54,18 +54,16 @@ std::vector<SpanCase> AllSpanCases()
          [](T k, B d, S s, S, Weight w, int n) {
              WithFractions(d, s, n, [&](B fractions) { k.paintFineWeighted(d, fractions, s, w, n); });
          }},
-        {"paintFineOverFine", 4,
-         [](T k, B d, S s, S, Weight, int n) {
-             WithFractions(d, s, n, [&](B fractions) { k.paintFineOverFine(d, fractions, s, s, n); });
-         }},
     };
-    for (int sources = 1; sources <= kernels::kMostSourcesComposedFine; ++sources) {
-        const auto call = [=](T k, B d, S s, S, Weight, int n) {
-            const uint8_t* all[kernels::kMostSourcesComposedFine] = {d, s, s, s, s, s, s, s};
-            WithFractions(d, s, n, [&](B fractions) { k.composeFine(d, fractions, all, fractions, sources, n); });
-        };
-        cases.push_back({"composeFine " + std::to_string(sources), 4, call});
-    }
+    for (int sources = 1; sources <= kernels::kMostSourcesComposedFine; ++sources)
+        for (const bool isTopFine : {false, true}) {
+            const auto call = [=](T k, B d, S s, S, Weight, int n) {
+                const uint8_t* all[kernels::kMostSourcesComposedFine] = {d, s, s, s, s, s, s, s};
+                const uint8_t* top = isTopFine && sources > 1 ? s : nullptr;
+                WithFractions(d, s, n, [&](B own) { k.composeFine(d, own, all, own, top, sources, n); });
+            };
+            cases.push_back({"composeFine " + std::to_string(sources) + (isTopFine ? " fine" : ""), 4, call});
+        }
     for (int pair = 0; pair < kBlendFactorCount * kBlendFactorCount; ++pair) {
         for (const int channels : {1, 4}) {
             const auto call = [=](T k, B d, S s, S, Weight w, int n) {

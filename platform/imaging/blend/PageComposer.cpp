@@ -103,9 +103,10 @@ void ComposeRows(uint8_t* out, const uint8_t* const* in, int count, const ilTile
     });
 }
 
-/// The same, fine. fractions: of in[0], or null; outFractions: null when nobody asks for them.
-void ComposeFineRows(uint8_t* out, uint8_t* outFractions, const uint8_t* const* in, const uint8_t* fractions, int count,
-                     const ilTile& part)
+/// The same, fine. fractions, topFractions: of the first and the last of them, or null; outFractions: null when nobody
+/// asks for them.
+void ComposeFineRows(uint8_t* out, uint8_t* outFractions, const uint8_t* const* in, const uint8_t* fractions,
+                     const uint8_t* topFractions, int count, const ilTile& part)
 {
     const auto compose = kernels::Get().composeFine;
     ForRows(part, [&](ptrdiff_t at, int pixels) {
@@ -113,7 +114,8 @@ void ComposeFineRows(uint8_t* out, uint8_t* outFractions, const uint8_t* const* 
         for (int i = 0; i < count; ++i)
             row[static_cast<size_t>(i)] = in[i] + at;
         compose(out + at, outFractions != nullptr ? outFractions + at : nullptr, row.data(),
-                fractions != nullptr ? fractions + at : nullptr, count, pixels);
+                fractions != nullptr ? fractions + at : nullptr, topFractions != nullptr ? topFractions + at : nullptr,
+                count, pixels);
     });
 }
 
@@ -369,9 +371,16 @@ void PageComposer::DrawFine(const Job& job, size_t first, Sum& sum) const
         const bool wasBegun = sum.isBegun;
         for (; count > 0 && i < job.sourceEnd && count < kFineSourcesPerPass && IsPlainCopy(kept_[i]); ++i)
             in[static_cast<size_t>(count++)] = kept_[i].page->GetBytes() + offset;
+        const uint8_t* topFractions = nullptr;
+        if (count > 0 && i < job.sourceEnd && count < kFineSourcesPerPass && IsCopy(kept_[i]) &&
+            !IsPlainCopy(kept_[i])) {
+            topFractions = kept_[i].fractions->GetBytes() + offset;
+            in[static_cast<size_t>(count++)] = kept_[i++].page->GetBytes() + offset;
+        }
         if (count > (wasBegun ? 1 : 0)) {
             const bool isWanted = job.fractions != nullptr || i < job.sourceEnd;
-            ComposeFineRows(sum.rows, isWanted ? sum.fractions : nullptr, in.data(), fractions, count, job.part);
+            ComposeFineRows(sum.rows, isWanted ? sum.fractions : nullptr, in.data(), fractions, topFractions, count,
+                            job.part);
         } else {
             if (!wasBegun)
                 FillRows(sum.rows, 0, job.part);
@@ -383,24 +392,15 @@ void PageComposer::DrawFine(const Job& job, size_t first, Sum& sum) const
     }
 }
 
-/// One source that is not taken as it is, or that has fractions.
+/// One source that is not taken as it is; such a one has no fractions.
 void PageComposer::PaintFine(const PageSource& entry, Sum& sum)
 {
     const kernels::KernelTable& table = kernels::Get();
     const kernels::Weight weight = entry.source->weight;
-    if (entry.fractions != nullptr) {
-        const ptrdiff_t offset = PageOffset(sum.part.x, sum.part.y);
-        const uint8_t* rows = entry.page->GetBytes() + offset;
-        const uint8_t* fractions = entry.fractions->GetBytes() + offset;
-        ForRows(sum.part, [&](ptrdiff_t at, int pixels) {
-            table.paintFineOverFine(sum.rows + at, sum.fractions + at, rows + at, fractions + at, pixels);
-        });
-        return;
-    }
     WithRows(*entry.source, entry.page, entry.hasStencil, sum.part, [&](const uint8_t* rows) {
         if (weight == kernels::kFullWeight) {
             const uint8_t* const in[] = {sum.rows, rows};
-            ComposeFineRows(sum.rows, sum.fractions, in, sum.fractions, 2, sum.part);
+            ComposeFineRows(sum.rows, sum.fractions, in, sum.fractions, nullptr, 2, sum.part);
             return;
         }
         ForRows(sum.part, [&](ptrdiff_t at, int pixels) {

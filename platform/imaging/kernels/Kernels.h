@@ -101,14 +101,13 @@ struct KernelTable {
     // its own: 128 plus 256 times the fraction, xor 127. A whole level has 255, so whole alphas of 255 look opaque in
     // both. Products round to nearest in 1/128 of a level: hundreds of faint layers come within a part of a level of
     // the formula, in whatever order neighbours are put together first. Colour stays within alpha.
-    /// dst = sources[0] with the others painted over it. fractions: of sources[0], or null; dstFractions: null where
-    /// nobody asks for them. sourceCount: 1 to kMostSourcesComposedFine; sources[0] may be dst, with its fractions.
+    /// dst = sources[0] with the others painted over it. fractions, topFractions: of the first source and of the last
+    /// one, or null (with one source the last is null); dstFractions: null where nobody asks for them. sourceCount: 1
+    /// to kMostSourcesComposedFine; sources[0] may be dst, with its fractions.
     void (*composeFine)(uint8_t* dst, uint8_t* dstFractions, const uint8_t* const* sources, const uint8_t* fractions,
-                        int sourceCount, int count);
-    /// Fine dst = weight·src over it; the same of a fine src.
+                        const uint8_t* topFractions, int sourceCount, int count);
+    /// Fine dst = weight·src over it.
     void (*paintFineWeighted)(uint8_t* dst, uint8_t* dstFractions, const uint8_t* src, Weight weight, int count);
-    void (*paintFineOverFine)(uint8_t* dst, uint8_t* dstFractions, const uint8_t* src, const uint8_t* srcFractions,
-                              int count);
     /// The same as paintOver of weight·src.
     void (*paintOverWeighted)(uint8_t* dst, const uint8_t* src, Weight weight, int count);
     /// The same of weight·coverage·src.

@@ -17,7 +17,6 @@ const KernelTable kTable = {
     .composeOver = ComposeOver,
     .composeFine = ComposeFine,
     .paintFineWeighted = PaintFineWeighted,
-    .paintFineOverFine = PaintFineOverFine,
     .paintOverWeighted = PaintOverWeighted,
     .paintOverCoverage = PaintOverCoverage,
     .paintOverWeighted1 = PaintOverWeighted1,

@@ -15,9 +15,8 @@ void StampWetCoverage(const StampBlock& block, const StampColor& color, Weight w
 void PaintOver(uint8_t* dst, const uint8_t* src, int count);
 void ComposeOver(uint8_t* dst, const uint8_t* const* sources, int sourceCount, int count);
 void ComposeFine(uint8_t* dst, uint8_t* dstFractions, const uint8_t* const* sources, const uint8_t* fractions,
-                 int sourceCount, int count);
+                 const uint8_t* topFractions, int sourceCount, int count);
 void PaintFineWeighted(uint8_t* dst, uint8_t* dstFractions, const uint8_t* src, Weight weight, int count);
-void PaintFineOverFine(uint8_t* dst, uint8_t* dstFractions, const uint8_t* src, const uint8_t* srcFractions, int count);
 void PaintOverWeighted(uint8_t* dst, const uint8_t* src, Weight weight, int count);
 void PaintOverCoverage(uint8_t* dst, const uint8_t* src, const uint8_t* coverage, Weight weight, int count);
 void PaintOverWeighted1(uint8_t* dst, const uint8_t* src, Weight weight, int count);
