@@ -200,6 +200,10 @@ void BindPorts()
             [](const PntHandle& container) {
                 Tell([container] { CallHost(PaintCore.CB()->LayerRenamedCB, container); });
             },
+        .OpacityRestored =
+            [](const PntHandle& container, float opacity) {
+                Tell([container, opacity] { PaintCore.OpacitySignal.Emit(container, opacity); });
+            },
         .TransformGroup = [](const PntHandle& layer) { Tell([layer] { PaintCore.TransformGroupSignal.Emit(layer); }); },
         .GetStackHandle = GetStackHandle,
         .notices = GetNeutralPorts().stack.notices,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "layers/AppData.h"
 #include "platform/imaging/kernels/LayerBlendMode.h"
 #include "platform/imaging/pages/PaintColor.h"
 
@@ -23,19 +24,20 @@ struct ContainerProperties {
     bool isVisible = true;
     bool isActive = true;
     bool isLocked = false;
+    AppData appData;  // of a layer
 
     bool operator==(const ContainerProperties&) const = default;
 };
 
-/// One of the properties: its place among the members.
+/// One of the properties that can be a step of undo: its place among the members, of which the host's data is the last.
 enum class ContainerProperty { Name, Blend, Opacity, DisplayOpacity, DisplayColor, Visible, Active, Locked, Count };
 
 /// The members one by one, in the order of ContainerProperty. A member that is not named here does not compile.
 constexpr auto MembersOf(auto& properties) requires
     std::same_as<std::remove_const_t<std::remove_reference_t<decltype(properties)>>, ContainerProperties>
 {
-    auto& [name, blend, opacity, displayOpacity, displayColor, isVisible, isActive, isLocked] = properties;
-    return std::tie(name, blend, opacity, displayOpacity, displayColor, isVisible, isActive, isLocked);
+    auto& [name, blend, opacity, displayOpacity, displayColor, isVisible, isActive, isLocked, appData] = properties;
+    return std::tie(name, blend, opacity, displayOpacity, displayColor, isVisible, isActive, isLocked, appData);
 }
 
 /// What two versions of the same thing agree on: each member of `stored`, but that of `now` where it was changed since
@@ -48,7 +50,9 @@ Properties MergeProperties(const Properties& stored, const Properties& base, con
     const auto before = MembersOf(base);
     const auto after = MembersOf(now);
     const auto take = [](auto& member, const auto& was, const auto& is) {
-        if (!(was == is))
+        if constexpr (std::is_same_v<std::remove_cvref_t<decltype(member)>, AppData>)
+            member.TakeChanges(was, is);
+        else if (!(was == is))
             member = is;
     };
     [&]<size_t... I>(std::index_sequence<I...>)

@@ -199,14 +199,9 @@ bool Layer::isMaskInverted() const
     return isMask() && image_ && image_->GetFillValue() == ilPixel::Coverage(255);
 }
 
-qsString::CString Layer::GetAppData(const qsString::CString& key)
-{
-    return appData_[key];
-}
-
 void Layer::SetAppData(const qsString::CString& key, const qsString::CString& value)
 {
-    appData_[key] = value;
+    properties_.appData.Set(key, value);
 }
 
 // --- offset, bounds, pivot ---

@@ -181,8 +181,8 @@ public:
     /// True for a mask whose unstored area is covered.
     bool isMaskInverted() const;
 
-    /// Reading an unknown key adds it with an empty value.
-    qsString::CString GetAppData(const qsString::CString& key);
+    /// Strings of the host; empty for an unknown key.
+    qsString::CString GetAppData(const qsString::CString& key) const { return properties_.appData.Get(key); }
     void SetAppData(const qsString::CString& key, const qsString::CString& value);
 
     // --- owners ---
@@ -363,7 +363,6 @@ private:
     qs::Reference<PaintOps> painter_;
     qs::Reference<ilSmartImage> stencilComposite_;
     bool stencilCompositeDirty_ = true;
-    qs::map<qsString::CString, qsString::CString> appData_;
     qs::vector<PntHandle> owners_;
     bool hardLinkToOwner_ = false;
 };

@@ -255,8 +255,10 @@ void LayerStack::SetContainerProperties(const PntHandle& handle, const Container
             SetLayerContainerName(handle, properties.name.data());
         if (properties.blend != before.blend)
             SetLayerBlend(handle, properties.blend);
-        if (properties.opacity != before.opacity)
+        if (properties.opacity != before.opacity) {
             SetLayerOpacity(handle, properties.opacity);
+            GetStackPort().OpacityRestored(container->GetLayerContainerHandle(), properties.opacity);
+        }
         if (properties.displayOpacity != before.displayOpacity)
             SetMaskLayerDisplayOpacity(properties.displayOpacity, handle);
         if (properties.displayColor != before.displayColor)

@@ -1,5 +1,8 @@
 #include "stack/PropertySnapshot.h"
 
+#include "platform/base/Notices.h"
+#include "stack/StackPort.h"
+
 #include <utility>
 
 namespace {
@@ -83,4 +86,26 @@ PropertyChanges PropertySnapshot::ChangesFor(LayerStack& other, LayerStack& now)
     changes.document_ = &other;
     changes.properties_ = MergeProperties(other.GetProperties(), document_, now.GetProperties());
     return changes;
+}
+
+void TellOtherProperties(const LayerStack& now, const LayerStack& before)
+{
+    const StackPort& port = GetStackPort();
+    const Notices::Scope hold(*port.notices);
+    const qs::vector<LayerContainer*> past = ContainersOf(before);
+    OrderedSearch inPast(past, [&](const LayerContainer* one) { return NameOf(before, *one); });
+    for (const LayerContainer* container : ContainersOf(now)) {
+        LayerContainer* const* found = inPast.Find(NameOf(now, *container));
+        if (found == nullptr)
+            continue;
+        const ContainerProperties& is = container->GetProperties();
+        const ContainerProperties& was = (*found)->GetProperties();
+        const PntHandle& handle = container->GetLayerContainerHandle();
+        if (is.name != was.name)
+            port.LayerRenamed(handle);
+        if (is.opacity != was.opacity)
+            port.OpacityRestored(handle, is.opacity);
+        if (is.isVisible != was.isVisible || is.isActive != was.isActive)
+            port.ContainerState(handle);
+    }
 }

@@ -33,3 +33,7 @@ private:
     qs::vector<Entry> containers_;  // flattened, the image folder first, the selection mask last
     DocumentProperties document_;
 };
+
+/// Tells the host of the containers whose name, opacity, visibility or activity is another than in `before`, the
+/// version of the document whose place `now` has taken.
+void TellOtherProperties(const LayerStack& now, const LayerStack& before);

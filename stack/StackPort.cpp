@@ -11,6 +11,7 @@ StackPort& GetStackPort()
         .ContainerAdded = [](int, const PntHandle&) {},
         .ContainerState = [](const PntHandle&) {},
         .LayerRenamed = [](const PntHandle&) {},
+        .OpacityRestored = [](const PntHandle&, float) {},
         .TransformGroup = [](const PntHandle&) {},
         .GetStackHandle = [](const LayerStack*) { return -1; },
         .notices = &notices,

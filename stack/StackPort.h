@@ -20,10 +20,11 @@ struct StackPort {
     void (*StackChanged)(bool changed);
 
     /// A container joined the document with this registry handle (-1: unregistered); a container's state (current,
-    /// visible, active) or a container's name changed.
+    /// visible, active) or a container's name changed; undo or redo changed its opacity.
     void (*ContainerAdded)(int stackHandle, const PntHandle& container);
     void (*ContainerState)(const PntHandle& container);
     void (*LayerRenamed)(const PntHandle& container);
+    void (*OpacityRestored)(const PntHandle& container, float opacity);
 
     /// A layer joined or left a transform group.
     void (*TransformGroup)(const PntHandle& layer);

@@ -96,6 +96,8 @@ PntUndoOper::Outcome PntUndoLayerStack::Restore(const qs::Reference<LayerStack>&
     if (!Attempt([&] { stack->RebuildAllAndRedrawEntireCanvas(); }))
         stack->MarkAllStale();
     GetStackPort().CanvasUpdated();
+    if (before && before != stack)
+        Attempt([&] { TellOtherProperties(*stack, *before); });
     return Outcome::Done;
 }
 

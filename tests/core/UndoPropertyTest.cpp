@@ -54,19 +54,78 @@ protected:
         SetupPntUndoList(Listed);
     }
 
+    static std::string NameOf(const PntHandle& handle) { return handle.own.asString().c_str(); }
+
+    struct Heard {
+        int renamed = 0;
+        int state = 0;
+        float opacity = -1;
+    };
+    static qs::map<std::string, Heard>& heard()
+    {
+        static qs::map<std::string, Heard> all;
+        return all;
+    }
+
+    /// A host that keeps its panel of layers by what it is told.
+    void Listen()
+    {
+        isListening_ = true;
+        PaintCoreCallbacks callbacks;
+        callbacks.LayerRenamedCB = [](PntHandle handle) { ++heard()[NameOf(handle)].renamed; };
+        PaintCore.SetCallbacks(callbacks);
+        Connect(PaintCore.ContainerStateSignal, [](const PntHandle& handle) { ++heard()[NameOf(handle)].state; });
+        Connect(PaintCore.OpacitySignal,
+                [](const PntHandle& handle, float opacity) { heard()[NameOf(handle)].opacity = opacity; });
+    }
+
+    static qs::map<std::string, ContainerProperties> Properties()
+    {
+        qs::map<std::string, ContainerProperties> all;
+        for (int i = 0; i < PaintManager::kMaxLayerStacks; ++i)
+            if (const qs::Reference<LayerStack> stack = PaintCore.GetLayerStack(i))
+                for (const LayerMode mode : {kLayerModeImage, kLayerModeMask, kLayerModeStencil})
+                    for (const PntHandle& handle : stack->GetLayerContainerHandleArray(mode, false))
+                        all[NameOf(handle)] = stack->GetLayerContainerFromHandle(handle)->GetProperties();
+        return all;
+    }
+
+    /// What a step of undo or redo changes is told, with the values that then hold.
+    template <class Step>
+    bool IsDoneAndTold(Step step)
+    {
+        if (!isListening_)
+            return step();
+        const auto before = Properties();
+        heard().clear();
+        if (!step())
+            return false;
+        for (const auto& [name, is] : Properties())
+            if (const auto was = before.find(name); was != before.end()) {
+                const Heard told = heard()[name];
+                EXPECT_TRUE(is.name == was->second.name || told.renamed > 0);
+                EXPECT_TRUE(is.opacity == was->second.opacity ? told.opacity < 0 : told.opacity == is.opacity);
+                EXPECT_TRUE((is.isVisible == was->second.isVisible && is.isActive == was->second.isActive) ||
+                            told.state > 0);
+            }
+        return true;
+    }
+
+    bool isListening_ = false;
+
     /// Undoes all steps and redoes them, twice. Each redo leads to the state before its undo, and each undo, where
     /// `isExact`, to the state before the command.
     void GoBackAndForth(qs::vector<std::string> states, bool isExact)
     {
         for (int round = 0; round < 2 && !HasFailure(); ++round) {
             for (size_t i = listed.size(); i-- > 0 && !HasFailure(); CheckPlanes(i)) {
-                ASSERT_TRUE(PaintUndoList()->Undo(listed[i]));
+                ASSERT_TRUE(IsDoneAndTold([&] { return PaintUndoList()->Undo(listed[i]); }));
                 const std::string now = Describe();
                 ASSERT_TRUE(!isExact || now == states[i]) << "undo of " << i << " of " << GetTrace() << now;
                 states[i] = now;
             }
             for (size_t i = 0; i < listed.size() && !HasFailure(); CheckPlanes(i++)) {
-                ASSERT_TRUE(PaintUndoList()->Redo(listed[i]));
+                ASSERT_TRUE(IsDoneAndTold([&] { return PaintUndoList()->Redo(listed[i]); }));
                 ASSERT_EQ(Describe(), states[i + 1]) << "redo of " << i << " of " << GetTrace();
             }
         }
@@ -75,6 +134,7 @@ protected:
 
 TEST_F(UndoProperty, AListGoesAllTheWayBackAndForthThroughTheSameStates)
 {
+    Listen();
     for (unsigned seed = FirstSeed(); seed < FirstSeed() + 4 && !HasFailure(); ++seed) {
         SCOPED_TRACE("PAINTLAYER_SEED=" + std::to_string(seed));
         BeginWithList(seed);

@@ -21,6 +21,8 @@ protected:
         other.displayColor = {other.opacity, 0, 0, 1};
         other.isVisible = other.isActive = other.isLocked = k % 2 != 0;
         SwapProperty(which, properties, other);
+        if (which == ContainerProperty::Count)  // what is no step by itself
+            properties.appData.Set("key", other.name.data());
         return properties;
     }
 
@@ -63,7 +65,7 @@ TEST_F(UndoSteps, APropertyComesBackIfTheStepSetItAndStaysIfSomebodyElseDid)
     const PntHandle folder = document->AddLayerFolder(kLayerModeImage, kCurrentLayerHandle);
     const PntHandle handles[] = {document->GetBottomLayer(kLayerModeImage)->GetLayerContainerHandle(), folder,
                                  Add(kLayerModeMask).GetLayerContainerHandle(), document->GetSelectionMaskHandle()};
-    for (int what = 0; what < static_cast<int>(ContainerProperty::Count) * 16; ++what) {
+    for (int what = 0; what < static_cast<int>(ContainerProperty::Count) * 16 + 16; ++what) {
         const auto which = static_cast<ContainerProperty>(what / 16);
         const bool inStep = (what & 1) != 0;
         const bool after = (what & 2) != 0;
@@ -113,10 +115,14 @@ TEST_F(UndoSteps, AStepThatGoesOnHoldsWhateverIsSetUntilUndo)
     Queue().AddUndoOperation(first);
     document->SetLayerOpacity(top, 0.5F);
     document->SetSymmetry(new Symmetry(7, 7));
+    document->SetAppData(top, "step", "b");
     first->UndoOper();
+    document->SetAppData(top, "apart", "c");
+    EXPECT_EQ(document->GetAppData(top, "step"), "");
     EXPECT_EQ(document->GetLayerOpacity(top), 1);
     EXPECT_EQ(document->GetSymmetry(), nullptr);
     first->RedoOper();
+    EXPECT_TRUE(document->GetAppData(top, "step") == "b" && document->GetAppData(top, "apart") == "c");
     EXPECT_EQ(document->GetLayerOpacity(top), 0.5F);
     ASSERT_NE(document->GetSymmetry(), nullptr);
 
