@@ -11,10 +11,8 @@ namespace {
 
 void Stroke(float fromX, float fromY, float toX, float toY, bool erases)
 {
+    PaintCore.SetBrushErases(erases);
     PaintCore.BeginBrushStroke(false);
-    PaintOps* const painter = PaintCore.GetLayerStack(PaintCore.GetCurrentLayerStack())->GetCurrentLayerPainter();
-    if (erases && painter != nullptr)
-        painter->blend_func(kFactorZero, kFactorOneMinusSourceAlpha);  // until the stroke ends
     PaintCore.AddStrokePoint(fromX, fromY, 12, 1, 1, 0, false, false);
     PaintCore.AddStrokePoint(toX, toY, 12, 1, 1, 0, false, false);
     PaintCore.EndBrushStroke();

@@ -111,6 +111,12 @@ void BrushState::SetColor(PaintColor color, bool force)
     brush_.color = color;
 }
 
+void BrushState::SetErases(bool erases)
+{
+    if (!session_.stroker.IsOpen())
+        erases_ = erases;
+}
+
 PaintColor BrushState::StampColorOf(PaintColor color) const
 {
     color.Clamp();

@@ -30,6 +30,12 @@ public:
     void SetColorSwizle(bool on) { isSwizzled_ = on; }
     bool GetColorSwizle() const { return isSwizzled_; }
 
+    void SetErases(bool erases);
+    bool Erases() const { return erases_; }
+
+    /// What a stroke does with the pixels below it.
+    BlendFactor GetSourceFactor() const { return erases_ ? kFactorZero : kFactorOne; }
+
     void OverrideProfile(qs::Reference<LinearProfile> profile) { overridingProfile_ = std::move(profile); }
     const qs::Reference<LinearProfile>& GetOverridingProfile() const { return overridingProfile_; }
 
@@ -85,4 +91,5 @@ private:
     bool takesPixels_ = false;  // clone or smear; the host's stamp itself is asked only when a stroke begins
     bool uses16Bit_ = false;
     bool isSwizzled_ = false;
+    bool erases_ = false;
 };

@@ -124,7 +124,7 @@ bool BrushStroker::SetUpPainter(OpenStroke& stroke)
     painter.SetMarkerWetness(brush_.GetBrush().markerWetness);
     CaptureForUndo(stroke);
     brush_.setCurrentStampIPO();
-    painter.blend_func(kFactorOne, kFactorOneMinusSourceAlpha);
+    painter.blend_func(brush_.GetSourceFactor(), kFactorOneMinusSourceAlpha);
     brush_.snappedSplineToLayerCoords();
     stroke.path = newBrushStroke(stroke);
     stroke.stampsBefore = painter.GetStampCount();
@@ -196,7 +196,7 @@ void BrushStroker::StartUpdates(OpenStroke& stroke, bool noTimerUpdate)
     if (!IsStillThere(stroke))
         return;
     PaintOps& painter = *stroke.painter;
-    painter.blend_func(kFactorOne, kFactorOneMinusSourceAlpha);
+    painter.blend_func(brush_.GetSourceFactor(), kFactorOneMinusSourceAlpha);
     painter.SetMarkerBlend(brush_.GetStroke().markerBlend);
     painter.BeginOperation();
 }

@@ -51,6 +51,16 @@ void BrushCommands::SetColor(PaintColor color, bool force)
     Attempt([&] { SessionOf(this).brush.SetColor(color, force); });
 }
 
+void BrushCommands::SetBrushErases(bool erases)
+{
+    SessionOf(this).brush.SetErases(erases);
+}
+
+bool BrushCommands::GetBrushErases() const
+{
+    return SessionOf(this).brush.Erases();
+}
+
 int BrushCommands::updateFromOptions(const StrokeParameters& stroke, const BrushParameters& brush)
 {
     PaintSession& session = SessionOf(this);

@@ -27,6 +27,11 @@ public:
     /// The brush's colour alone; read back with GetBrushParameters().color.
     void SetColor(PaintColor color, bool force);
 
+    /// Whether strokes take away what they cover, by opacity and alpha of the brush, instead of painting; not changed
+    /// during a stroke, false at first. Previews and samples show the brush as it paints.
+    void SetBrushErases(bool erases);
+    bool GetBrushErases() const;
+
     /// Both parameters at once: 0 when they were taken, and during a stroke, which goes on as it is; -1 when refused.
     int updateFromOptions(const StrokeParameters& stroke, const BrushParameters& brush);
 

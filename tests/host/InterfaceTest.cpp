@@ -59,9 +59,15 @@ void CallManager(int stack, PntHandle layer)
     EXPECT_EQ(PaintCore.updateFromOptions(PaintCore.GetStrokeParameters(), PaintCore.GetBrushParameters()), 0);
     PaintCore.SetShapeOpacity(0.5F, layer);
     EXPECT_EQ(PaintCore.GetShapeOpacity(layer), 1);
-    PaintCore.BeginBrushStroke(false);
-    PaintCore.AddStrokePoint(5, 5, 4, 1, 1, 0, false, false);
-    PaintCore.EndBrushStroke();
+    for (const bool erases : {false, true, false}) {
+        PaintCore.SetBrushErases(erases);
+        PaintCore.BeginBrushStroke(false);
+        PaintCore.SetBrushErases(!erases);  // not during a stroke
+        PaintCore.AddStrokePoint(5, 5, 4, 1, 1, 0, false, false);
+        PaintCore.EndBrushStroke();
+        EXPECT_EQ(PaintCore.GetBrushErases(), erases);
+        EXPECT_EQ(PaintCore.GetImagePlane()->GetPixel(5, 5).GetAlpha(), erases ? 0 : 255);
+    }
     int count = 0;
     PaintCore.ResetPointSmoother();
     EXPECT_NE(PaintCore.SmoothPoints({1, 2}, count), nullptr);
