@@ -255,7 +255,7 @@ public:
     /// no memory for that: when there is none to show the change, it is shown at the next update.
     void SetContainerProperties(const PntHandle& handle, const ContainerProperties& properties) noexcept;
 
-    /// Connects a mask or stencil to the layer that it acts on, or ends that.
+    /// Connects a mask or stencil to the layer that it acts on, or ends that. What is hard-linked has one owner alone.
     bool AddOwnerToLayer(const PntHandle& owner, const PntHandle& layer, bool hardLink);
     bool RemoveOwnerFromLayer(const PntHandle& owner, const PntHandle& layer);
 
@@ -562,12 +562,14 @@ public:
     /// the blend mode of `lower` where that shows what the two showed, within a level (`lower` shown), else it is
     /// normal or has that of `upper`. Where none of them does, nothing happens: most layers that read what lies below
     /// them merge only into what is opaque or empty there, and a translucent pair below such a layer often cannot
-    /// merge. Two masks, or two stencils, unite when they have the same owners. Layers that are not raster layers stay,
-    /// both. makeCurrent: `lower` becomes current whatever was. The image plane follows.
+    /// merge. Two masks, or two stencils, unite when they act on the same layers, hard-linked both or neither, and both
+    /// stencils do so (in a folder none does). Layers that are not raster layers stay, both. makeCurrent: `lower`
+    /// becomes current whatever was. The image plane follows.
     void MergeLayers(const PntHandle& upper, const PntHandle& lower, bool makeCurrent);
 
     /// Puts one normal layer with the folder's picture and name in the folder's place. An inactive folder's is composed
-    /// as if it were active and is not visible. Masks unite; a folder of stencils is left alone.
+    /// as if it were active and is not visible. The visible masks of a folder unite in the lowest of them, the hidden
+    /// ones go; where they do not all act on the same layers nothing happens. A folder of stencils is left alone.
     void MergeLayerFolder(LayerFolder* folder);
 
     /// visibleOnly: the visible image layers merge into the lowest of them and the others stay where they are.

@@ -75,11 +75,24 @@ bool IsCoverage(const Layer& layer)
     return layer.isMask() || layer.isStencil();
 }
 
+/// Act on the same layers, and come and go with them alike.
 bool HaveSameOwners(const Layer& a, const Layer& b)
 {
     const qs::vector<PntHandle> ofA = a.GetOwnerLayerArray();
     const qs::vector<PntHandle> ofB = b.GetOwnerLayerArray();
-    return std::is_permutation(ofA.begin(), ofA.end(), ofB.begin(), ofB.end());
+    return a.IsHardLinkToOwnerLayer() == b.IsHardLinkToOwnerLayer() &&
+           std::is_permutation(ofA.begin(), ofA.end(), ofB.begin(), ofB.end());
+}
+
+/// Bottom to top. Whether the folder is active is nothing to masks.
+qs::vector<Layer*> ShownMasksOf(const LayerFolder& folder)
+{
+    qs::vector<Layer*> masks;
+    for (LayerContainer* child : folder.GetLCArray())
+        if (auto* layer = dynamic_cast<Layer*>(child);
+            layer != nullptr && layer->isMask() && layer->isVisible() && layer->GetImage())
+            masks.push_back(layer);
+    return masks;
 }
 
 /// The union of the coverages, in canvas coordinates.
@@ -123,9 +136,11 @@ bool LayerStack::CanMerge(const Layer* upper, const Layer* lower) const
         upper != nullptr && lower != nullptr && upper != lower && upper != selectionMask_ && lower != selectionMask_;
     if (!areLayers || upper->GetLayerMode() != lower->GetLayerMode())
         return false;
-    // One coverage can stand for two only where both act on the same layers.
-    return !IsCoverage(*upper) || (upper->GetImage() && lower->GetImage() && HaveSameOwners(*upper, *lower) &&
-                                   (upper->isMask() || upper->isActive() == lower->isActive()));
+    // One coverage can stand for two only where both act on the same layers. Of a stencil in a folder nobody hears.
+    const auto isInFolder = [&](const Layer* layer) { return !IsTopFolder(HoldingFolder(layer, nullptr)); };
+    return !IsCoverage(*upper) ||
+           (upper->GetImage() && lower->GetImage() && HaveSameOwners(*upper, *lower) &&
+            (upper->isMask() || (upper->isActive() == lower->isActive() && isInFolder(upper) == isInFolder(lower))));
 }
 
 PntHandle LayerStack::GetMergeReceiver(const PntHandle& upper, const PntHandle& lower)
@@ -196,9 +211,15 @@ LayerStack::MergedPicture LayerStack::FindMergedPicture(Layer& upper, Layer& low
 PntHandle LayerStack::GetFolderMergeReceiver(const LayerFolder* folder) const
 {
     LayerFolder* top = nullptr;
-    const Layer* bottom = HoldingFolder(folder, &top) != nullptr ? folder->GetBottomLayer() : nullptr;
-    const bool merges = bottom != nullptr && top != stencilFolder_ && IsRaster(*bottom);
-    return merges ? bottom->GetLayerContainerHandle() : kNullHandle;
+    const Layer* receiver = HoldingFolder(folder, &top) != nullptr ? folder->GetBottomLayer() : nullptr;
+    if (receiver == nullptr || top == stencilFolder_ || !IsRaster(*receiver))
+        return kNullHandle;
+    const qs::vector<Layer*> masks = ShownMasksOf(*folder);
+    if (!masks.empty())
+        receiver = masks.front();
+    const bool merges =
+        std::all_of(masks.begin(), masks.end(), [&](const Layer* mask) { return HaveSameOwners(*mask, *receiver); });
+    return merges ? receiver->GetLayerContainerHandle() : kNullHandle;
 }
 
 PntHandle LayerStack::GetMergeAllReceiver(bool visibleOnly) const
@@ -270,21 +291,14 @@ void LayerStack::MergeLayerFolder(LayerFolder* folder)
         return;
     const qs::Reference<LayerFolder> kept(folder);
     qs::vector<Layer*> merged;
-    qs::vector<Layer*> masks;
     for (LayerContainer* child : folder->GetLCArray())
-        if (Layer* layer = dynamic_cast<Layer*>(child)) {
+        if (Layer* layer = dynamic_cast<Layer*>(child))
             merged.push_back(layer);
-            if (layer->isMask() && layer->isVisible() && layer->GetImage())
-                masks.push_back(layer);
-        }
     const qs::Reference<ilSmartImage> picture =
-        receiver->isMask() ? UnionOf(masks) : ComposeApart(folder->GetLCHArray(true));
-    for (const Layer* mask : masks)
-        for (const PntHandle& owner : mask->GetOwnerLayerArray())
-            receiver->AddOwnerLayer(GetLayerFromHandle(owner), false);
+        receiver->isMask() ? UnionOf(ShownMasksOf(*folder)) : ComposeApart(folder->GetLCHArray(true));
     ReceiveMerge(*receiver, picture, merged);
     receiver->SetLayerBlend(kBlendNormal);  // a folder is painted over what lies below it
-    ShowLayer(*receiver, folder->isActive());
+    ShowLayer(*receiver, receiver->isMask() ? receiver->isVisible() : folder->isActive());
     SetLayerContainerName(receiver->GetLayerContainerHandle(), folder->GetLayerContainerName());
     LiftOutOfFolder(*receiver);
     EndStructuralEdit(true);

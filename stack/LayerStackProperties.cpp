@@ -284,7 +284,8 @@ bool LayerStack::AddOwnerToLayer(const PntHandle& owner, const PntHandle& layer,
     Layer* follower = GetLayerFromHandle(layer);
     Layer* leader = GetLayerFromHandle(owner);
     const bool isFollower = follower != nullptr && (follower->isMask() || follower->isStencil());
-    if (!isFollower || follower == leader || follower == selectionMask_ || !follower->AddOwnerLayer(leader, hardLink))
+    if (!isFollower || (hardLink && !follower->GetOwnerLayerArray().empty()) || follower == leader ||
+        follower == selectionMask_ || !follower->AddOwnerLayer(leader, hardLink))
         return false;
     TellChanged(*follower);
     MarkTreeStale();

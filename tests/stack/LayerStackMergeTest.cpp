@@ -52,121 +52,189 @@ struct MergeDocument : OpenStack {
     std::mt19937 random{7};
 };
 
-/// Of all blend modes in turn: with `isOpaque` over an opaque lower layer with more beneath, otherwise over a
-/// translucent one that lies at the bottom and has a blend mode of its own.
-void ExpectMergeLooksTheSame(LayerBlendMode mode, bool isOpaque, float opacity)
-{
-    MergeDocument document;
-    LayerStack& stack = *document.stack;
-    if (isOpaque)
-        document.AddScribbled("beneath");
-    const PntHandle lower = document.AddScribbled("lower", isOpaque);
-    const LayerBlendMode lowerMode = isOpaque ? kBlendNormal : static_cast<LayerBlendMode>((mode + 5) % 17);
-    stack.SetLayerBlend(lower, lowerMode);
-    if (!isOpaque) {
-        stack.SetLayerOpacity(lower, 0.7f);
-        stack.SetLayerOffset(lower, -9, 70, false);
+/// Documents of everything that merges must respect, and one merge of any kind.
+struct RandomMerge : MergeDocument {
+    enum Kind { Neighbours, AnyPair, Coverages, Folder, Visible, All, KindCount };
+
+    explicit RandomMerge(unsigned seed)
+    {
+        random.seed(seed);
+        kind = static_cast<Kind>(seed % KindCount);
+        const LayerMode mode = kind == Coverages ? (OneIn(2) ? kLayerModeMask : kLayerModeStencil)
+                               : kind == Folder  ? (OneIn(2) ? kLayerModeMask : kLayerModeImage)
+                                                 : kLayerModeImage;
+        Add("ground");
+        Vary(kLayerModeImage);
+        for (int i = 0; i < 9; ++i)
+            AddSomething(OneIn(2) ? mode : static_cast<LayerMode>(std::max(0, Below(5) - 2)));
+        for (const LayerMode one : {kLayerModeImage, kLayerModeMask, kLayerModeStencil})
+            for (const PntHandle& handle : stack->GetLayerContainerHandleArray(one, false))
+                stack->SetLayerFolderActive(handle, Below(4) != 0, false);
+        upper = OneOf(mode);
+        stack->GetLCHForMergeBelow(upper, lower);
+        if (kind != Neighbours)
+            lower = OneOf(mode);
+        for (int i = 0; i < 20 && !folder; ++i)
+            folder = stack->GetLayerFolderFromHandle(OneOf(mode));
+        ShareOwners();
+        stack->SetCurrentLayer(OneLayer(), false, false, false);
     }
-    const PntHandle upper = document.AddScribbled("upper");
-    stack.SetLayerBlend(upper, mode);
-    stack.SetLayerOpacity(upper, opacity);
-    stack.SetLayerOffset(upper, 64, -13, false);
-    document.AddStencil("of upper", upper);
-    document.AddStencil("linked", upper, true);
-    if (!isOpaque)
-        document.AddStencil("of lower", lower);
-    stack.SetCurrentLayer(upper, false, false, false);
-    const auto before = document.Shown();
-    const KeptImages kept(stack);
 
-    EXPECT_EQ(stack.GetMergeReceiver(upper, lower), lower);
-    stack.MergeLayers(upper, lower, false);
-    EXPECT_LE(LargestDifference(document.Shown(), before), 1);
-    EXPECT_TRUE(kept.AreUntouched());
-    EXPECT_EQ(Dump(stack), isOpaque ? "beneath lower* |  | " : "lower* |  | ");
-    const Layer& merged = *document.Find(lower);
-    EXPECT_EQ(merged.GetLayerBlend(), lowerMode);
-    EXPECT_EQ(merged.GetOpacity(), 1.0f);
-    EXPECT_EQ(merged.getXOffset() | merged.getYOffset(), 0);
-}
+    bool OneIn(int n) { return Below(n) == 0; }
+    PntHandle OneOf(LayerMode mode)
+    {
+        const qs::vector<PntHandle> all = stack->GetLayerContainerHandleArray(mode, false);
+        return all.empty() ? kNullHandle : all[static_cast<size_t>(Below(static_cast<int>(all.size())))];
+    }
+    PntHandle OneLayer()
+    {
+        PntHandle handle = kNullHandle;
+        while (Find(handle) == nullptr)
+            handle = OneOf(kLayerModeImage);
+        return handle;
+    }
+    void AddSomething(LayerMode mode)
+    {
+        const PntHandle where = OneOf(mode);
+        if (!OneIn(3) || stack->AddLayerFolder(mode, where) == kNullHandle)
+            Add("layer", mode, where, OneIn(2));
+        Vary(mode);
+    }
 
-TEST(LayerStackMerge, MergingDownLooksTheSameInEveryBlendModeAndOpacity)
-{
-    for (int mode = 0; mode < kLayerBlendModeCount; ++mode)
-        for (const float opacity : {1.0f, 0.35f})
-            for (const bool isOpaque : {false, true}) {
-                SCOPED_TRACE(testing::Message() << "mode " << mode << " opacity " << opacity << " opaque " << isOpaque);
-                ExpectMergeLooksTheSame(static_cast<LayerBlendMode>(mode), isOpaque, opacity);
-            }
-}
+    /// Gives the current layer, which was added just now, pixels and properties.
+    void Vary(LayerMode mode)
+    {
+        Layer& layer = *stack->GetCurrentLayerPtr();
+        const PntHandle handle = layer.GetLayerContainerHandle();
+        const auto part = [&] { return static_cast<uint8_t>(Below(120)); };
+        if (OneIn(4))
+            layer.SetImage(new ilSmartImage(mode == kLayerModeImage ? ilPixel::Rgba(part(), part(), part(), 120)
+                                                                    : ilPixel::Coverage(OneIn(2) ? 255 : 100)));
+        if (!OneIn(6))
+            Scribble(mode == kLayerModeImage && OneIn(3), mode == kLayerModeImage ? 3 : 1);
+        stack->SetLayerOffset(handle, OneIn(2) ? 0 : Below(90) - 45, OneIn(2) ? 0 : Below(90) - 45, false);
+        stack->SetLayerVisible(handle, !OneIn(5), false);
+        if (OneIn(2))
+            stack->SetLayerOpacity(handle, 0.1F * static_cast<float>(Below(11)));
+        if (OneIn(2))
+            stack->SetLayerBlend(handle, static_cast<LayerBlendMode>(Below(kLayerBlendModeCount)));
+        for (int owners = mode == kLayerModeImage ? 0 : 1 + Below(2); owners > 0; --owners)
+            stack->AddOwnerToLayer(OneLayer(), handle, OneIn(4));
+        if (mode == kLayerModeStencil)
+            stack->SetLayerActive(handle, !OneIn(5));
+    }
 
-/// Random documents with a folder: a merge shows what was there, or nothing happens at all.
-TEST(LayerStackMerge, APairMergesIntoWhatItShowedOrNotAtAll)
-{
-    int merges = 0;
-    int refusals = 0;
-    for (unsigned seed = 1; seed <= 150; ++seed) {
-        MergeDocument document;
-        LayerStack& stack = *document.stack;
-        document.random.seed(seed);
-        qs::vector<PntHandle> layers{document.AddScribbled("ground", document.Below(2) == 0)};
-        for (int i = 0; i < 4; ++i) {
-            if (i == 2 && document.Below(2) == 0) {
-                stack.AddLayerFolder(kLayerModeImage, layers.back());
-                layers.push_back(stack.GetCurrentLayerContainerHandle());
-            }
-            layers.push_back(document.Add("L"));
-            if (document.Below(6) != 0)
-                document.Scribble(document.Below(3) == 0, 3);
-            if (document.Below(2) == 0)
-                stack.SetLayerBlend(layers.back(), static_cast<LayerBlendMode>(document.Below(kLayerBlendModeCount)));
-            if (document.Below(2) == 0)
-                stack.SetLayerOpacity(layers.back(), 0.6F);
-            if (document.Below(8) == 0)
-                document.AddStencil("stencil", layers.back());
-            if (document.Below(8) == 0)
-                stack.SetLayerVisible(layers.back(), false, false);
+    /// Now and then lets what may merge act on the same layers.
+    void ShareOwners()
+    {
+        qs::vector<PntHandle> masks{upper, lower};
+        if (kind == Folder && folder != nullptr)
+            masks = folder->GetLCHArray(true);
+        const qs::vector<PntHandle> owners{OneLayer(), OneLayer()};
+        for (const PntHandle& mask : OneIn(3) ? qs::vector<PntHandle>() : masks) {
+            for (const PntHandle& owner : stack->getOwnerArray(mask))
+                stack->RemoveOwnerFromLayer(owner, mask);
+            for (const PntHandle& owner : owners)
+                stack->AddOwnerToLayer(owner, mask, false);
         }
-        stack.SetCurrentLayer(layers.front(), false, false, false);
-        const size_t at = static_cast<size_t>(document.Below(static_cast<int>(layers.size()) - 1));
-        const PntHandle lower = layers[at];
-        const PntHandle upper = layers[at + 1];
-        const bool isRefused = stack.GetMergeReceiver(upper, lower) == kNullHandle;
-        const std::string dump = Dump(stack);
-        const bool wasVisible = stack.isLayerVisible(lower);
-        if (!isRefused)
-            stack.SetLayerVisible(lower, true, false);  // which every merge does
-        const auto before = document.Shown();
-        stack.MergeLayers(upper, lower, false);
-        EXPECT_LE(LargestDifference(document.Shown(), before), 1) << "seed " << seed;
-        EXPECT_EQ(Dump(stack) == dump, isRefused) << "seed " << seed;
-        EXPECT_EQ(stack.isLayerVisible(lower), wasVisible || !isRefused) << "seed " << seed;
-        ++(isRefused ? refusals : merges);
     }
-    EXPECT_GT(merges, 50);
-    EXPECT_GT(refusals, 20);
+
+    PntHandle GetReceiver()
+    {
+        switch (kind) {
+        case Folder: return stack->GetFolderMergeReceiver(folder.get());
+        case Visible:
+        case All: return stack->GetMergeAllReceiver(kind == Visible);
+        default: return stack->GetMergeReceiver(upper, lower);
+        }
+    }
+
+    void Merge()
+    {
+        switch (kind) {
+        case Folder: stack->MergeLayerFolder(folder.get()); break;
+        case Visible:
+        case All: stack->MergeAllLayers(kind == Visible); break;
+        default: stack->MergeLayers(upper, lower, OneIn(2)); break;
+        }
+    }
+
+    /// The document's picture, and what the masks of each layer cover of the canvas.
+    qs::vector<uint8_t> Picture()
+    {
+        const qs::TempReference<ilImage> picture = stack->GetCompositeImage();
+        return BytesOf(*picture, stack->GetSize());
+    }
+    qs::map<std::string, qs::vector<uint8_t>> Covered()
+    {
+        qs::map<std::string, qs::vector<uint8_t>> covered;
+        for (const PntHandle& handle : stack->GetLayerContainerHandleArray(kLayerModeImage, false)) {
+            qs::vector<uint8_t>& bytes = covered[handle.own.asString().c_str()];
+            bytes.resize(static_cast<size_t>(stack->GetSize().Area()));
+            if (const qs::TempReference<ilSmartImage> masks = stack->MakeMaskComposite(handle))
+                masks->ReadTile(stack->GetSize(), bytes.data(), stack->GetSize().nx);
+        }
+        return covered;
+    }
+
+    Kind kind = Neighbours;
+    PntHandle upper = kNullHandle;
+    PntHandle lower = kNullHandle;
+    qs::Reference<LayerFolder> folder;
+};
+
+void ExpectMergeShowsWhatWasThere(RandomMerge& document, int& merges)
+{
+    LayerStack& stack = *document.stack;
+    const PntHandle receiver = document.GetReceiver();
+    const bool isPair = document.kind <= RandomMerge::Coverages;
+    if (receiver != kNullHandle && isPair)
+        stack.SetLayerVisible(receiver, true, false);  // which such a merge does
+    const bool isImage = receiver == kNullHandle || stack.GetLayerMode(receiver) == kLayerModeImage;
+    const bool wasActive = document.folder && document.folder->isActive();
+    const std::string dump = Dump(stack);
+    const auto before = document.Picture();
+    const auto covered = document.Covered();
+    const KeptImages kept(stack);
+    if (document.OneIn(8))
+        stack.SuspendComposites();
+    document.Merge();
+    stack.ResumeComposites();
+    EXPECT_LE(LargestDifference(document.Picture(), before), 1) << dump << " -> " << Dump(stack);
+    EXPECT_TRUE(kept.AreUntouched());
+    if (receiver == kNullHandle) {
+        EXPECT_EQ(Dump(stack), dump);
+        return;
+    }
+    ++merges;
+    for (const auto& [name, bytes] : document.Covered())
+        EXPECT_TRUE(isImage || LargestDifference(bytes, covered.at(name)) <= 1) << dump << " -> " << Dump(stack);
+    const Layer* merged = document.Find(receiver);
+    ASSERT_NE(merged, nullptr);
+    EXPECT_NE(stack.GetCLP(), nullptr);
+    EXPECT_TRUE(!isPair || document.upper == document.lower || document.Find(document.upper) == nullptr ||
+                document.Find(document.upper)->IsHardLinkToOwnerLayer());
+    if (document.kind == RandomMerge::Folder) {
+        EXPECT_STREQ(merged->GetLayerContainerName(), document.folder->GetLayerContainerName());
+        EXPECT_EQ(stack.FindLayerFolder(receiver, true), stack.GetLayerFolder(stack.GetLayerMode(receiver)));
+        EXPECT_TRUE(!isImage || merged->isVisible() == wasActive);
+    }
+    EXPECT_TRUE(document.kind != RandomMerge::All ||
+                stack.GetLayerContainerHandleArray(kLayerModeImage, false) == qs::vector<PntHandle>{receiver});
+    EXPECT_TRUE(isPair || (merged->GetLayerBlend() == kBlendNormal && merged->GetOpacity() == 1 &&
+                           (merged->getXOffset() | merged->getYOffset()) == 0));
 }
 
-TEST(LayerStackMerge, ANormalPairMergesOverAnythingAlsoWhileCompositesAreSuspended)
+TEST(LayerStackMerge, EveryMergeShowsWhatWasThereOrIsRefused)
 {
-    for (const bool isSuspended : {false, true}) {
-        MergeDocument document;
-        LayerStack& stack = *document.stack;
-        document.AddScribbled("beneath", true);
-        const PntHandle lower = document.AddScribbled("lower");
-        const PntHandle upper = document.AddScribbled("upper");
-        const PntHandle above = document.AddScribbled("above");
-        stack.SetLayerOpacity(lower, 0.6f);
-        stack.SetLayerOpacity(upper, 0.5f);
-        stack.SetLayerOpacity(above, 0.5f);
-        const auto before = document.Shown();
-        if (isSuspended)
-            stack.SuspendComposites();
-        stack.MergeLayers(upper, lower, true);
-        stack.ResumeComposites();
-        EXPECT_LE(LargestDifference(document.Shown(), before), 1);
-        EXPECT_EQ(Dump(stack), "beneath lower* above |  | ");
+    int merges[RandomMerge::KindCount] = {};
+    for (unsigned seed = 1; seed <= 600; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        RandomMerge document(seed);
+        ExpectMergeShowsWhatWasThere(document, merges[document.kind]);
     }
+    for (const int count : merges)
+        EXPECT_GT(count, 10);
 }
 
 TEST(LayerStackMerge, TheMergePartnerIsTheNeighbourInTheSameFolder)
@@ -253,92 +321,6 @@ TEST(LayerStackMerge, MasksUniteWithTheirUnstoredAreas)
     EXPECT_EQ(united->GetPixel(60, 60), ilPixel::Coverage(127));
 }
 
-/// A document of folders, hidden layers, stencils, offsets, blend modes and opacities.
-void BuildRandomDocument(MergeDocument& document)
-{
-    LayerStack& stack = *document.stack;
-    document.AddScribbled("first");
-    for (int i = 0; i < 7; ++i) {
-        const qs::vector<PntHandle> all = stack.GetLayerContainerHandleArray(kLayerModeImage, false);
-        const PntHandle where = all[static_cast<size_t>(document.Below(static_cast<int>(all.size())))];
-        if (i % 3 == 1 && stack.AddLayerFolder(kLayerModeImage, where) != kNullHandle)
-            document.Scribble();
-        const PntHandle added = document.Add("layer", kLayerModeImage, where, document.Below(2) != 0);
-        document.Scribble();
-        stack.SetLayerBlend(added, static_cast<LayerBlendMode>(document.Below(2) * document.Below(17)));
-        stack.SetLayerOpacity(added, 0.2f + 0.1f * static_cast<float>(document.Below(9)));
-        stack.SetLayerOffset(added, document.Below(60) - 30, document.Below(60) - 30, false);
-        stack.SetLayerVisible(added, document.Below(4) != 0, false);
-        if (document.Below(3) == 0)
-            document.AddStencil("stencil", added, document.Below(2) == 0);
-    }
-}
-
-qs::vector<LayerFolder*> FoldersOf(LayerStack& stack)
-{
-    qs::vector<LayerFolder*> folders;
-    for (LayerContainer* child : stack.GetLayerFolder(kLayerModeImage)->GetLCArray())
-        if (auto* folder = dynamic_cast<LayerFolder*>(child))
-            folders.push_back(folder);
-    return folders;
-}
-
-/// Makes the top layer current: no stencil is tinted then, and no group above the current layer rounds otherwise.
-void ShowAsFlattened(LayerStack& stack)
-{
-    stack.SetCurrentLayer(stack.GetTopLayer(kLayerModeImage)->GetLayerContainerHandle(), false, false, false);
-}
-
-TEST(LayerStackMerge, MergingFoldersOrEverythingLooksTheSame)
-{
-    for (unsigned seed = 1; seed <= 40; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        MergeDocument document;
-        document.random.seed(seed);
-        BuildRandomDocument(document);
-        LayerStack& stack = *document.stack;
-        for (LayerFolder* folder : FoldersOf(stack)) {
-            folder->SetLayerContainerName("merged");
-            stack.SetLayerFolderActive(folder->GetLayerContainerHandle(), document.Below(4) != 0, false);
-            ShowAsFlattened(stack);
-            const bool wasShown = folder->isActive();
-            const PntHandle receiver = stack.GetFolderMergeReceiver(folder);
-            const auto before = document.Shown();
-            const KeptImages kept(stack);
-            if (document.Below(2) == 0)
-                continue;
-            stack.MergeLayerFolder(folder);
-            EXPECT_LE(LargestDifference(document.Shown(), before), 1);
-            EXPECT_TRUE(kept.AreUntouched());
-            EXPECT_STREQ(document.Find(receiver)->GetLayerContainerName(), "merged");
-            EXPECT_EQ(stack.isLayerVisible(receiver), wasShown);
-            EXPECT_EQ(stack.FindLayerFolder(receiver, true), stack.GetLayerFolder(kLayerModeImage));
-        }
-        const bool visibleOnly = seed % 2 == 0;
-        const PntHandle receiver = stack.GetMergeAllReceiver(visibleOnly);
-        qs::vector<PntHandle> expected;
-        for (const PntHandle& handle : stack.GetLayerContainerHandleArray(kLayerModeImage, false)) {
-            const Layer* layer = document.Find(handle);
-            const LayerFolder* folder = stack.FindLayerFolder(handle, true);
-            const bool isHidden = layer != nullptr && !(layer->isVisible() && folder->isActive());
-            if (handle == receiver || (visibleOnly && isHidden))
-                expected.push_back(handle);
-        }
-        ShowAsFlattened(stack);
-        const auto before = document.Shown();
-        const KeptImages kept(stack);
-        stack.MergeAllLayers(visibleOnly);
-        if (receiver == kNullHandle)
-            continue;
-        EXPECT_LE(LargestDifference(document.Shown(), before), 1);
-        EXPECT_TRUE(kept.AreUntouched());
-        qs::vector<PntHandle> left = stack.GetLayerContainerHandleArray(kLayerModeImage, false);
-        std::erase_if(left, [&](const PntHandle& handle) { return document.Find(handle) == nullptr; });
-        EXPECT_EQ(left, expected);
-        EXPECT_NE(stack.GetCLP(), nullptr);
-    }
-}
-
 /// Pages until they run out.
 class ScarceMemory : public PageMemoryPort {
 public:
@@ -368,7 +350,7 @@ TEST(LayerStackMerge, WithoutMemoryTheDocumentStaysAsItWas)
 {
     MergeDocument document;
     LayerStack& stack = *document.stack;
-    stack.AddLayerFolder(kLayerModeImage, document.AddScribbled("beneath"));
+    const PntHandle folder = stack.AddLayerFolder(kLayerModeImage, document.AddScribbled("beneath"));
     document.Scribble();
     const PntHandle lower = document.AddScribbled("lower");
     stack.SetLayerOffset(lower, 5, 5, false);
@@ -381,7 +363,7 @@ TEST(LayerStackMerge, WithoutMemoryTheDocumentStaysAsItWas)
     for (int blocks = 0; blocks < 4; ++blocks)
         for (const auto& edit : std::initializer_list<std::function<void()>>{
                  [&] { stack.MergeLayers(upper, lower, true); },
-                 [&] { stack.MergeLayerFolder(FoldersOf(stack).front()); },
+                 [&] { stack.MergeLayerFolder(stack.GetLayerFolderFromHandle(folder)); },
                  [&] { stack.MergeAllLayers(false); },
                  [&] { stack.BakeStencilMaskToLayer(upper, true, true); },
                  [&] { stack.FlipImageLayer(upper, true, false); },
