@@ -36,7 +36,12 @@ void UniteEverywhere(ilSmartImage& into, const ilMIOImage& source, int64_t dx, i
         source.VisitPages(kEverywhere, [&](int px, int py, const Page&) {
             ForEachPage(ilTileMoved(PageTile(px, py), dx, dy), collect);
         });
-    for (const auto& [px, py] : pages)
+    const uint32_t united = fill + kernels::MulDiv255(sourceFill, 255 - fill);
+    for (const auto& [px, py] : pages) {
         UniteWithin(into, PageTile(px, py), source, dx, dy);
-    into.SetFillValue(ilPixel::Coverage(static_cast<uint8_t>(fill + kernels::MulDiv255(sourceFill, 255 - fill))));
+        // Where the source stores nothing but zeros the page is still to have the fill value of before.
+        if (united != fill && into.ReadPage(px, py).IsMissing())
+            into.SetPage(px, py, PagePtr(Page::NewUniform(1, fill)));
+    }
+    into.SetFillValue(ilPixel::Coverage(static_cast<uint8_t>(united)));
 }

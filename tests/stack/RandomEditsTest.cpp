@@ -77,9 +77,10 @@ public:
         }
     }
 
-    void EditPixels()
+    static constexpr int kPixelEdits = 9;  // the last of them goes by the painted bounds
+    void EditPixels(int what)
     {
-        switch (Below(9)) {
+        switch (what) {
         case 0: document->ClearCurrentLayer(); break;
         case 1: document->ClearLayerImageByRect(Container(), Tile()); break;
         case 2: document->ClearLayerImageBySelMask(Container()); break;
@@ -87,8 +88,8 @@ public:
         case 4: document->InvertImageLayer(Container()); break;
         case 5: document->InvertMaskLayer(Container()); break;
         case 6: document->InvertStencilLayer(Container()); break;
-        case 7: document->FlipImageLayer(Container(), Flip(), Flip()); break;
-        default: document->CropDocument({Below(20), Below(20), 100 + Below(100), 90 + Below(80)}); break;
+        case 7: document->CropDocument({Below(20), Below(20), 100 + Below(100), 90 + Below(80)}); break;
+        default: document->FlipImageLayer(Container(), Flip(), Flip()); break;
         }
     }
 
@@ -118,7 +119,7 @@ public:
         case 4: document->SetLayerFolderActive(Container(), Below(4) != 0, Flip()); break;
         case 5: Properties(); break;
         case 6:
-        case 7: EditPixels(); break;
+        case 7: EditPixels(Below(kPixelEdits)); break;
         case 8: Transform(); break;
         default: PaintSomething(); break;
         }
@@ -340,6 +341,66 @@ TEST(RandomEdits, ChangingTheCurrentLayerLeavesNoRoundingBehind)
         stack.SetCurrentLayer(editor.Container(), true, false, false);
         const auto shown = BytesOf(*stack.GetImagePlane(), stack.GetSize());
         ASSERT_EQ(Difference(shown, ComposeFromScratch(stack), stack.GetSize().nx), "") << Dump(stack);
+    }
+}
+
+/// The pictures after each of some random edits of a document whose layers go on for ever: by a fill value, or by pages
+/// with that value that are stored for hundreds of pixels around the canvas.
+qs::vector<qs::vector<uint8_t>> EditEndlessLayers(unsigned seed, bool isStored, std::string& trace)
+{
+    RandomEditor editor(seed);
+    LayerStack& stack = *editor.document.stack;
+    editor.document.Add("ground");
+    for (int i = 0; i < 6; ++i) {
+        const LayerMode mode = editor.Mode();
+        const PntHandle added = editor.document.Add("layer", mode);
+        const ilPixel value = mode == kLayerModeImage ? ilPixel::Rgba(60, 0, 90, editor.Flip() ? 255 : 120)
+                                                      : ilPixel::Coverage(editor.Flip() ? 255 : 120);
+        const qs::Reference<ilSmartImage> image(
+            new ilSmartImage(isStored ? ilPixel(kUnsignedByte, value.GetNumChannels()) : value));
+        if (isStored)
+            image->fillTile({-1024, -1024, 2048, 2048}, value);
+        editor.document.Find(added)->SetImage(image);
+        stack.AddOwnerToLayer(editor.ContainerOf(kLayerModeImage), added, editor.Below(4) == 0);
+        stack.SetLayerOpacity(added, editor.Flip() ? 1 : 0.4F);
+        stack.SetLayerOffset(added, editor.Below(41) - 20, editor.Below(41) - 20, false);
+        editor.PaintSomething();
+    }
+    qs::vector<qs::vector<uint8_t>> pictures;
+    for (int i = 0; i < 20; ++i) {
+        const int what = editor.Below(12);
+        switch (what) {
+        case 0: editor.Copies(); break;
+        case 1: editor.Merges(); break;
+        case 2: editor.Select(); break;
+        case 3: editor.PaintSomething(); break;
+        case 4: stack.SetCurrentLayer(editor.Container(), true, true, false); break;
+        default: editor.EditPixels(what - 5); break;
+        }
+        trace += ' ' + std::to_string(what);
+        stack.ForceUpdate();
+        pictures.push_back(BytesOf(*stack.GetImagePlane(), stack.GetSize()));
+        const int x = 5 + editor.Below(190);  // what is near enough lies on the canvas as well
+        const PntHandle picked = stack.FindLayer(x, 5 + editor.Below(140), false, true, 3);
+        if (const Layer* layer = stack.GetLayerFromHandle(picked))
+            pictures.back().insert(pictures.back().end(), layer->GetLayerContainerName(),
+                                   layer->GetLayerContainerName() + 5);
+    }
+    trace += ": " + Dump(stack);
+    return pictures;
+}
+
+TEST(RandomEdits, WhatIsNotStoredIsAsGoodAsStored)
+{
+    for (unsigned seed = FirstSeed(); seed < FirstSeed() + 80 && !testing::Test::HasFailure(); ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        std::string trace;
+        std::string other;
+        const auto unstored = EditEndlessLayers(seed, false, trace);
+        const auto stored = EditEndlessLayers(seed, true, other);
+        ASSERT_EQ(trace, other);
+        for (size_t i = 0; i < stored.size() && !testing::Test::HasFailure(); ++i)
+            EXPECT_LE(LargestDifference(unstored[i], stored[i]), 1) << "after edit " << i << " of" << trace;
     }
 }
 
