@@ -14,17 +14,30 @@ class LayerStack;
 class ilMemoryImg;
 struct CompositeSource;
 
-/// The composite of one document's image folder, as a tree of nodes that caches all but the reference container (adjust
-/// LCH): what lies below it, and above it what is normal to the top.
+/// The composite of one document's image folder: a tree with a node for each container. It is split at one of them, the
+/// reference (adjust LCH), which is the current layer as a rule. What lies below the reference is cached, and so is
+/// what lies above it up to the top as far as its blend modes are normal. A stroke on the reference costs those two
+/// caches and what is between them, whatever the number of layers:
 ///
-/// Always holds: the picture is the same, within a level, whatever the reference (see CompositeBase: who reads what
-/// lies below reads the same bytes); how the tree is grouped depends on the order of the containers, their blend modes
-/// and the reference only, never on the history; so a cached tree and one made anew give the same bytes. Where a new
-/// reference makes a difference in rounding, the split damages those pages through the port.
+///     top     F ┐
+///             E ┘ cached: normal to the top
+///             D   multiply: reads what lies below it, so it is applied in its turn
+///             C   the reference, composed anew for each damaged tile
+///             B ┐
+///     bottom  A ┘ cached
 ///
-/// A pixel or property of a container that changes must be told with CompositeBaseDirty (and its canvas area damaged),
-/// except for those of the reference; a blend mode always (and all of the canvas damaged); structure changes with
-/// MakeCompositeTree.
+/// A folder that holds the reference is split in the same way; any other folder is a node like D or E.
+///
+/// What always holds:
+/// - The picture is the same, within a level, whatever the reference is (CompositeBase says how).
+/// - How the tree is grouped depends on the order of the containers, their blend modes and the reference, and on
+/// nothing
+///   that happened before. So a tree with caches and one made anew give the same bytes.
+/// - Where another reference rounds a page differently, the split damages that page through the port.
+///
+/// What must be told: a change of a container's pixels or properties, by CompositeBaseDirty, unless it is the
+/// reference; a change of a blend mode always, by the same; a new layer by AddCompositeBase; any other change of the
+/// structure by MakeCompositeTree. Damaging the canvas is the caller's.
 class PAINTLAYER_EXPORT LayerStackComposite {
 public:
     LayerStackComposite();

@@ -8,9 +8,19 @@
 
 /// Finds what is 4-connected to a pixel through pixels like it.
 ///
-/// Page by page: a page's pixels become one bit each, of which whole runs are filled at once; what arrives at its four
-/// borders enters the neighbours, through a list of pages that wait. Each run of like pixels is filled once and each
-/// page looked at once, however often the flood comes back to it. Pages of one value are never looked into.
+/// The search goes page by page. A page's pixels become one bit each, a word a row, and whole runs of bits are filled
+/// at once. What arrives at one of the page's four borders is handed to the neighbour as 64 bits, one for each pixel of
+/// the border, and the neighbour waits in a list until its turn comes:
+///
+///     page (0, 0)      page (1, 0)        the flood arrives at rows 1 and 2 of the right border,
+///     . . # #          . . . .            so bits 1 and 2 enter page (1, 0) at its left border;
+///     . . # #  bit 1 > . . . .            of those, the ones that are like the seed go on there
+///     . # # #  bit 2 > # # . .
+///     . . . .          . . . .
+///
+/// Pixels meet at sides only, so nothing passes from page to page across a corner. Each run of like pixels is filled
+/// once and each page is looked at once, however often the flood comes back to it. Pages of one value are never looked
+/// into.
 class FloodSearch {
 public:
     /// area: what the flood may reach, in the source's pixels; pixels where `selection` is 0 are walls.

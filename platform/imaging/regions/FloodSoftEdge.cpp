@@ -8,14 +8,16 @@ namespace {
 using Cover = FloodRegion::Cover;
 using Coverage = std::array<uint8_t, kPagePixels>;
 
-/// What decides about a page: a ramp reaches a pixel beside it and goes on from there, both within the reach; one more
-/// pixel keeps the neighbours of all of them inside.
+/// How far beyond a page one has to look to decide about its pixels. The region may end kSoftEdgeReach pixels outside
+/// of the page, whose ramp then reaches the page's edge; from there the ramp may go on for as many pixels to its peak
+/// on the other side. One pixel more in each step keeps the eight neighbours of all of them within the window.
 constexpr int kHalo = 2 * kSoftEdgeReach + 2;
 constexpr int kSide = kPageSize + 2 * kHalo;
 constexpr int kWindowPixels = kSide * kSide;
 constexpr int kNeighbours[8] = {-kSide - 1, -kSide, -kSide + 1, -1, 1, kSide - 1, kSide, kSide + 1};
 
-/// The soft edge within one page, found in a window around it. Big: made once for all pages.
+/// Finds the soft edge within one page after another, each in a window around the page. An object holds half a megabyte
+/// of window, so one is made for all pages.
 class PageEdge {
 public:
     PageEdge(const FloodRegion& region, const CachedSmartImage& source, const ilPixel& seed, const ilTile& area)
@@ -78,7 +80,8 @@ private:
         return distance;
     }
 
-    /// Ring after ring outwards, wherever the colours go on away from the region's.
+    /// Grows the band from its first ring outwards, ring after ring, into every neighbour whose colour lies farther
+    /// from the region's than that of the pixel it is reached from.
     void FollowRamps()
     {
         for (const int i : band_)
@@ -97,7 +100,8 @@ private:
         }
     }
 
-    /// Where each pixel's ramp ends: from the outermost ring inwards, the farthest colour that any way out leads to.
+    /// Finds where each pixel's ramp ends. Goes from the outermost ring inwards, so that the ends of all ways out of a
+    /// pixel are known when its turn comes; it takes the one whose colour lies farthest from the region's.
     void FindPeaks()
     {
         for (size_t next = band_.size(); next-- > 0;) {
@@ -112,8 +116,8 @@ private:
         }
     }
 
-    /// The farthest of the ends that a pixel and its neighbours found: ways out over a grid of pixels end early here
-    /// and there, and thin outlines are darker in one pixel than in the next.
+    /// The farthest of the ends that a pixel and its eight neighbours found. Its own alone would not do: on a grid of
+    /// pixels a way out may end early, and a thin outline is darker in one pixel than in the next.
     int PeakNear(int i) const
     {
         int peak = peak_[i];
@@ -125,8 +129,8 @@ private:
         return peak;
     }
 
-    /// Whether the outline's ridge lies between a pixel and the region: what is mixed in there belongs to its other
-    /// side.
+    /// Whether the outline's ridge lies between the pixel and the region: a neighbour nearer to the region has a colour
+    /// farther from the region's. What is mixed into such a pixel comes from the other side of the outline.
     bool IsBeyondRidge(int i) const
     {
         return std::any_of(kNeighbours, kNeighbours + 8, [&](int step) {
@@ -151,7 +155,8 @@ private:
         if (along <= 0 || along >= length)
             return 0;
         const double share = 1 - static_cast<double>(along) / length;
-        // A pixel that is no mixture of the two is none of this edge. Nor can it hold more of a colour than it has.
+        // A pixel whose colour lies beside the line from S to E is no mixture of the two and no part of this edge. And
+        // it cannot hold more of S than its own components allow, or painting over it would leave negative colour.
         double most = share;
         double beside = 0;
         for (int c = 0; c < channels_; ++c) {

@@ -13,8 +13,20 @@ struct PolygonEdge {
     int winding;  // 1 when the contour runs downwards here, else -1
 };
 
-/// The scan conversion of one page row: takes edges, makes cells of them, and sweeps the cells into runs of equal
-/// coverage. Reused from row to row.
+/// The scan conversion of one page row of up to 64 pixel rows: takes edges, makes cells of them, and sweeps the cells
+/// into runs of equal coverage. One object is used for row after row.
+///
+/// A cell says what the edges that pass one pixel do to it and to all pixels to its right:
+///
+///        pixel        next
+///     +---/-----+---------+    cover: the height that the edge takes up. All pixels to the right gain this much.
+///     |  /      |         |    area:  as much of it as lies between the pixel's left side and the edge. The pixel
+///     | /       | cover   |           itself gains that much less.
+///     |/        |         |
+///     +---------+---------+    Edges that run upwards count negatively.
+///
+/// Adding up the covers from left to right gives the winding of each pixel, however many edges there are. The sums are
+/// of integers and exact.
 class PolygonSweep {
 public:
     struct Run {

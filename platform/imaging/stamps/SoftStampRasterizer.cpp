@@ -8,15 +8,19 @@ namespace {
 
 constexpr int kGridPerPixel = 32;
 
-/// Bits of the squared distance at the table's reach. Twelve are left above, for the samples around a small stamp.
+/// The squared distance is an integer that has just this many bits where the table of the profile ends. The twelve bits
+/// above are room for the corners of a small stamp's box, which lie up to 64 times as far out.
 constexpr int kReachBits = 52;
 
-/// Single samples within a rim of several are worth their second table in stamps of some size and with a large middle.
+/// Taking one sample a pixel in the middle of a stamp whose rim needs several costs a second table. That pays where
+/// half a pixel's diagonal is at most this part of the shorter radius (12 pixels and more) and the middle reaches at
+/// least a quarter of the radius.
 constexpr double kMaxMarginOfSingleSamples = 0.06;
 constexpr double kMinGentleRadius = 0.25;
 
-/// Levels per pixel up to which one sample a pixel is within about two levels. A table fits one axis of an ellipse
-/// only: along the other one the sample stands for itself.
+/// One sample a pixel is right within about two levels as long as the coverage changes by at most so many levels from
+/// one pixel to the next. Of an ellipse it must change less: the table's smoothing is as wide as a pixel along the
+/// longer axis only, and along the shorter one the sample is a mere point.
 constexpr double kGentleLevels = 64;
 constexpr double kGentleEllipseLevels = 16;
 
@@ -25,8 +29,8 @@ bool IsElongated(const StampForm& form)
     return std::max(form.along, form.across) > 1.1 * std::min(form.along, form.across);
 }
 
-/// Samples per pixel and axis, as a power of two. A small stamp's curvature asks for them, as does a steep fall, which
-/// one sample with a round filter would get wrong along diagonals.
+/// Samples per pixel and axis, as a power of two. A small stamp bends within a pixel, so it needs them; so does a steep
+/// fall, since one sample smoothed by a round filter is wrong where the edge runs along a pixel's diagonal.
 int ChooseSampleBits(const LinearProfile& profile, const StampForm& form)
 {
     const double shorter = std::min(form.along, form.across);
@@ -134,7 +138,7 @@ qs::Reference<StampCoverage> SoftStampRasterizer::Make(const LinearProfile& prof
     const int sampleBits = ChooseSampleBits(profile, form);
     const double longer = std::max(form.along, form.across);
     rim_ = &tables_.Get(profile, longer * (1 << sampleBits), sampleBits > 0);
-    // Half a pixel's diagonal: what is true of a pixel's centre with this margin is true of all its samples.
+    // Half a pixel's diagonal, in radii: what holds for a pixel's centre with this margin holds for all its samples.
     const double margin = std::sqrt(0.5) / std::min(form.along, form.across);
     const auto levelWithin = [&](double radius) { return radius > margin ? (radius - margin) * (radius - margin) : 0; };
     Job job{
@@ -190,7 +194,13 @@ SoftStampRasterizer::Columns SoftStampRasterizer::Common(const Columns& a, const
     return {std::max(a.first, b.first), std::min(a.last, b.last)};
 }
 
-/// From the rim inwards: several samples a pixel, one sample, full coverage.
+/// A row is made of up to three zones, each on both sides of the next:
+///
+///       ···············     outer   coverage above 0, several samples a pixel
+///     ···+++++++++++++···   gentle  it changes slowly: one sample a pixel
+///     ··+++#########+++··   flat    it is full: no sample
+///     ···+++++++++++++···
+///       ···············
 void SoftStampRasterizer::WriteRow(const Job& job, int y, uint8_t* row, int left, int width)
 {
     const double middleY = y + 0.5 - job.form.centreY;

@@ -15,8 +15,9 @@
 
 namespace {
 
-/// Where a stamp's steepest fall is `steepness` of coverage per radius, a move of this many radii changes a pixel by
-/// two levels.
+/// How coarsely the places of a stamp may be quantised, in radii: where its coverage falls by `steepness` per radius at
+/// the steepest, moving it so far changes no pixel by more than two of 255 levels. Stamps whose places fall into the
+/// same step share one cached coverage.
 float StepByRadius(float steepness)
 {
     return 2 / (255 * std::clamp(steepness, 1.0F, 1e6F));
@@ -24,8 +25,10 @@ float StepByRadius(float steepness)
 
 constexpr float kHardSteepness = 1e6F;
 
-/// Larger coverages are kept from the second of their shape on. While pressure changes the size, none is used again,
-/// and the memory of the one before is still in the processor's cache, which that of an old one no longer is.
+/// Coverages up to this size (a radius of about 90 pixels) are cached when they are made; larger ones only when two
+/// stamps in a row have the same shape. While pressure changes the size of a large stamp from one to the next, none is
+/// ever used again: caching it would only push others out, and the memory of the stamp before, which is reused at once,
+/// is still in the processor's cache.
 constexpr size_t kAlwaysKeptBytes = 32768;
 
 bool IsShapeRepeated(const StampKey& key)
@@ -146,6 +149,8 @@ double Stamp::GetReach(float size, float aspect)
     constexpr double kMaxRadius = StampGeometry::kMaxRadiusPx;
     const double along = size > 0 ? std::min<double>(size, kMaxRadius) : 0;
     const double wider = aspect > 1 ? std::min<double>(aspect, StampGeometry::kMaxAspect) : 1;
-    // The corner of a square mask, and the pixel around it after its centre was moved by half a pixel, its size by two.
+    // A square mask reaches farthest with its corner, the square root of 2 times its half side. Quantising may have
+    // made the stamp two pixels larger and moved its centre by half a pixel, and a pixel is covered as soon as the
+    // stamp touches it.
     return (std::min(along * wider, kMaxRadius) + 2) * std::numbers::sqrt2 + 2;
 }

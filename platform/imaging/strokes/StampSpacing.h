@@ -1,10 +1,13 @@
 #pragma once
 
-/// A straight piece of path along which the distance between stamps changes linearly.
+/// A straight piece of path along which the distance between stamps changes linearly, as the stamps grow or shrink:
 ///
-/// The number of stamps on a stretch is the integral of 1 / distance, solved in closed form, so it is the same however
-/// the path is cut, and a stretch of any length is crossed in one step. Sums and products only: every machine gets the
-/// same places.
+///     |  |   |    |     |      |       |        |
+///     from                                     to
+///
+/// The number of stamps on a stretch is the integral of 1 / distance over it, which is a logarithm. Solved like that it
+/// is the same however the path is cut, and a stretch of any length is crossed in one step. The logarithm and its
+/// inverse are summed here with sums and products only, so that every machine puts the stamps at the same places.
 class StampSpacing {
 public:
     /// from, to: the distance between stamps at either end, above 0. length: of the piece, above 0; all in pixels.
