@@ -1,37 +1,27 @@
-# paintlayer_add_folder(name [SOURCES file...] [GLOB] [DIRECTORIES directory...] [LINKS folder...] [PEERS folder...])
+# paintlayer_add_folder(name SOURCES file... [LINKS folder...])
 #
 # Makes the object library paintlayer_<name> of the current directory and registers it for the shared library.
-# SOURCES: its files. GLOB: every .cpp directly in the directory and in those of DIRECTORIES besides.
-# LINKS:   folders below, which this one may include; theirs are included with them.
-# PEERS:   folders of the same tier, which may include one another as long as their files form no circle.
-# LINKS and PEERS are what the test includes.run-one-way checks. A folder without sources becomes header-only.
+# SOURCES: its files; a test finds a file that is in no list. (GLOB in their place: every .cpp directly in the directory.)
+# LINKS:   folders below, which this one may include; theirs are included with them. A test checks it.
 function(paintlayer_add_folder name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "GLOB" "" "SOURCES;DIRECTORIES;LINKS;PEERS")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "GLOB" "" "SOURCES;LINKS")
     if(arg_GLOB)
-        foreach(directory IN ITEMS . ${arg_DIRECTORIES})
-            file(GLOB globbed CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${directory}/*.cpp")
-            list(APPEND arg_SOURCES ${globbed})
-        endforeach()
+        file(GLOB arg_SOURCES CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
     endif()
 
     set(target paintlayer_${name})
     list(TRANSFORM arg_LINKS PREPEND paintlayer_ OUTPUT_VARIABLE linkTargets)
-    if(arg_SOURCES)
-        add_library(${target} OBJECT ${arg_SOURCES})
-        target_link_libraries(${target} PUBLIC paintlayer_sources ${linkTargets})
-        set_property(GLOBAL APPEND PROPERTY PAINTLAYER_${name}_OBJECTS ${target})
-    else()
-        add_library(${target} INTERFACE)
-        target_link_libraries(${target} INTERFACE paintlayer_sources ${linkTargets})
-    endif()
+    add_library(${target} OBJECT ${arg_SOURCES})
+    target_link_libraries(${target} PUBLIC paintlayer_sources ${linkTargets})
+    set_property(GLOBAL APPEND PROPERTY PAINTLAYER_${name}_OBJECTS ${target})
 
     file(RELATIVE_PATH directory "${PROJECT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}")
     set_property(GLOBAL APPEND PROPERTY PAINTLAYER_FOLDERS ${name})
     set_property(GLOBAL PROPERTY PAINTLAYER_${name}_DIRECTORY "${directory}")
-    set_property(GLOBAL PROPERTY PAINTLAYER_${name}_REACHES ${arg_LINKS} ${arg_PEERS})
+    set_property(GLOBAL PROPERTY PAINTLAYER_${name}_REACHES ${arg_LINKS})
 endfunction()
 
-# Sets `out` to the given folders and all that they reach through LINKS and PEERS.
+# Sets `out` to the given folders and all that they reach through LINKS.
 function(paintlayer_folder_closure out)
     set(reached "")
     set(open ${ARGN})
