@@ -59,6 +59,7 @@ bench: build-packages
 	cmake --preset release
 	cmake --build --preset release
 	build/release/bench/bench-kernels
+	build/release/bench/bench-stamps
 	build/release/bench/bench-strokes
 	build/release/bench/bench-layers
 	build/release/bench/bench-fill

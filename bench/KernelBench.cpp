@@ -92,6 +92,17 @@ void AddStamps(const KernelTable& k, const std::string& suffix)
     Add("stampWetCoverage" + suffix, [&k](Operands& o) { k.stampWetCoverage(BlockOf(o, 1), kColor, 20000); });
 }
 
+/// Fine pixels: each byte with its fraction beside it. Fractions may be any bytes.
+void AddFine(const KernelTable& k, const std::string& suffix)
+{
+    constexpr int n = kSpanPixels;
+    Add("composeFine4" + suffix, [&k](Operands& o) {
+        const uint8_t* const sources[] = {o.src, o.src + 4 * n, o.src, o.src + 4 * n};
+        k.composeFine(o.dst, o.low, sources, nullptr, o.low + 4 * n, 4, n);
+    });
+    Add("paintFineWeighted" + suffix, [&k](Operands& o) { k.paintFineWeighted(o.dst, o.low, o.src, 40000, n); });
+}
+
 void AddSpans(const KernelTable& k, const std::string& suffix)
 {
     constexpr int n = kSpanPixels;
@@ -103,6 +114,7 @@ void AddSpans(const KernelTable& k, const std::string& suffix)
         const uint8_t* const sources[] = {o.src, o.low, o.src + 4 * n, o.low + 4 * n};
         k.composeOver(o.dst, sources, 4, n);
     });
+    AddFine(k, suffix);
     Add("paintOverWeighted" + suffix, [&k](Operands& o) { k.paintOverWeighted(o.dst, o.src, w, n); });
     Add("paintOverCoverage" + suffix, [&k](Operands& o) { k.paintOverCoverage(o.dst, o.src, o.coverage, w, n); });
     Add("paintOverWeighted1" + suffix, [&k](Operands& o) { k.paintOverWeighted1(o.dst, o.src, w, n); });
@@ -176,6 +188,8 @@ void AddResampling(const KernelTable& k, const std::string& suffix)
     Add(
         "floatsToPixels" + suffix, [&k](Operands& o) { k.floatsToPixels(o.dst, f.src, 1, n); }, n);
     Add(
+        "floatsToCoverage" + suffix, [&k](Operands& o) { k.floatsToCoverage(o.dst, f.src, 1, n); }, n);
+    Add(
         "addWeighted" + suffix, [&k](Operands&) { k.addWeighted(f.dst, f.src, 0.5F, 4 * n); }, n);
     Add(
         "filterRow4" + suffix, [&k](Operands&) { k.filterRow(f.dst, f.src, f.firsts, f.weights, 4, 4, n); }, n);
@@ -185,6 +199,8 @@ void AddResampling(const KernelTable& k, const std::string& suffix)
         "sampleBicubic" + suffix, [&k](Operands&) { k.sampleBicubic(f.dst, source, f.x, f.y, n); }, n);
     Add(
         "adjustColor" + suffix, [&k](Operands& o) { k.adjustColor(o.src, adjustment, n); }, n);
+    Add(
+        "adjustCoverage" + suffix, [&k](Operands& o) { k.adjustCoverage(o.dst, adjustment, n); }, n);
     Add(
         "mixBytes" + suffix, [&k](Operands& o) { k.mixBytes(o.dst, o.src, 0.5F, 4 * n); }, n);
     Add(

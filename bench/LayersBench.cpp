@@ -1,6 +1,7 @@
-// Composites of many full layers on 4096 × 4096: all of them, one damaged square, and a merge. The layers are dense
-// (every alpha from 1 to 254), painted (12 soft discs each) or faint (every alpha from 1 to 24: no number of them hides
-// what lies below; beyond eight they share their pages). PAINTLAYER_BENCH_FULL=1 adds 200 dense ones (14 GiB).
+// Composites of many full layers on 4096 × 4096: all of them, one damaged square, and a merge; and the opening of many
+// small layers. The full layers are dense (every alpha from 1 to 254), painted (12 soft discs each) or faint (every alpha
+// from 1 to 24: no number of them hides what lies below; beyond eight they share their pages). PAINTLAYER_BENCH_FULL=1
+// adds 200 dense ones (14 GiB).
 
 #include "BenchDocument.h"
 #include <paintlayer/undo/UndoStore.h>
@@ -10,6 +11,7 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -148,8 +150,28 @@ void BM_MergeAll(benchmark::State& state)
     PaintCore.SuspendUndo(true);
 }
 
+/// What opening a file of `count` small layers takes: a new document, and a call for each of them.
+void BM_OpenLayers(benchmark::State& state)
+{
+    constexpr int kLayerSide = 32;
+    const qs::Reference<ilMemoryImg> image(new ilMemoryImg(kLayerSide, kLayerSide, 4));
+    Fill(*image, kDense, 0);
+    for (auto _ : state) {
+        std::optional<BenchDocument> document(std::in_place, 512, 512);
+        for (int64_t layer = 0; layer < state.range(0); ++layer)
+            PaintCore.AddLayer(image);
+        state.PauseTiming();
+        document.reset();
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));  // layers
+}
+
 void Register()
 {
+    for (const int layers : {250, 500, 1000, 2000})
+        if (layers <= 500 || GetBenchCanvas() >= 1024)
+            benchmark::RegisterBenchmark("BM_OpenLayers", BM_OpenLayers)->Arg(layers)->Unit(benchmark::kMillisecond);
     const bool isFull = std::getenv("PAINTLAYER_BENCH_FULL") != nullptr;
     for (const Kind kind : {kDense, kPainted, kFaint})
         for (const int layers : {3, 10, 50, 200}) {
