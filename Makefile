@@ -3,6 +3,8 @@
 BUILD_PACKAGES := g++ cmake ninja-build ccache libgtest-dev libgmock-dev libbenchmark-dev libpng-dev libcli11-dev
 CHECK_PACKAGES := clang clang-format pkgconf
 TIDY_PACKAGES := clang clang-tidy
+FUZZ_PACKAGES := clang libclang-rt-14-dev
+FUZZ_SECONDS := 60
 CHECKED_PRESETS := release debug-asan clang
 
 SHELL := /bin/bash
@@ -23,7 +25,7 @@ define install
 	fi
 endef
 
-.PHONY: help demo check symbols format format-check tidy bench clean build-packages check-packages
+.PHONY: help demo check symbols format format-check tidy fuzz bench clean build-packages check-packages
 .NOTPARALLEL:
 
 help:
@@ -33,6 +35,7 @@ help:
 	@echo 'make symbols       write the list of exported symbols anew'
 	@echo 'make format        lay out all sources; format-check only looks'
 	@echo 'make tidy          run clang-tidy'
+	@echo 'make fuzz          build the fuzz targets and run each for FUZZ_SECONDS=$(FUZZ_SECONDS)'
 	@echo 'make clean         remove build/'
 
 build-packages:
@@ -83,6 +86,15 @@ tidy: build-packages
 	$(call install,$(TIDY_PACKAGES))
 	cmake --preset clang -DPAINTLAYER_BUILD_BENCH=ON
 	git ls-files -z -- '*.cpp' | xargs -0 -r -n 4 -P 2 clang-tidy -p build/clang --quiet
+
+fuzz: build-packages
+	$(call install,$(FUZZ_PACKAGES))
+	cmake --preset fuzz
+	cmake --build --preset fuzz --target fuzz-samples fuzz-commands
+	mkdir -p build/fuzz/corpus/samples build/fuzz/corpus/commands
+	cd build/fuzz && fuzz/fuzz-samples -max_total_time=$(FUZZ_SECONDS) -timeout=10 corpus/samples \
+		../../examples ../../tests/data
+	cd build/fuzz && fuzz/fuzz-commands -max_total_time=$(FUZZ_SECONDS) -timeout=20 -max_len=2000 corpus/commands
 
 clean:
 	rm -rf build

@@ -36,13 +36,17 @@ std::string ParseLine(const std::string& line, PenSample& sample)
 
 SampleFile ReadSamples(const std::string& path)
 {
-    SampleFile file;
     std::ifstream input(path);
     if (!input || input.peek() == std::ifstream::traits_type::eof()) {
         const bool isEmpty = input.is_open() && input.eof();
-        file.error = path + ": " + (isEmpty ? "the file is empty" : std::strerror(errno));
-        return file;
+        return {{}, path + ": " + (isEmpty ? "the file is empty" : std::strerror(errno))};
     }
+    return ReadSamples(input, path);
+}
+
+SampleFile ReadSamples(std::istream& input, const std::string& path)
+{
+    SampleFile file;
     std::string line;
     for (int number = 1; std::getline(input, line); ++number) {
         const size_t start = line.find_first_not_of(" \t\r");

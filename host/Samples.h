@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -21,3 +22,6 @@ struct SampleFile {
 /// that cannot be read or holds no sample, a line that is not four numbers, numbers that are not finite, a pressure
 /// outside 0 to 1, and time that runs backwards.
 SampleFile ReadSamples(const std::string& path);
+
+/// The same of an open stream; `path` is what errors call it.
+SampleFile ReadSamples(std::istream& input, const std::string& path);
