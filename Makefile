@@ -92,7 +92,7 @@ fuzz: build-packages
 	cmake --preset fuzz
 	cmake --build --preset fuzz --target fuzz-samples fuzz-commands
 	mkdir -p build/fuzz/corpus/samples build/fuzz/corpus/commands
-	cd build/fuzz && fuzz/fuzz-samples -max_total_time=$(FUZZ_SECONDS) -timeout=10 corpus/samples \
+	cd build/fuzz && fuzz/fuzz-samples -max_total_time=$(FUZZ_SECONDS) -timeout=10 -max_len=2000 corpus/samples \
 		../../examples ../../tests/data
 	cd build/fuzz && fuzz/fuzz-commands -max_total_time=$(FUZZ_SECONDS) -timeout=20 -max_len=2000 corpus/commands
 
