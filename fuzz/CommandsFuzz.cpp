@@ -89,7 +89,7 @@ private:
             if (PaintCore.GetLayerStackCount() < 3)
                 PaintCore.AddLayerStack(Below(kMostSide), Below(kMostSide));
             break;
-        case 1: PaintCore.DeleteLayerStack(Below(4) - 2, Flip()); break;
+        case 1: CloseDocument(Below(4) - 2, Flip()); break;
         case 2: PaintCore.SetCurrentLayerStack(Below(4) - 1); break;
         case 3: PaintCore.EndProxy(); break;
         case 4: PaintCore.DamageRegion(Tile()); break;
@@ -97,6 +97,15 @@ private:
         case 6: PaintCore.PickLayer(Place(), Place(), Part()); break;
         default: PaintCore.ForceUpdate(); break;
         }
+    }
+
+    /// Steps of a document that was closed without one open it again: they go with it.
+    void CloseDocument(int handle, bool record)
+    {
+        record = record && (handle == -2 || handle == PaintCore.GetCurrentLayerStack());
+        PaintCore.DeleteLayerStack(handle, record);
+        if (!record)
+            PaintCore.FlushUndoQueue();
     }
 
     void AddContainers()
