@@ -94,7 +94,7 @@ fuzz: build-packages
 	mkdir -p build/fuzz/corpus/samples build/fuzz/corpus/commands
 	cd build/fuzz && fuzz/fuzz-samples -max_total_time=$(FUZZ_SECONDS) -timeout=10 -max_len=2000 corpus/samples \
 		../../examples ../../tests/data
-	cd build/fuzz && fuzz/fuzz-commands -max_total_time=$(FUZZ_SECONDS) -timeout=20 -max_len=2000 corpus/commands
+	cd build/fuzz && fuzz/fuzz-commands -max_total_time=$(FUZZ_SECONDS) -timeout=20 -len_control=0 -max_len=1000 corpus/commands
 
 clean:
 	rm -rf build
