@@ -14,7 +14,7 @@ namespace {
 
 uint32_t Hash(uint32_t z)
 {
-    z = (z ^ (z >> 13)) * 1274126177u;
+    z = (z ^ (z >> 13)) * 1274126177U;
     return z ^ (z >> 16);
 }
 
@@ -27,13 +27,13 @@ uint32_t NoiseAt(uint32_t x, uint32_t y)
     for (uint32_t k = 0; k < 3; ++k) {
         const auto lattice = [k](uint32_t i, uint32_t j) {
             return i + j == 0 ? 128
-                              : 64 + static_cast<int>(Hash(i * 374761393u + j * 668265263u + k * 1274126177u) >> 25);
+                              : 64 + static_cast<int>(Hash(i * 374761393U + j * 668265263U + k * 1274126177U) >> 25);
         };
         const uint32_t i = x >> 6, j = y >> 6;
         const int fx = static_cast<int>(x & 63), fy = static_cast<int>(y & 63);
         const int top = lattice(i, j) * (64 - fx) + lattice(i + 1, j) * fx;
         const int bottom = lattice(i, j + 1) * (64 - fx) + lattice(i + 1, j + 1) * fx;
-        const int grain = static_cast<int>((Hash(x * 73856093u + y * 19349663u + k * 83492791u) >> 24) & 15) - 8;
+        const int grain = static_cast<int>((Hash(x * 73856093U + y * 19349663U + k * 83492791U) >> 24) & 15) - 8;
         const int value = ((top * (64 - fy) + bottom * fy) >> 12) + grain;
         packed |= static_cast<uint32_t>(std::clamp(value, 0, 255)) << (8 * k);
     }

@@ -41,7 +41,7 @@ void FillDense(uint32_t* pixels, int side, int layer, int alphas)
 
 void FillPainted(uint32_t* pixels, int side, int layer)
 {
-    uint32_t seed = 1u + 7919u * static_cast<uint32_t>(layer);
+    uint32_t seed = 1U + 7919U * static_cast<uint32_t>(layer);
     const auto n = static_cast<uint32_t>(side);
     for (uint32_t disc = 0; disc < 12; ++disc) {
         const int cx = static_cast<int>(Next(seed) % n);
@@ -52,7 +52,7 @@ void FillPainted(uint32_t* pixels, int side, int layer)
                 const double d = std::hypot(x - cx, y - cy);
                 if (d >= radius)
                     continue;
-                const uint32_t alpha = d <= radius - 16 ? 255u : static_cast<uint32_t>((radius - d) / 16 * 255);
+                const uint32_t alpha = d <= radius - 16 ? 255U : static_cast<uint32_t>((radius - d) / 16 * 255);
                 if (alpha != 0)
                     pixels[static_cast<size_t>(y) * n + static_cast<size_t>(x)] =
                         Premultiplied(alpha, static_cast<uint32_t>(37 * layer) & 255, 85 * disc & 255, 128);

@@ -11,7 +11,7 @@
 namespace {
 
 /// Layers at or below this opacity are left out, not drawn faintly.
-constexpr float kLeastOpacity = 0.002f;
+constexpr float kLeastOpacity = 0.002F;
 
 /// Whether anything of the image can show: an unstored area does when the image is filled.
 bool Shows(const ilMIOImage& image)

@@ -142,11 +142,11 @@ std::string FillAreas(const ReplayOptions& options)
 
 uint64_t HashOf(const ilMemoryImg& image)
 {
-    uint64_t hash = 0xCBF29CE484222325u;
+    uint64_t hash = 0xCBF29CE484222325U;
     for (int y = 0; y < image.GetHeight(); ++y) {
         const uint8_t* row = image.GetRow(y);
         for (ptrdiff_t i = 0; i < image.GetStrideBytes(); ++i)
-            hash = (hash ^ row[i]) * 0x100000001B3u;
+            hash = (hash ^ row[i]) * 0x100000001B3U;
     }
     return hash;
 }

@@ -267,8 +267,8 @@ void Layer::ResetPivot()
 {
     ShrinkBounds(false, false);
     const ilTile bounds = getLayerBounds(true);
-    pivot_.x = static_cast<float>(getXOffset()) + static_cast<float>(bounds.x) + static_cast<float>(bounds.nx) * 0.5f;
-    pivot_.y = static_cast<float>(getYOffset()) + static_cast<float>(bounds.y) + static_cast<float>(bounds.ny) * 0.5f;
+    pivot_.x = static_cast<float>(getXOffset()) + static_cast<float>(bounds.x) + static_cast<float>(bounds.nx) * 0.5F;
+    pivot_.y = static_cast<float>(getYOffset()) + static_cast<float>(bounds.y) + static_cast<float>(bounds.ny) * 0.5F;
     pivot_.valid = false;
 }
 

@@ -135,7 +135,7 @@ void Layer::InvertPixels(bool colorOnly)
             inverted->fillTile(
                 tile, InvertedPixel(ilPixel(kUnsignedByte, page.GetNumChannels(), page.GetUniformValue()), colorOnly));
         else
-            painter->rect_fill(tile.x, tile.y, tile.nx, tile.ny, 0u);
+            painter->rect_fill(tile.x, tile.y, tile.nx, tile.ny, 0U);
     });
     inverted->SetBounds(bounds);
     TakePixels(*inverted);

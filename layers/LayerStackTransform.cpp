@@ -143,7 +143,7 @@ void LayerStackTransform::RegenMatrix()
     invXScale_ = xScale_ == 0 ? 0 : 1 / xScale_;
     invYScale_ = yScale_ == 0 ? 0 : 1 / yScale_;
     // The turn is halved in single precision and only then widened: views rely on these very bits.
-    const float halfTurns = degree_ / 360.0f * 2.0f;
+    const float halfTurns = degree_ / 360.0F * 2.0F;
     const double radians = static_cast<double>(halfTurns) * 3.141592653589793;
     sin_ = static_cast<float>(std::sin(radians));
     cos_ = static_cast<float>(std::cos(radians));
@@ -211,16 +211,16 @@ void LayerStackTransform::InvXformCoords(float& x, float& y, ScaleStrategy strat
 
 void LayerStackTransform::XformTile(ilTile& tile, ScaleStrategy strategy, bool) const
 {
-    const float xScale = Scales(strategy) ? xScale_ : 1.0f;
-    const float yScale = Scales(strategy) ? yScale_ : 1.0f;
+    const float xScale = Scales(strategy) ? xScale_ : 1.0F;
+    const float yScale = Scales(strategy) ? yScale_ : 1.0F;
     StoreRounded(tile, static_cast<float>(tile.x) * xScale - xOffset_, static_cast<float>(tile.y) * yScale - yOffset_,
                  static_cast<float>(tile.nx) * xScale, static_cast<float>(tile.ny) * yScale);
 }
 
 void LayerStackTransform::InvXformTile(ilTile& tile, ScaleStrategy strategy, bool) const
 {
-    const float xScale = Scales(strategy) ? invXScale_ : 1.0f;
-    const float yScale = Scales(strategy) ? invYScale_ : 1.0f;
+    const float xScale = Scales(strategy) ? invXScale_ : 1.0F;
+    const float yScale = Scales(strategy) ? invYScale_ : 1.0F;
     StoreRounded(tile, (static_cast<float>(tile.x) + xOffset_) * xScale,
                  (static_cast<float>(tile.y) + yOffset_) * yScale, static_cast<float>(tile.nx) * xScale,
                  static_cast<float>(tile.ny) * yScale);

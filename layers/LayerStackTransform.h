@@ -58,9 +58,9 @@ public:
     float GetTargetXCenter() const { return targetXCenter_; }
     float GetTargetYCenter() const { return targetYCenter_; }
 
-    bool ZoomedIn() const { return xScale_ > 1.0f; }
-    bool ZoomedOut() const { return xScale_ < 1.0f; }
-    bool Zoomed() const { return xScale_ != 1.0f || yScale_ != 1.0f; }
+    bool ZoomedIn() const { return xScale_ > 1.0F; }
+    bool ZoomedOut() const { return xScale_ < 1.0F; }
+    bool Zoomed() const { return xScale_ != 1.0F || yScale_ != 1.0F; }
 
     /// Canvas to view. Without an angle and with kScaleAlways: x · scale - offset. The scaled centre is added back
     /// whether or not the strategy scaled.
@@ -81,7 +81,7 @@ private:
     void RegenMatrix();
     bool Scales(ScaleStrategy strategy) const
     {
-        return strategy == kScaleAlways || (strategy == kScaleWhenZoomedOut && xScale_ < 1.0f);
+        return strategy == kScaleAlways || (strategy == kScaleWhenZoomedOut && xScale_ < 1.0F);
     }
 
     float xOffset_ = 0;

@@ -90,7 +90,7 @@ qs::TempReference<ilSmartImage> Layer::MakeStencilledImage(const ilTile* tile, b
     }
     CompositeSource source;
     source.image = image_.get();
-    source.weight = kernels::WeightFrom(fullOpacity ? 1.0f : properties_.opacity);
+    source.weight = kernels::WeightFrom(fullOpacity ? 1.0F : properties_.opacity);
     source.stencil = GetUpToDateStencil();
     if (tile == nullptr && source.weight == kernels::kFullWeight && source.stencil == nullptr)
         made->ShareAllFrom(*image_);
@@ -132,7 +132,7 @@ void Layer::CollapseOpacity()
 {
     if (image_ && !isMask() && !isStencil())
         SetImage(GetStencilledImage());
-    SetOpacity(1.0f);
+    SetOpacity(1.0F);
 }
 
 qs::TempReference<ilSmartImage> Layer::MakeMaskImage(const qs::vector<LayerContainer*>& masks, const ilTile& tile)

@@ -31,7 +31,7 @@ TEST(Uuid, GeneratedOnesAreDistinctInValueAndTextAndOfVersionFour)
         const Uuid uuid = Uuid::generate();
         const std::string text = uuid.asString().c_str();
         ASSERT_FALSE(uuid.isNil());
-        ASSERT_EQ(text.size(), 36u);
+        ASSERT_EQ(text.size(), 36U);
         ASSERT_EQ(text[14], '4') << text;
         ASSERT_NE(std::string("89ab").find(text[19]), std::string::npos) << text;
         values.insert(uuid);
@@ -63,7 +63,7 @@ TEST(Uuid, EveryRandomBitIsSetInAboutHalfOfTheGeneratedOnes)
 TEST(Uuid, CompareIsATotalOrderThatAgreesWithTheTexts)
 {
     std::vector<Uuid> some = {Uuid()};
-    for (const uint32_t word : {1u, 0x80u, 0x100u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
+    for (const uint32_t word : {1U, 0x80U, 0x100U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU})
         for (int place = 0; place < 4; ++place) {
             uint32_t words[4] = {};
             words[place] = word;

@@ -166,12 +166,12 @@ private:
                 return value;
             };
             const uint64_t blank =
-                image.GetNumChannels() == 1 ? (fill & 255) * 0x0101010101010101u : uint64_t{fill} << 32 | fill;
-            uint64_t hash = static_cast<uint64_t>(px) * 0x9E3779B97F4A7C15u + static_cast<uint64_t>(py);
+                image.GetNumChannels() == 1 ? (fill & 255) * 0x0101010101010101U : uint64_t{fill} << 32 | fill;
+            uint64_t hash = static_cast<uint64_t>(px) * 0x9E3779B97F4A7C15U + static_cast<uint64_t>(py);
             bool isBlank = true;
             for (size_t at = 0; at < page.GetByteCount(); at += sizeof blank) {
                 isBlank = isBlank && word(at) == blank;
-                hash = (hash ^ word(at)) * 0x9E3779B97F4A7C15u;
+                hash = (hash ^ word(at)) * 0x9E3779B97F4A7C15U;
                 hash ^= hash >> 29;
             }
             sum += isBlank ? 0 : hash;  // pages come in no order

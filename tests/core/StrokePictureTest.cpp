@@ -100,7 +100,7 @@ TEST_F(StrokePicture, FaintStampsBuildUpWithoutBandsWhetherOrNotUndoIsOn)
         qs::set<int> levels;
         for (int x = 30; x < 54; ++x)
             levels.insert(AlphaAt(x, 50));
-        EXPECT_GT(levels.size(), 20u);
+        EXPECT_GT(levels.size(), 20U);
     }
 }
 

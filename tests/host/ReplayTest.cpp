@@ -185,7 +185,7 @@ TEST(Replay, TheSameRecordingGivesTheSameBytesWithAndWithoutLayersBelow)
     const RunResult again = RunProgram({samples, "-o", picture, "--stats", "--size", "256x256"});
     const RunResult twice = RunProgram({samples, "-o", picture, "--stats", "--size", "256x256", "--repeat", "2"});
     const RunResult layered = RunProgram({samples, "-o", picture, "--stats", "--size", "256x256", "--layers", "4"});
-    EXPECT_EQ(StatOf(first, "plane hash").size(), 16u);
+    EXPECT_EQ(StatOf(first, "plane hash").size(), 16U);
     EXPECT_EQ(StatOf(first, "plane hash"), StatOf(again, "plane hash"));
     EXPECT_NE(StatOf(first, "plane hash"), StatOf(layered, "plane hash"));
     EXPECT_EQ(std::stoi(StatOf(twice, "stamps")), 2 * std::stoi(StatOf(first, "stamps")));

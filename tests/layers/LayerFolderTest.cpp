@@ -137,7 +137,7 @@ TEST(LayerFolder, RemovingTellsTheHostOnceAndEmptiedFoldersVanish)
     EXPECT_TRUE(tree.root->RemoveLayerContainer(tree["G"]));
     EXPECT_EQ(tree.Text(), "a");
     EXPECT_FALSE(tree.root->RemoveLayerContainer(nullptr));
-    EXPECT_EQ(document.removals.size(), 3u);
+    EXPECT_EQ(document.removals.size(), 3U);
 }
 
 TEST(LayerFolder, NeighboursAndEndsFollowTheFlattenedOrder)
@@ -159,7 +159,7 @@ TEST(LayerFolder, NeighboursAndEndsFollowTheFlattenedOrder)
     EXPECT_EQ(NameOf(tree.root->GetTopLayerContainer(true)), "G");
     EXPECT_EQ(NameOf(tree.root->GetTopLayerContainer(false)), "c");
     EXPECT_EQ(tree.root->GetLayerContainerSize(), 4);
-    EXPECT_EQ(tree.root->GetLCHArray(true).size(), 2u);
+    EXPECT_EQ(tree.root->GetLCHArray(true).size(), 2U);
     EXPECT_EQ(tree.root->GetLCHArray(false),
               (qs::vector{tree.Handle("a"), tree.Handle("G"), tree.Handle("b"), tree.Handle("c")}));
 }
@@ -272,10 +272,10 @@ TEST(LayerFolder, HitsComeTopDownWithinTheToleranceAndPassOverWhatIsHidden)
         return NamesOf(tree.root->FindLayer(100, 50, includeHidden, includeLocked, tolerance));
     };
     EXPECT_EQ(hits(0), "b a");
-    EXPECT_EQ(hits(4.9f), "b a");
+    EXPECT_EQ(hits(4.9F), "b a");
     EXPECT_EQ(hits(5), "c b a");
     EXPECT_EQ(hits(-3), "b a");
-    EXPECT_EQ(hits(1e30f), "c b a");
+    EXPECT_EQ(hits(1e30F), "c b a");
     tree.AsLayer("a")->SetVisible(false);
     tree["c"]->SetLocked(true);
     EXPECT_EQ(hits(5), "b");

@@ -16,7 +16,7 @@ void Scribble(Layer& layer, std::mt19937& random)
         const int x = static_cast<int>(random() % 300) - 150, y = static_cast<int>(random() % 300) - 150;
         const int width = static_cast<int>(random() % 60) + 1, height = static_cast<int>(random() % 60) + 1;
         const auto alpha = static_cast<uint8_t>(random() % 256);
-        const auto below = [&] { return static_cast<uint8_t>(random() % (alpha + 1u)); };
+        const auto below = [&] { return static_cast<uint8_t>(random() % (alpha + 1U)); };
         layer.GetImage()->fillTile({x, y, width, height}, channels == 1
                                                               ? ilPixel::Coverage(alpha)
                                                               : ilPixel::Rgba(below(), below(), below(), alpha));
@@ -67,7 +67,7 @@ TEST_P(LayerPixels, NormalizingALayerAtTheOriginTouchesNothing)
     EXPECT_TRUE(layer->GetImage()->SharesPageWith(*before, 0, 0));
     EXPECT_TRUE(document.imageChanges.empty());
     layer->ShrinkAndNormalizeLayerImages();
-    EXPECT_EQ(document.imageChanges.size(), 1u);
+    EXPECT_EQ(document.imageChanges.size(), 1U);
 }
 
 TEST_P(LayerPixels, AFlipMirrorsWithinThePaintedBounds)
@@ -87,7 +87,7 @@ TEST_P(LayerPixels, AFlipMirrorsWithinThePaintedBounds)
         EXPECT_EQ(layer->getLayerBounds(true), bounds);
         layer->Flip(false, false);  // changes nothing and tells nobody
     }
-    EXPECT_EQ(document.imageChanges.size(), 3u);
+    EXPECT_EQ(document.imageChanges.size(), 3U);
 }
 
 TEST_P(LayerPixels, AQuarterTurnKeepsTheTopLeftCorner)
@@ -120,7 +120,7 @@ TEST_P(LayerPixels, OnlyTheModesOwnInversionActsAndTwiceIsNothing)
         layer->InvertStencil();
     };
     invert();
-    EXPECT_EQ(document.imageChanges.size(), 1u);
+    EXPECT_EQ(document.imageChanges.size(), 1U);
     const auto inverted = CanvasPixels(*layer, kCanvas);
     for (size_t i = 0; i < before.size(); ++i) {
         if (GetParam() != kLayerModeImage) {
@@ -150,5 +150,5 @@ TEST(LayerSparsePixels, SmallDrawingsFarApartFlipWithFewPages)
     EXPECT_EQ(layer->GetImage()->GetPixel(0, 700'000), color);
     EXPECT_EQ(layer->GetImage()->GetPixel(0, 699'999), color);
     EXPECT_EQ(layer->GetImage()->GetPixel(900'000, 0), color);
-    EXPECT_LE(layer->GetImage()->GetPageCount(), 8u);
+    EXPECT_LE(layer->GetImage()->GetPageCount(), 8U);
 }

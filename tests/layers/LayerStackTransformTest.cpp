@@ -11,30 +11,30 @@ using Transform = LayerStackTransform;
 
 TEST(LayerStackTransform, WithoutAnAngleItScalesAndSubtractsTheOffset)
 {
-    for (const float center : {0.0f, 100.0f, -37.5f}) {
-        const Transform transform(10, -20, 2, 0.5f, center, center, 0);
+    for (const float center : {0.0F, 100.0F, -37.5F}) {
+        const Transform transform(10, -20, 2, 0.5F, center, center, 0);
         float x = 30, y = 40;
         transform.XformCoords(x, y, Transform::kScaleAlways, false);
-        EXPECT_FLOAT_EQ(x, 30 * 2 - 10.0f);
-        EXPECT_FLOAT_EQ(y, 40 * 0.5f + 20);
+        EXPECT_FLOAT_EQ(x, 30 * 2 - 10.0F);
+        EXPECT_FLOAT_EQ(y, 40 * 0.5F + 20);
     }
 }
 
 TEST(LayerStackTransform, TheInverseBringsPointsBack)
 {
     std::mt19937 random(20240);
-    std::uniform_real_distribution<float> coordinate(-2000, 2000), scale(0.1f, 8), degree(-720, 720);
+    std::uniform_real_distribution<float> coordinate(-2000, 2000), scale(0.1F, 8), degree(-720, 720);
     for (int i = 0; i < 500; ++i) {
         Transform transform(coordinate(random), coordinate(random), scale(random), scale(random), coordinate(random),
-                            coordinate(random), i % 2 == 0 ? 0.0f : degree(random));
+                            coordinate(random), i % 2 == 0 ? 0.0F : degree(random));
         transform.SetScaleOffset(coordinate(random), coordinate(random));
         const float x = coordinate(random), y = coordinate(random);
         float mappedX = x, mappedY = y;
         transform.XformCoords(mappedX, mappedY, Transform::kScaleAlways, i % 3 == 0);
         transform.InvXformCoords(mappedX, mappedY, Transform::kScaleAlways, i % 3 == 0);
         // The smallest scale magnifies the rounding of coordinates of some ten thousand pixels.
-        ASSERT_NEAR(mappedX, x, 0.1f) << i;
-        ASSERT_NEAR(mappedY, y, 0.1f) << i;
+        ASSERT_NEAR(mappedX, x, 0.1F) << i;
+        ASSERT_NEAR(mappedY, y, 0.1F) << i;
     }
 }
 
@@ -61,7 +61,7 @@ TEST(LayerStackTransform, AQuarterTurnAboutACentreTurnsFromXTowardsY)
 TEST(LayerStackTransform, TheStrategyDecidesOnTheScaleButTheScaledCentreComesBackAnyway)
 {
     const Transform in(0, 0, 4, 4, 10, 10, 0);
-    const Transform out(0, 0, 0.5f, 0.5f, 10, 10, 0);
+    const Transform out(0, 0, 0.5F, 0.5F, 10, 10, 0);
     const auto mapped = [](const Transform& transform, Transform::ScaleStrategy strategy) {
         float x = 12, y = 0;
         transform.XformCoords(x, y, strategy, false);
@@ -79,8 +79,8 @@ TEST(LayerStackTransform, TilesRoundHalvesAwayFromZero)
         float scale, offset;
         int expected;
     };
-    for (const Case& c : {Case{-3, 0.5f, 0, -2}, Case{3, 0.5f, 0, 2}, Case{0, 1, 0, 0}, Case{5, 1, 0.4f, 5},
-                          Case{5, 1, 4.5f, 1}, Case{-5, 1, -4.5f, -1}}) {
+    for (const Case& c : {Case{-3, 0.5F, 0, -2}, Case{3, 0.5F, 0, 2}, Case{0, 1, 0, 0}, Case{5, 1, 0.4F, 5},
+                          Case{5, 1, 4.5F, 1}, Case{-5, 1, -4.5F, -1}}) {
         const Transform transform(c.offset, 0, c.scale, 1, 77, 77, 45);
         ilTile tile(c.x, 0, 7, 10, 20, 3);
         transform.XformTile(tile, Transform::kScaleAlways, true);
@@ -101,7 +101,7 @@ TEST(LayerStackTransform, TilesRoundHalvesAwayFromZero)
 TEST(LayerStackTransform, ATileThatLeavesTheRangeOfIntIsCut)
 {
     ilTile tile(1 << 30, -(1 << 30), 1 << 30, 0);
-    Transform(0, 0, 1e6f, NAN, 0, 0, 0).XformTile(tile, Transform::kScaleAlways, false);
+    Transform(0, 0, 1e6F, NAN, 0, 0, 0).XformTile(tile, Transform::kScaleAlways, false);
     EXPECT_EQ(tile, ilTile(INT32_MAX, 0, INT32_MAX, 0));
 }
 
@@ -110,10 +110,10 @@ TEST(LayerStackTransform, OnlySomeSettersRenewWhatIsDerived)
     Transform transform;
     transform.SetScale(0, 4);
     EXPECT_EQ(transform.GetInvXScale(), 0);
-    EXPECT_EQ(transform.GetInvYScale(), 0.25f);
+    EXPECT_EQ(transform.GetInvYScale(), 0.25F);
     EXPECT_TRUE(transform.ZoomedOut() && transform.Zoomed() && !transform.ZoomedIn());  // only x decides in and out
     transform.SetScaleAndOffset(1, 2, 8);
-    EXPECT_EQ(transform.GetInvXScale(), 0.125f);
+    EXPECT_EQ(transform.GetInvXScale(), 0.125F);
     transform.reset();
     EXPECT_EQ(transform.GetInvXScale(), 1);
     EXPECT_EQ(transform, Transform());
@@ -129,7 +129,7 @@ TEST(LayerStackTransform, EqualityLooksAtTheSevenGivenValuesOnly)
     EXPECT_EQ(other, base);
     for (int changed = 0; changed < 7; ++changed) {
         float v[7] = {1, 2, 3, 4, 5, 6, 7};
-        v[changed] += 0.5f;
+        v[changed] += 0.5F;
         EXPECT_NE(Transform(v[0], v[1], v[2], v[3], v[4], v[5], v[6]), base) << changed;
     }
 }

@@ -110,7 +110,7 @@ TEST(LayerStencil, AnInvertedStencilCostsOnlyThePagesThatItStores)
     const ilMIOImage* composite = layer->GetUpToDateStencil();
     ASSERT_NE(composite, nullptr);
     EXPECT_EQ(composite->GetFillValue(), ilPixel::Coverage(255));
-    EXPECT_EQ(composite->GetPageCount(), 1u);
+    EXPECT_EQ(composite->GetPageCount(), 1U);
     const ilTile area(59'968, 59'968, 64, 64);
     EXPECT_EQ(layer->GetStencilledImage(&area)->GetPixel(60'000, 60'000), ilPixel());
     EXPECT_EQ(layer->GetStencilledImage()->GetPixel(10, 10), kBlue);
@@ -153,7 +153,7 @@ TEST(LayerStencil, AnOpaqueUnstencilledLayerSharesItsPages)
     const ilTile area(64, 64, 64, 64);
     EXPECT_TRUE(layer->GetStencilledImage()->SharesPageWith(*layer->GetImage(), 1, 1));
     EXPECT_TRUE(layer->GetStencilledImage(&area)->SharesPageWith(*layer->GetImage(), 1, 1));
-    layer->SetOpacity(0.5f);
+    layer->SetOpacity(0.5F);
     EXPECT_TRUE(layer->GetStencilledImage(&area, true)->SharesPageWith(*layer->GetImage(), 1, 1));
     EXPECT_EQ(layer->GetStencilledImage(&area)->GetPixel(64, 64), ilPixel::Rgba(0, 0, 100, 128));
 }
@@ -164,7 +164,7 @@ TEST(LayerStencil, MasksAreShownInTheirColourAtTheirDisplayOpacity)
     Layer* mask = document.Add(kLayerModeMask);
     mask->GetImage()->fillTile({0, 0, 10, 10}, ilPixel::Coverage(255));
     mask->SetMaskColor(PaintColor(0, 1, 0));
-    mask->SetOpacity(0.1f);  // not what a mask is shown with
+    mask->SetOpacity(0.1F);  // not what a mask is shown with
     EXPECT_EQ(mask->GetStencilledImage()->GetPixel(5, 5), ilPixel::Rgba(0, 128, 0, 128));
     EXPECT_EQ(mask->GetStencilledImage()->GetPixel(15, 5), ilPixel());
     mask->InvertMask();
@@ -178,7 +178,7 @@ TEST(LayerStencil, CollapsingKeepsWhatIsShown)
     FakeDocument document;
     Layer* layer = document.Add(kLayerModeImage);
     layer->GetImage()->fillTile({0, 0, 100, 100}, kBlue);
-    layer->SetOpacity(0.5f);
+    layer->SetOpacity(0.5F);
     Layer* stencil = document.AddStencil(layer);
     stencil->GetImage()->fillTile({0, 0, 50, 100}, ilPixel::Coverage(255));
     stencil->SetStencilCompositeDirty(true);
@@ -188,17 +188,17 @@ TEST(LayerStencil, CollapsingKeepsWhatIsShown)
     EXPECT_EQ(layer->GetImage()->GetPixel(50, 0), kBlue);
     EXPECT_EQ(layer->getLayerBounds(false), ilTile(50, 0, 50, 100));
     layer->CollapseOpacity();
-    EXPECT_EQ(layer->GetOpacity(), 1.0f);
+    EXPECT_EQ(layer->GetOpacity(), 1.0F);
     const qs::TempReference<ilSmartImage> collapsed = layer->GetStencilledImage();
     for (int x = 0; x < 110; ++x)
         ASSERT_EQ(collapsed->GetPixel(x, 50), shown->GetPixel(x, 50)) << x;
-    EXPECT_EQ(document.imageChanges.size(), 2u);
+    EXPECT_EQ(document.imageChanges.size(), 2U);
 
-    stencil->SetOpacity(0.5f);
+    stencil->SetOpacity(0.5F);
     const qs::TempReference<ilMIOImage> coverage = stencil->GetImage();
     stencil->CollapseOpacity();
     EXPECT_EQ(stencil->GetImage(), coverage);
-    EXPECT_EQ(stencil->GetOpacity(), 1.0f);
+    EXPECT_EQ(stencil->GetOpacity(), 1.0F);
 }
 
 TEST(LayerStencil, DoStencilHidesWhatAPainterDrew)

@@ -15,8 +15,8 @@ const ilPixel kRed = ilPixel::Rgba(255, 0, 0, 255);
 TEST(Layer, StartsWithItsDefaults)
 {
     const qs::Reference<Layer> layer = MakeLayer();
-    EXPECT_EQ(layer->GetOpacity(), 1.0f);
-    EXPECT_EQ(layer->GetMaskDisplayOpacity(), 0.5f);
+    EXPECT_EQ(layer->GetOpacity(), 1.0F);
+    EXPECT_EQ(layer->GetMaskDisplayOpacity(), 0.5F);
     EXPECT_EQ(layer->GetMaskColor(), PaintColor::FromBytes(255, 0, 0, 255));
     EXPECT_TRUE(layer->isVisible() && layer->isActive() && layer->IsStencilCompositeDirty());
     EXPECT_FALSE(layer->InProxy() || layer->IsHardLinkToOwnerLayer() || layer->IsLocked());
@@ -56,7 +56,7 @@ TEST(Layer, ACloneSharesImagesAndPainterAndEndsTheProxyOfItsSource)
 {
     const qs::Reference<Layer> source = MakeLayer(kLayerModeImage, 3, 4);
     source->SetAppData("key", "value");
-    source->SetOpacity(0.25f);
+    source->SetOpacity(0.25F);
     source->SetVisible(false);
     source->SetLayerContainerName("sky");
     source->SetStencilCompositeDirty(false);
@@ -71,7 +71,7 @@ TEST(Layer, ACloneSharesImagesAndPainterAndEndsTheProxyOfItsSource)
     EXPECT_EQ(clone.GetImage(), image);
     EXPECT_EQ(clone.GetPainter(), painter);
     EXPECT_EQ(clone.GetSourceLayer(), source.get());
-    EXPECT_EQ(clone.GetOpacity(), 0.25f);
+    EXPECT_EQ(clone.GetOpacity(), 0.25F);
     EXPECT_EQ(clone.getYOffset(), 4);
     EXPECT_FALSE(clone.isVisible());
     EXPECT_STREQ(clone.GetAppData("key").c_str(), "value");
@@ -83,9 +83,9 @@ TEST(Layer, AnOpacityMarksTheStencilsOnlyWhenItDiffers)
 {
     const qs::Reference<Layer> layer = MakeLayer();
     layer->SetStencilCompositeDirty(false);
-    layer->SetOpacity(1.0f);
+    layer->SetOpacity(1.0F);
     EXPECT_FALSE(layer->IsStencilCompositeDirty());
-    layer->SetOpacity(0.5f);
+    layer->SetOpacity(0.5F);
     EXPECT_TRUE(layer->IsStencilCompositeDirty());
 }
 
@@ -134,14 +134,14 @@ TEST(Layer, ApplyImageStoresPixelsWithinTheBoundsAndLeavesThePainterAsItWas)
     EXPECT_EQ(layer->GetPainter()->get_destination_factor(), 7);
     EXPECT_EQ(layer->GetPainter()->get_paint_mode(), PaintOps::PaintMode::Blend);
     EXPECT_TRUE(layer->GetPainter()->previewDamage().Contains(ilTile(5, 5, 4, 4)));
-    EXPECT_EQ(document.imageChanges.size(), 1u);
+    EXPECT_EQ(document.imageChanges.size(), 1U);
 }
 
 TEST(Layer, ThePivotIsTheCentreOfThePaintedBoundsUntilItIsSet)
 {
     const qs::Reference<Layer> layer = MakeLayer(kLayerModeImage, 100, -100);
     layer->GetImage()->fillTile({10, 20, 5, 8}, kRed);
-    EXPECT_EQ(layer->GetPivot(), (LayerPivot{112.5f, -76.0f, false}));
+    EXPECT_EQ(layer->GetPivot(), (LayerPivot{112.5F, -76.0F, false}));
     layer->SetPivot({1, 2, true});
     EXPECT_EQ(layer->GetPivot(), (LayerPivot{1, 2, true}));
     EXPECT_EQ(layer->getLayerBoundsInCanvasCoords(), ilTile(110, -80, 5, 8));

@@ -96,9 +96,9 @@ TEST(Clock, CountersFollowTheMonotonicClockAndTicksWrap)
     clock.ns += 2'500'000'000;
     ASSERT_TRUE(QueryPerformanceCounter(&after));
     EXPECT_DOUBLE_EQ(static_cast<double>(after - before) / static_cast<double>(frequency), 2.5);
-    EXPECT_EQ(GetTickCount(), 2500u);
+    EXPECT_EQ(GetTickCount(), 2500U);
     clock.ns = (int64_t{1} << 32) * 1'000'000 + 7'999'999;
-    EXPECT_EQ(GetTickCount(), 7u);
+    EXPECT_EQ(GetTickCount(), 7U);
     EXPECT_FALSE(QueryPerformanceCounter(nullptr));
 }
 

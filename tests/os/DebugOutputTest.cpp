@@ -32,7 +32,7 @@ TEST_F(DebugOutput, PassesTextsOnUnchanged)
 
 TEST_F(DebugOutput, FormatsTextsOfAnyLength)
 {
-    for (const std::size_t length : {510u, 511u, 512u, 513u, 100000u}) {
+    for (const std::size_t length : {510U, 511U, 512U, 513U, 100000U}) {
         received.clear();
         const std::string name(length - 1, 'x');
         qsOS::OutputDebugFormat("%s!", name.c_str());

@@ -40,7 +40,7 @@ TEST(DamageControl, EveryTileAddedIsCoveredByAShortList)
         }
         EXPECT_EQ(damage.previewEntireDamaged(), all);
         const std::vector<ilTile> tiles = TakeAll(damage);
-        ASSERT_LE(tiles.size(), 24u);
+        ASSERT_LE(tiles.size(), 24U);
         for (const ilTile& tile : added)
             ASSERT_TRUE(AnyContains(tiles, tile)) << "round " << round;
         EXPECT_FALSE(damage.anyDamaged());
@@ -57,7 +57,7 @@ TEST(DamageControl, StampsOfAStrokeBecomeOneTileAndThoseOfSymmetricStrokesStayAp
         damage.DamageTile({3000 - i, 2000 - i / 3, 64, 64});
     }
     const std::vector<ilTile> tiles = TakeAll(damage);
-    ASSERT_EQ(tiles.size(), 3u);
+    ASSERT_EQ(tiles.size(), 3U);
     for (const ilTile& tile : tiles) {
         EXPECT_EQ(tile.nx, 463);
         EXPECT_EQ(tile.ny, 197);

@@ -255,6 +255,6 @@ TEST(StampPainting, AStampOfNoEffectLeavesNoTrace)
     painter.SetBrushClippingRect({});
     painter.draw_stamp(At(0, 0));
     EXPECT_TRUE(image->IsEmpty());
-    EXPECT_EQ(painter.GetStampCount(), 0u);
+    EXPECT_EQ(painter.GetStampCount(), 0U);
     EXPECT_TRUE(painter.previewDamage().IsEmpty());
 }

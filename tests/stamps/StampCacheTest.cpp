@@ -62,7 +62,7 @@ TEST(StampCache, EntryLargerThanTheBoundIsNotKept)
     EXPECT_NE(cache.Find({1, 1}), nullptr);
     cache.SetByteLimit(0);
     EXPECT_EQ(cache.Find({1, 1}), nullptr);
-    EXPECT_EQ(cache.GetBytes(), 0u);
+    EXPECT_EQ(cache.GetBytes(), 0U);
 }
 
 class SharedStampCache : public testing::Test {
@@ -83,7 +83,7 @@ TEST_F(SharedStampCache, SameStampIsMadeOnceAndHeldByItsUsersOnly)
     EXPECT_EQ(stamp->GetCoverage({30.5, -70.5, 9}).coverage, first);
     EXPECT_EQ(first->GetRefCount(), 2);
     ILStampImpl::reset_cache();
-    EXPECT_EQ(ILStampImpl::GetCachedBytes(), 0u);
+    EXPECT_EQ(ILStampImpl::GetCachedBytes(), 0U);
     EXPECT_EQ(first->GetRefCount(), 1);
     EXPECT_NE(stamp->GetCoverage({1.5, 2.5, 9}).coverage, first);
 }
@@ -99,7 +99,7 @@ TEST_F(SharedStampCache, StampsAreMadeWithoutACache)
         EXPECT_EQ(placed.coverage->GetRow(9)[9], 255);
         EXPECT_EQ(placed.coverage->GetRefCount(), 1);
     }
-    EXPECT_EQ(ILStampImpl::GetCachedBytes(), 0u);
+    EXPECT_EQ(ILStampImpl::GetCachedBytes(), 0U);
     ILStampImpl::max_cache_size(-5);
     EXPECT_EQ(ILStampImpl::max_cache_size(), 0);
 }
@@ -109,7 +109,7 @@ TEST_F(SharedStampCache, LargeStampsOfOneSizeAreKeptAndThoseOfManySizesAreNot)
     const auto stamp = qs::MakeReference<Stamp>();
     for (int i = 0; i < 50; ++i)
         stamp->GetCoverage({0, 0, 200 + static_cast<float>(i)});
-    EXPECT_EQ(ILStampImpl::GetCachedBytes(), 0u);
+    EXPECT_EQ(ILStampImpl::GetCachedBytes(), 0U);
     stamp->GetCoverage({0, 0, 300});
     const auto second = stamp->GetCoverage({0.5, 0, 300}).coverage;
     EXPECT_EQ(stamp->GetCoverage({7.5, 3, 300}).coverage, second);

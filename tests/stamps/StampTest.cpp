@@ -152,9 +152,9 @@ TEST(Stamp, FewPhasesAreMadeOfLargeSoftStamps)
         }
         return seen.size();
     };
-    EXPECT_LE(countDistinct(0.5F, 200), 2u);
-    EXPECT_LE(countDistinct(0.5F, 64), 4u);
-    EXPECT_EQ(countDistinct(1, 20), 16u);
+    EXPECT_LE(countDistinct(0.5F, 200), 2U);
+    EXPECT_LE(countDistinct(0.5F, 64), 4U);
+    EXPECT_EQ(countDistinct(1, 20), 16U);
 }
 
 TEST(Stamp, RoundStampsIgnoreRotationAndOpacityButEllipsesTurn)

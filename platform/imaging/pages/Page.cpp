@@ -80,7 +80,7 @@ PageContent Page::Classify() const
     uint32_t andOfAll = 0;
     uint32_t orOfAll = 0;
     kernels::Get().foldWords(bytes_, static_cast<int>(GetByteCount()), &andOfAll, &orOfAll);
-    const uint32_t alphaMask = channels_ == 1 ? 0xFFFFFFFFu : 0xFF000000u;
+    const uint32_t alphaMask = channels_ == 1 ? 0xFFFFFFFFU : 0xFF000000U;
     content_ = orOfAll == 0                          ? PageContent::Transparent
                : (andOfAll & alphaMask) == alphaMask ? PageContent::Opaque
                                                      : PageContent::Mixed;

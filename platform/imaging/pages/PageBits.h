@@ -41,8 +41,8 @@ inline uint64_t FillRuns(uint64_t open, uint64_t seeds)
 inline void BitsToCoverage(uint64_t bits, uint8_t* to)
 {
     for (int i = 0; i < kPageSize; i += 8, bits >>= 8) {
-        const uint64_t spread = ((bits & 0xFF) * 0x0101010101010101u) & 0x8040201008040201u;
-        const uint64_t bytes = ((spread + 0x7F7F7F7F7F7F7F7Fu) >> 7 & 0x0101010101010101u) * 255;
+        const uint64_t spread = ((bits & 0xFF) * 0x0101010101010101U) & 0x8040201008040201U;
+        const uint64_t bytes = ((spread + 0x7F7F7F7F7F7F7F7FU) >> 7 & 0x0101010101010101U) * 255;
         std::memcpy(to + i, &bytes, 8);
     }
 }

@@ -60,7 +60,7 @@ private:
     static size_t HashOf(int bx, int by)
     {
         const uint64_t key = uint64_t{static_cast<uint32_t>(by)} << 32 | static_cast<uint32_t>(bx);
-        return static_cast<size_t>((key * 0x9E3779B97F4A7C15u) >> 32);
+        return static_cast<size_t>((key * 0x9E3779B97F4A7C15U) >> 32);
     }
     void Grow();
     Slot& SlotForWriting(int bx, int by);  // a free one is taken, its block still null

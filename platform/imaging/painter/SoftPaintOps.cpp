@@ -16,7 +16,7 @@ void SoftPaintOps::EndOperation()
 qs::TempReference<ilMIOImage> SoftPaintOps::GetLowOrderBitImage()
 {
     if (!lowBits_ && target_ && target_->AsPaged() != nullptr)
-        lowBits_ = new ilSmartImage(ilPixel(kUnsignedByte, target_->GetNumChannels(), 0x80808080u));
+        lowBits_ = new ilSmartImage(ilPixel(kUnsignedByte, target_->GetNumChannels(), 0x80808080U));
     return lowBits_;
 }
 

@@ -30,7 +30,7 @@ ColorMatch::ColorMatch(const ilPixel& seed, float tolerance)
 {
     if (isRefused_ || takesAll_)
         return;
-    const uint32_t weight = kernels::WeightFrom(double{tolerance}) + 1u;
+    const uint32_t weight = kernels::WeightFrom(double{tolerance}) + 1U;
     const uint32_t alpha = seed.GetAlpha();
     match_.weight = static_cast<uint16_t>(weight);
     match_.seed[3] = static_cast<uint8_t>(alpha);
@@ -39,7 +39,7 @@ ColorMatch::ColorMatch(const ilPixel& seed, float tolerance)
     for (int c = 0; c < 3 && channels_ == 4; ++c) {
         match_.seed[c] = static_cast<uint8_t>(std::min<uint32_t>(seed.GetComponent(c), alpha));
         FindRange(match_.low[c], match_.high[c], [&](uint32_t component) {
-            return IsWithin(component * alpha, match_.seed[c] * 255u, 255 * alpha, weight);
+            return IsWithin(component * alpha, match_.seed[c] * 255U, 255 * alpha, weight);
         });
     }
 }

@@ -95,7 +95,7 @@ const ProfileTable& ProfileTableCache::Get(const LinearProfile& profile, double 
     constexpr int kDroppedBits = 20;
     const double widestRadius = std::max(profile.GetSteepness(), 1.0F) / kWidestCountingFilter;
     const auto counting = static_cast<float>(std::min(samples, widestRadius));
-    const uint32_t width = (std::bit_cast<uint32_t>(counting) + (1u << (kDroppedBits - 1))) >> kDroppedBits;
+    const uint32_t width = (std::bit_cast<uint32_t>(counting) + (1U << (kDroppedBits - 1))) >> kDroppedBits;
     const auto fits = [&](const Slot& slot) {
         return slot.identity == profile.GetIdentity() && slot.width == width && slot.isFine == isFine;
     };

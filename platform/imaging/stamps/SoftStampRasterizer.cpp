@@ -263,7 +263,7 @@ void SoftStampRasterizer::WriteManySamples(const Job& job, int y, uint8_t* row, 
     const auto count = static_cast<size_t>(columns.last - columns.first);
     const auto gridX = static_cast<int64_t>((columns.first - job.form.centreX) * kGridPerPixel) + spacing / 2;
     const auto gridY = static_cast<int64_t>((y - job.form.centreY) * kGridPerPixel) + spacing / 2;
-    std::fill_n(sums_.begin(), count, 0u);
+    std::fill_n(sums_.begin(), count, 0U);
     for (int subRow = 0; subRow < samples; ++subRow) {
         const Walk walk = StartWalk(rimForm_, gridX, gridY + subRow * spacing, spacing);
         AddLookups(sums_.data(), count, samples, walk, *rim_);
@@ -271,5 +271,5 @@ void SoftStampRasterizer::WriteManySamples(const Job& job, int y, uint8_t* row, 
     const int shift = ProfileTable::kFineScaleBits + 2 * job.sampleBits;
     uint8_t* out = row + columns.first;
     for (size_t i = 0; i < count; ++i)
-        out[i] = static_cast<uint8_t>((sums_[i] + (1u << (shift - 1))) >> shift);
+        out[i] = static_cast<uint8_t>((sums_[i] + (1U << (shift - 1))) >> shift);
 }

@@ -15,8 +15,8 @@ StampCacheImpl& StampCacheImpl::Get()
 
 size_t StampCacheImpl::HomeOf(const StampKey& key) const
 {
-    uint64_t mixed = (key.geometry ^ key.identity * 0x9E3779B97F4A7C15u) * 0xD6E8FEB86659FD93u;
-    mixed = (mixed ^ mixed >> 32) * 0xD6E8FEB86659FD93u;
+    uint64_t mixed = (key.geometry ^ key.identity * 0x9E3779B97F4A7C15U) * 0xD6E8FEB86659FD93U;
+    mixed = (mixed ^ mixed >> 32) * 0xD6E8FEB86659FD93U;
     return mixed >> (64 - slotBits_);
 }
 

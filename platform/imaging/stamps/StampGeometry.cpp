@@ -95,7 +95,7 @@ StampGeometry::StampGeometry(const StampPlacement& placement, const StampResolut
     const int radiusDrop = std::clamp(unseen + 1, -kFinestBits, kMaxRadiusStepBits) + kFinestBits;
     const auto scaledRadius =
         static_cast<unsigned>(radius * (1 << kFinestBits) + 0.5F * static_cast<float>(1 << radiusDrop));
-    packed = std::max(scaledRadius >> radiusDrop << radiusDrop, 1u);
+    packed = std::max(scaledRadius >> radiusDrop << radiusDrop, 1U);
 
     const int phaseBits = std::clamp(-unseen, 0, MaxPhaseBits(radius, resolution.isMask));
     packed |= static_cast<uint64_t>(phaseBits) << kPhaseBitsAt;
@@ -103,7 +103,7 @@ StampGeometry::StampGeometry(const StampPlacement& placement, const StampResolut
     packed |= SplitPosition(placement.y, phaseBits, y) << kPhaseYAt;
 
     const uint64_t roundedAspect =
-        (std::bit_cast<uint32_t>(aspect) + (1u << (kAspectDroppedBits - 1))) >> kAspectDroppedBits;
+        (std::bit_cast<uint32_t>(aspect) + (1U << (kAspectDroppedBits - 1))) >> kAspectDroppedBits;
     packed |= roundedAspect << kAspectAt;
     if (resolution.isMask || roundedAspect != kRoundAspect) {
         const int period = resolution.isMask ? StampForm::kRotationSteps : StampForm::kRotationSteps / 2;
