@@ -1,7 +1,7 @@
 // Composites of many full layers on 4096 × 4096: all of them, one damaged square, and a merge; and the opening of many
-// small layers. The full layers are dense (every alpha from 1 to 254), painted (12 soft discs each) or faint (every alpha
-// from 1 to 24: no number of them hides what lies below; beyond eight they share their pages). PAINTLAYER_BENCH_FULL=1
-// adds 200 dense ones (14 GiB).
+// small layers. The full layers are dense (every alpha from 1 to 254), painted (12 soft discs each) or faint (every
+// alpha from 1 to 24: no number of them hides what lies below; beyond eight they share their pages).
+// PAINTLAYER_BENCH_FULL=1 adds 200 dense ones (14 GiB).
 
 #include "BenchDocument.h"
 #include <paintlayer/undo/UndoStore.h>
