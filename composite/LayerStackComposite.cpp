@@ -223,7 +223,7 @@ void LayerStackComposite::SplitCompositeTreeByRefLCH(LayerStack* stack, const Pn
     const CompositePort& port = GetCompositePort();
     const Layer* layer = port.GetLayer(stack, ref);
     PntHandle reference = layer != nullptr ? layer->GetLayerContainerHandle() : ref;
-    if (layer != nullptr && (layer->isMask() || layer->isStencil())) {
+    if (layer != nullptr && layer->IsCoverage()) {
         reference = ReferenceOf(stack, layer);
         if (reference == kNullHandle) {
             DropReference(stack, notify);

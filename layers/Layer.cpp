@@ -249,7 +249,17 @@ ilTile Layer::getLayerBounds(bool shrink)
 
 ilTile Layer::getLayerBoundsInCanvasCoords()
 {
-    return ilTileMoved(getLayerBounds(true), getXOffset(), getYOffset());
+    return ToCanvas(getLayerBounds(true));
+}
+
+ilTile Layer::ToCanvas(const ilTile& onLayer) const
+{
+    return ilTileMoved(onLayer, getXOffset(), getYOffset());
+}
+
+ilTile Layer::ToLayer(const ilTile& onCanvas) const
+{
+    return ilTileMoved(onCanvas, -int64_t{getXOffset()}, -int64_t{getYOffset()});
 }
 
 void Layer::ShrinkBounds(bool force, bool)

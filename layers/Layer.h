@@ -51,6 +51,9 @@ public:
     void SetStencilCompositeDirty(bool dirty) override;
     bool isMask() const override { return mode_ == kLayerModeMask; }
     bool isStencil() const override { return mode_ == kLayerModeStencil; }
+
+    /// One channel that says how much: a mask or a stencil.
+    bool IsCoverage() const { return isMask() || isStencil(); }
     bool HasOwner(const PntHandle& owner) const override;
     qs::vector<PntHandle> GetOwnerLayerArray() const override { return owners_; }
 
@@ -60,6 +63,10 @@ public:
     virtual int getXOffset() const { return xOffset_; }
     virtual int getYOffset() const { return yOffset_; }
     virtual void GetOffset(int& x, int& y) const;
+
+    /// A tile of the layer on the canvas, and a canvas tile on the layer; both are held within the range of int.
+    ilTile ToCanvas(const ilTile& onLayer) const;
+    ilTile ToLayer(const ilTile& onCanvas) const;
 
     /// The offset that EndProxy() brings back.
     virtual void GetOrigOffset(int& x, int& y) const;

@@ -36,7 +36,7 @@ qs::Reference<Layer> Layer::Duplicate()
 
 qs::Reference<Layer> Layer::DuplicateAs(LayerMode mode, const ilTile& within)
 {
-    const bool wasCoverage = isMask() || isStencil();
+    const bool wasCoverage = IsCoverage();
     const bool isCoverage = mode == kLayerModeMask || mode == kLayerModeStencil;
     const qs::Reference<Layer> made = Duplicate();
     made->mode_ = mode;

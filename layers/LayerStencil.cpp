@@ -8,7 +8,7 @@
 
 namespace {
 
-bool IsCoverage(const qs::TempReference<ilMIOImage>& image)
+bool IsOneChannel(const qs::TempReference<ilMIOImage>& image)
 {
     return image && image->GetNumChannels() == 1;
 }
@@ -21,7 +21,7 @@ qs::vector<Layer*> Layer::FindActiveStencils() const
     const DocumentPort& port = GetDocumentPort();
     for (const PntHandle& handle : port.GetStencilLayers(GetLayerContainerHandle())) {
         Layer* stencil = port.FindLayer(handle);
-        if (stencil != nullptr && stencil->isActive() && IsCoverage(stencil->image_))
+        if (stencil != nullptr && stencil->isActive() && IsOneChannel(stencil->image_))
             found.push_back(stencil);
     }
     return found;
@@ -29,7 +29,7 @@ qs::vector<Layer*> Layer::FindActiveStencils() const
 
 void Layer::MakeStencilComposite()
 {
-    if (isStencil() || isMask() || !stencilCompositeDirty_)
+    if (IsCoverage() || !stencilCompositeDirty_)
         return;
     stencilComposite_ = nullptr;
     for (const Layer* stencil : FindActiveStencils()) {
@@ -52,7 +52,7 @@ void Layer::MakeStencilComposite(const ilTile&, Layer*, const qs::TempReference<
 
 const ilMIOImage* Layer::GetUpToDateStencil()
 {
-    if (isStencil() || isMask())
+    if (IsCoverage())
         return nullptr;
     MakeStencilComposite();
     const ilSmartImage* made = stencilComposite_.get();
@@ -61,7 +61,7 @@ const ilMIOImage* Layer::GetUpToDateStencil()
 
 void Layer::RefreshStencilComposite(const ilTile& tile)
 {
-    if (stencilCompositeDirty_ || !stencilComposite_ || isStencil() || isMask())
+    if (stencilCompositeDirty_ || !stencilComposite_ || IsCoverage())
         return;
     const ilTile pages = GrownToPages(tile);
     stencilComposite_->fillTile(pages, ilPixel::Coverage(0));
@@ -84,7 +84,7 @@ qs::TempReference<ilSmartImage> Layer::MakeStencilledImage(const ilTile* tile, b
     const qs::TempReference<ilSmartImage> made(new ilSmartImage(transparent));
     if (area.IsEmpty())
         return made;
-    if (isMask() || isStencil()) {
+    if (IsCoverage()) {
         ShowCoverage(*made, area);
         return made;
     }
@@ -148,6 +148,6 @@ qs::TempReference<ilSmartImage> Layer::MakeMaskImage(const qs::vector<LayerConta
 
 void Layer::MakeMaskImageOne(ilSmartImage& into, const ilTile& tile, const Layer& mask)
 {
-    if (IsCoverage(mask.image_))
+    if (IsOneChannel(mask.image_))
         UniteWithin(into, tile, *mask.image_, mask.getXOffset(), mask.getYOffset());
 }

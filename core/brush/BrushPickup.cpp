@@ -28,7 +28,7 @@ void VisitPainted(const ilMIOImage& image, const ilTile& area, Visitor&& visit)
 /// `area`, in layer coordinates, as far as anything is stored there; empty when it is larger than a brush may be.
 ilTile WantedArea(const Layer& layer, const ilMIOImage& image, const ilTile& area)
 {
-    const ilTile onLayer = ilTileMoved(area, -int64_t{layer.getXOffset()}, -int64_t{layer.getYOffset()});
+    const ilTile onLayer = layer.ToLayer(area);
     const bool isWhole = area.IsEmpty();
     // Where the unstored area is painted too, only a tile can say where to end.
     const ilTile wanted = image.GetFillValue().GetAlpha() != 0 && !isWhole ? onLayer
@@ -74,7 +74,7 @@ qs::Reference<PaintObj> BrushPickup::TakeTexture(const Layer& layer, const ilTil
     if (!image || image->GetNumChannels() != 4)
         return {};
     const ilTile painted = PaintedBounds(*image, WantedArea(layer, *image, area));
-    const ilTile onLayer = ilTileMoved(area, -int64_t{layer.getXOffset()}, -int64_t{layer.getYOffset()});
+    const ilTile onLayer = layer.ToLayer(area);
     const ilTile taken = area.IsEmpty() ? painted : onLayer;
     if (painted.IsEmpty() || taken.nx > kMaxSide || taken.ny > kMaxSide)
         return {};

@@ -28,11 +28,6 @@ int UpdateThreshold(float size)
     return std::max(grown, 4 * static_cast<int>(size));
 }
 
-ilTile OnCanvas(const ilTile& tile, const Layer& layer)
-{
-    return ilTileMoved(tile, layer.getXOffset(), layer.getYOffset());
-}
-
 }  // namespace
 
 /// Everything that a stroke uses, kept alive until the outermost call on it returns.
@@ -338,7 +333,7 @@ void BrushStroker::FinishPainting(OpenStroke& stroke)
     }
     if (!isComposed || stroke.paintsStencil) {
         stroke.stack->SetStencilCompositeDirty(stroke.layerHandle);
-        stroke.stack->DamageTile(OnCanvas(wet, *stroke.layer));
+        stroke.stack->DamageTile(stroke.layer->ToCanvas(wet));
     }
 }
 

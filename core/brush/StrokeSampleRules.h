@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/PaintManager.h"
+#include "platform/imaging/stamps/Stamp.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,8 +23,7 @@ inline float LimitedSampleSize(float size)
 /// The smaller axis stays at least a pixel wide; `size` is limited already.
 inline float LimitedSampleAspect(float aspect, float size)
 {
-    constexpr float kLargest = 1.9F;
-    return aspect < 1 ? std::max(aspect, 1 / size) : std::min(aspect, kLargest);
+    return aspect < 1 ? std::max(aspect, 1 / size) : std::min(aspect, StampPlacement::kMaxAspect);
 }
 
 /// Cut towards 0; what lies beyond every image is held at the edge.

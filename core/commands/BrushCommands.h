@@ -6,12 +6,13 @@
 #include "platform/imaging/pages/ilSmartImage.h"
 #include "platform/imaging/painter/PaintOps.h"
 #include "platform/imaging/stamps/BrushParameters.h"
+#include "platform/imaging/stamps/Stamp.h"
 #include "platform/imaging/strokes/StrokeParameters.h"
 
 /// Part of PaintManager: the brush, and pictures of it.
 class PAINTLAYER_EXPORT BrushCommands {
 public:
-    static constexpr int kMaxStampRadius = 1280;  // pixels
+    static constexpr int kMaxStampRadius = static_cast<int>(StampPlacement::kMaxRadius);  // pixels
 
     // --- parameters; not changed during a stroke, nor with numbers that no brush can have ---
 

@@ -146,9 +146,9 @@ qs::Reference<const StampCoverage> Stamp::MakeCoverage(uint64_t geometry) const
 
 double Stamp::GetReach(float size, float aspect)
 {
-    constexpr double kMaxRadius = StampGeometry::kMaxRadiusPx;
+    constexpr double kMaxRadius = StampPlacement::kMaxRadius;
     const double along = size > 0 ? std::min<double>(size, kMaxRadius) : 0;
-    const double wider = aspect > 1 ? std::min<double>(aspect, StampGeometry::kMaxAspect) : 1;
+    const double wider = aspect > 1 ? std::min<double>(aspect, StampPlacement::kMaxAspect) : 1;
     // A square mask reaches farthest with its corner, the square root of 2 times its half side. Quantising may have
     // made the stamp two pixels larger and moved its centre by half a pixel, and a pixel is covered as soon as the
     // stamp touches it.

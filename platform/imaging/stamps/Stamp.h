@@ -7,11 +7,14 @@
 
 /// Where and how one impression of the brush is made.
 struct StampPlacement {
+    static constexpr float kMaxRadius = 1280;  // pixels; larger ones act as this
+    static constexpr float kMaxAspect = 1.9F;
+
     double x = 0;  // centre, pixels of the target image
     double y = 0;
     float size = 1;  // radius in pixels, above 0
     float opacity = 1;  // 0 to 1
-    float aspect = 1;  // the axis across the rotation by the axis along it, above 0 to 1.9
+    float aspect = 1;  // the axis across the rotation by the axis along it, above 0 to kMaxAspect
     float rotation = 0;  // degrees, clockwise on the screen (y down)
 };
 
@@ -71,7 +74,7 @@ public:
 
     /// The coverage of the stamp at `placement` (its opacity is not part of it), from the stamp cache where it is
     /// known. Nothing is covered when a number is NaN or infinite, size or aspect is not above 0, or the place lies
-    /// beyond ±2^30 pixels. A radius below 1/16 pixel acts as 1/16, one above 1280 as 1280.
+    /// beyond ±2^30 pixels. A radius below 1/16 pixel acts as 1/16, one above kMaxRadius as that.
     PlacedCoverage GetCoverage(const StampPlacement& placement) const;
 
     /// An upper bound of the distance from the centre to the farthest covered pixel, in pixels.

@@ -89,7 +89,7 @@ bool StampGeometry::IsPlaceable(const StampPlacement& placement)
 StampGeometry::StampGeometry(const StampPlacement& placement, const StampResolution& resolution)
 {
     const float radius = std::clamp(placement.size, kMinRadiusPx, kMaxRadiusPx);
-    const float aspect = std::clamp(placement.aspect, kMinRadiusPx / kMaxRadiusPx, kMaxAspect);
+    const float aspect = std::clamp(placement.aspect, kMinRadiusPx / kMaxRadiusPx, StampPlacement::kMaxAspect);
     const int unseen = FloorLog2(radius * std::min(aspect, 1.0F) * resolution.stepByRadius);
 
     const int radiusDrop = std::clamp(unseen + 1, -kFinestBits, kMaxRadiusStepBits) + kFinestBits;

@@ -1,10 +1,9 @@
 #pragma once
 
+#include "platform/imaging/stamps/Stamp.h"
 #include "platform/imaging/stamps/StampForm.h"
 
 #include <cstdint>
-
-struct StampPlacement;
 
 /// How finely the geometry of a stamp is kept apart.
 struct StampResolution {
@@ -16,8 +15,7 @@ struct StampResolution {
 /// A placement, quantised: its whole-pixel position, and all that its coverage depends on packed into 64 bits.
 struct StampGeometry {
     static constexpr float kMinRadiusPx = 1.0F / 16;
-    static constexpr float kMaxRadiusPx = 1280;
-    static constexpr float kMaxAspect = 1.9F;
+    static constexpr float kMaxRadiusPx = StampPlacement::kMaxRadius;
 
     uint64_t packed = 0;
     int x = 0;

@@ -14,7 +14,6 @@ constexpr double kFarthestDrag = 0x1p30;  // pixels; farther, nothing is stored
 constexpr float kSmallestSize = 1.0F / 64;
 constexpr float kLargestSize = 1e6F;
 constexpr float kSmallestAspect = 0.01F;
-constexpr float kLargestAspect = 1.9F;
 constexpr double kLargestScatter = 100;  // radii: stamps from as far away can reach the canvas, so all are looked at
 
 // A closer spacing cannot be seen, and a size that outgrows a fixed spacing would cost without limit.
@@ -143,7 +142,7 @@ void StampStroke::add_point(float x, float y, float size, float opacity, float a
     sample.y = std::clamp<double>(y, -kFarthestPlace, kFarthestPlace);
     sample.size = std::clamp(size, kSmallestSize, kLargestSize);
     sample.opacity = std::clamp(opacity, 0.0F, 1.0F);
-    sample.aspect = std::clamp(aspect, kSmallestAspect, kLargestAspect);
+    sample.aspect = std::clamp(aspect, kSmallestAspect, StampPlacement::kMaxAspect);
     sample.rotation = std::fmod(rotation, 360.0F);
 
     if (interpolator_)
