@@ -1,10 +1,8 @@
 #include "stack/LayerStack.h"
 
-#include "layers/DocumentPort.h"
 #include "stack/LayerStackPorts.h"
+#include "stack/StackParts.h"
 #include "stack/StackPort.h"
-
-#include <cstdio>
 
 namespace {
 
@@ -15,55 +13,47 @@ int64_t maxPixelCount = int64_t{1} << 31;
 }  // namespace
 
 LayerStack::LayerStack(qsOS::Uuid instance, int width, int height)
-    : imageFolder_(new LayerFolder), maskFolder_(new LayerFolder), stencilFolder_(new LayerFolder)
+    : parts_(std::make_unique<StackParts>(*this, instance))
 {
-    instance_ = instance;
     InstallStackPorts();
-    composite_.SetOwner(this);
-    for (LayerFolder* folder : TopFolders())
-        folder->VerifyAllLsHandle(instance_);
     const bool isAcceptable = IsAcceptableSize(width, height);
     SetSize({0, 0, isAcceptable ? width : 1, isAcceptable ? height : 1}, false, true, true);
-    backgroundColor_ = GetStackPort().DefaultBackgroundColor();
+    SetBackgroundColor(GetStackPort().DefaultBackgroundColor());
     Notify(true);
     CleanStencilImg_spf();
     ClearSelectionMask(true);
 }
 
-LayerStack::LayerStack(qs::Reference<LayerStack> source)
-    : imageFolder_(new LayerFolder(kNullHandle)), maskFolder_(new LayerFolder(kNullHandle)),
-      stencilFolder_(new LayerFolder(kNullHandle))
+LayerStack::LayerStack(qs::Reference<LayerStack> source) : parts_(std::make_unique<StackParts>(*this))
 {
     InstallStackPorts();
-    composite_.SetOwner(this);
     if (!source)
         return;
     source->EndProxy();
-    LayerStackState::operator=(*source);
-    imageFolder_->CopyWhole(*source->imageFolder_);
-    maskFolder_->CopyWhole(*source->maskFolder_);
-    stencilFolder_->CopyWhole(*source->stencilFolder_);
-    if (source->selectionMask_)
-        selectionMask_.reset(static_cast<Layer*>(source->selectionMask_->Clone()));
-    currentLayer_ = GetLayerFromHandle(source->GetCurrentLayerContainerHandle());
-    DropLostGroupMembers();
-    // Last: from here on the source is without its plane, tree and caches, so nothing that can fail may follow.
-    source->treeIsStale_ = true;
-    composite_.TakeFrom(source->composite_);
-    CopyImagePlane(source, true, true, false);
+    parts_->BecomeVersionOf(*source->parts_);
 }
 
-LayerStack::LayerStack(MIOLayerStack_sr*)
-    : imageFolder_(new LayerFolder), maskFolder_(new LayerFolder), stencilFolder_(new LayerFolder)
+LayerStack::LayerStack(MIOLayerStack_sr*) : parts_(std::make_unique<StackParts>(*this, qsOS::Uuid::generate()))
 {
-    instance_ = qsOS::Uuid::generate();
     InstallStackPorts();
-    composite_.SetOwner(this);
-    for (LayerFolder* folder : TopFolders())
-        folder->VerifyAllLsHandle(instance_);
 }
 
 LayerStack::~LayerStack() = default;
+
+qsOS::Uuid LayerStack::GetLsInstanceHandle() const
+{
+    return parts_->tree.GetInstance();
+}
+
+ilTile LayerStack::GetSize() const
+{
+    return parts_->canvas.GetSize();
+}
+
+bool LayerStack::GetClipToSize() const
+{
+    return parts_->canvas.GetClipToSize();
+}
 
 bool LayerStack::IsAcceptableSize(int64_t width, int64_t height)
 {
@@ -83,52 +73,44 @@ void LayerStack::SetMaxPixelCount(int64_t count)
 
 void LayerStack::SetResolution(int x, int y)
 {
-    resolutionX_ = x;
-    resolutionY_ = y;
+    parts_->properties.resolutionX = x;
+    parts_->properties.resolutionY = y;
 }
 
 void LayerStack::GetResolution(int& x, int& y) const
 {
-    x = resolutionX_;
-    y = resolutionY_;
+    x = parts_->properties.resolutionX;
+    y = parts_->properties.resolutionY;
 }
 
-void LayerStack::SetSymmetry(Symmetry* symmetry)
+PaintColor LayerStack::GetBackgroundColor() const
 {
-    if (symmetry != symmetry_.get())
-        symmetry_.reset(symmetry);
+    return parts_->properties.backgroundColor;
 }
 
-void LayerStack::SetShowCurrentLayerOnly(bool on)
+void LayerStack::SetBackgroundColor(const PaintColor& color)
 {
-    if (on == showCurrentLayerOnly_)
-        return;
-    showCurrentLayerOnly_ = on;
-    DamageCanvas();
+    parts_->properties.backgroundColor = color;
 }
 
-void LayerStack::SetMaskDisable(bool disable)
+Symmetry* LayerStack::GetSymmetry() const
 {
-    if (disable == maskDisable_)
-        return;
-    maskDisable_ = disable;
-    maskIsStale_ = true;
-    DamageCanvas();
+    return parts_->properties.symmetry.get();
 }
 
-void LayerStack::SetMaskVisible(bool visible)
+bool LayerStack::GetShowCurrentLayerOnly() const
 {
-    if (visible == maskVisible_)
-        return;
-    maskVisible_ = visible;
-    maskIsStale_ = true;
-    DamageCanvas();
+    return parts_->properties.showCurrentLayerOnly;
 }
 
-void LayerStack::SwapProperties(DocumentProperties& properties) noexcept
+bool LayerStack::GetMaskDisable() const
 {
-    std::swap(static_cast<DocumentProperties&>(*this), properties);
-    maskIsStale_ = true;
+    return parts_->properties.maskDisable;
+}
+
+bool LayerStack::GetMaskVisible() const
+{
+    return parts_->properties.maskVisible;
 }
 
 void LayerStack::Notify(bool changed)
@@ -137,33 +119,50 @@ void LayerStack::Notify(bool changed)
     GetStackPort().StackChanged(changed);
 }
 
-void LayerStack::DropLostGroupMembers()
-{
-    for (qs::vector<PntHandle>& group : transformGroups_)
-        std::erase_if(group, [&](const PntHandle& handle) { return GetLayerContainerFromHandle(handle) == nullptr; });
-}
-
 void LayerStack::debug()
 {
-    if (!IsDumpWanted())
+    parts_->Dump();
+}
+
+const DocumentProperties& LayerStack::GetProperties() const
+{
+    return parts_->properties;
+}
+
+void LayerStack::SetSymmetry(Symmetry* symmetry)
+{
+    if (symmetry != parts_->properties.symmetry.get())
+        parts_->properties.symmetry.reset(symmetry);
+}
+
+void LayerStack::SetShowCurrentLayerOnly(bool on)
+{
+    if (on == parts_->properties.showCurrentLayerOnly)
         return;
-    std::printf("=================== LS (begin) ===================\n");
-    std::printf(">>> LsInstanceHandle[%s]\n", instance_.asString().c_str());
-    std::printf("IMAGE FOLDER\n");
-    imageFolder_->Debug();
-    std::printf("MASK FOLDER\n");
-    maskFolder_->Debug();
-    std::printf("STENCIL FOLDER\n");
-    stencilFolder_->Debug();
-    std::printf("=================== TRANSFORM ===================\n");
-    for (const qs::vector<PntHandle>& group : transformGroups_) {
-        std::printf("\t[Transform] <start>\n");
-        for (const PntHandle& handle : group) {
-            const LayerContainer* container = GetLayerContainerFromHandle(handle);
-            std::printf("\t\t lh[%s][%s]", handle.layerStack.asString().c_str(), handle.own.asString().c_str());
-            std::printf(" Layer[%s]\n", container != nullptr ? container->GetLayerContainerName() : "NONE");
-        }
-        std::printf("\t[Transform] <end>\n");
-    }
-    std::printf("=================== LS (end) ===================\n");
+    parts_->properties.showCurrentLayerOnly = on;
+    parts_->canvas.DamageCanvas();
+}
+
+void LayerStack::SetMaskDisable(bool disable)
+{
+    if (disable == parts_->properties.maskDisable)
+        return;
+    parts_->properties.maskDisable = disable;
+    parts_->canvas.MarkMaskStale();
+    parts_->canvas.DamageCanvas();
+}
+
+void LayerStack::SetMaskVisible(bool visible)
+{
+    if (visible == parts_->properties.maskVisible)
+        return;
+    parts_->properties.maskVisible = visible;
+    parts_->canvas.MarkMaskStale();
+    parts_->canvas.DamageCanvas();
+}
+
+void LayerStack::SwapProperties(DocumentProperties& properties) noexcept
+{
+    std::swap(parts_->properties, properties);
+    parts_->canvas.MarkMaskStale();
 }

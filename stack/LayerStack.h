@@ -11,20 +11,19 @@
 #include "platform/imaging/painter/PaintOps.h"
 #include "platform/imaging/regions/CoverageFilters.h"
 #include "platform/imaging/regions/PolygonRasterizer.h"
-#include "stack/LayerStackState.h"
+#include "stack/DocumentProperties.h"
 #include "stack/SelectionMode.h"
 
-#include <algorithm>
-#include <array>
 #include <cstdint>
 #include <functional>
-#include <optional>
+#include <memory>
 
 class FloodRegion;
 class LayerStackView;
 class MIOLayerStack_sr;
 class MaskingPaintOps;
 class PageAccount;
+struct StackParts;
 
 /// One painting document: a canvas of fixed size with three ordered folders of layers (image, mask, stencil), a
 /// selection mask outside them, a current layer with its painter, cached composites, and the image plane that its
@@ -36,7 +35,7 @@ class PageAccount;
 /// In every handle argument the current-layer handle names the current layer. A handle that resolves to nothing, or to
 /// a container of the wrong kind, makes a call do nothing and return false, null, an empty list or the null handle.
 /// Layers and folders are borrowed in arguments and results. Coordinates are canvas pixels unless stated.
-class PAINTLAYER_EXPORT LayerStack : public qs::ReferenceCount, private LayerStackState {
+class PAINTLAYER_EXPORT LayerStack : public qs::ReferenceCount {
 public:
     // --- construction (LayerStack.cpp) ---
 
@@ -61,9 +60,9 @@ public:
 
     // --- the document's own properties (LayerStack.cpp) ---
 
-    qsOS::Uuid GetLsInstanceHandle() const { return instance_; }
-    ilTile GetSize() const { return size_; }
-    bool GetClipToSize() const { return clipToSize_; }
+    qsOS::Uuid GetLsInstanceHandle() const;
+    ilTile GetSize() const;
+    bool GetClipToSize() const;
 
     /// Sides of 1 to kMaxSide and at most GetMaxPixelCount() pixels.
     static bool IsAcceptableSize(int64_t width, int64_t height);
@@ -75,20 +74,20 @@ public:
     void SetResolution(int x, int y);
     void GetResolution(int& x, int& y) const;
 
-    PaintColor GetBackgroundColor() const { return backgroundColor_; }
-    void SetBackgroundColor(const PaintColor& color) { backgroundColor_ = color; }
+    PaintColor GetBackgroundColor() const;
+    void SetBackgroundColor(const PaintColor& color);
 
     /// Owned by the stack from here on; null for none.
     void SetSymmetry(Symmetry* symmetry);
-    Symmetry* GetSymmetry() const { return symmetry_.get(); }
+    Symmetry* GetSymmetry() const;
 
-    LayerStackComposite* GetLSComposite() { return &composite_; }
+    LayerStackComposite* GetLSComposite();
 
-    bool GetShowCurrentLayerOnly() const { return showCurrentLayerOnly_; }
+    bool GetShowCurrentLayerOnly() const;
     void SetShowCurrentLayerOnly(bool on);
-    bool GetMaskDisable() const { return maskDisable_; }
+    bool GetMaskDisable() const;
     void SetMaskDisable(bool disable);
-    bool GetMaskVisible() const { return maskVisible_; }
+    bool GetMaskVisible() const;
     void SetMaskVisible(bool visible);
 
     void EnableMasking(bool) {}
@@ -101,7 +100,7 @@ public:
     void debug();
 
     /// The properties of the document as they are stored; nothing is damaged.
-    const DocumentProperties& GetProperties() const { return *this; }
+    const DocumentProperties& GetProperties() const;
     void SwapProperties(DocumentProperties& properties) noexcept;
 
     // --- folders and look-up (LayerStackLookup.cpp) ---
@@ -197,7 +196,7 @@ public:
 
     // --- the current layer and its painter (LayerStackCurrent.cpp) ---
 
-    Layer* GetCurrentLayerPtr() const { return currentLayer_; }
+    Layer* GetCurrentLayerPtr() const;
 
     /// Makes a layer current; a folder's handle, the layer that was current in it last. `splitFlag` notifies the host.
     /// Nothing happens for the current layer; for no layer only with `force`: then none is current.
@@ -264,7 +263,7 @@ public:
 
     // --- selection mask (LayerStackSelection.cpp) ---
 
-    Layer* GetSelectionMask() const { return selectionMask_.get(); }
+    Layer* GetSelectionMask() const;
     void SetSelectionMask(Layer* mask);
 
     /// The same for a mask that was this document's before, when nothing may fail; the caller sees to the redraw.
@@ -286,9 +285,9 @@ public:
     ilTile GetSelMaskBounds() const;
     void GetSelMaskOffset(int& x, int& y) const;
 
-    float GetSelectionDefaultDisplayOpacity() const { return selectionDisplayOpacity_; }
+    float GetSelectionDefaultDisplayOpacity() const;
     void SetSelectionDefaultDisplayOpacity(float opacity);
-    PaintColor GetSelectionDefaultDisplayColor() const { return selectionDisplayColor_; }
+    PaintColor GetSelectionDefaultDisplayColor() const;
     void SetSelectionDefaultDisplayColor(const PaintColor& color);
 
     // --- what is selected. Nothing outside the canvas is changed, and painting follows at once. With `rebuild` the
@@ -384,9 +383,9 @@ public:
 
     // --- masks and stencils (LayerStackMasks.cpp) ---
 
-    float GetMaskDefaultDisplayOpacity() const { return maskDisplayOpacity_; }
+    float GetMaskDefaultDisplayOpacity() const;
     void SetMaskDefaultDisplayOpacity(float opacity);  // for layers made from here on
-    PaintColor GetMaskDefaultDisplayColor() const { return maskDisplayColor_; }
+    PaintColor GetMaskDefaultDisplayColor() const;
     void SetMaskDefaultDisplayColor(const PaintColor& color);
 
     PaintColor GetMaskLayerDisplayColor(const PntHandle& handle) const;
@@ -426,8 +425,8 @@ public:
                              const PntHandle& layer);
 
     /// By how many pixels smooth fills and wands reach beyond that, 0 (at first) to 500; clamped.
-    void SetFloodFillGrowth(int pixels) { floodFillGrowthPx_ = std::clamp(pixels, 0, kMaxGrowPx); }
-    int GetFloodFillGrowth() const { return floodFillGrowthPx_; }
+    void SetFloodFillGrowth(int pixels);
+    int GetFloodFillGrowth() const;
 
     /// Moves the selection to the colour's alpha where the layer is alike: 1 selects, 0 deselects. fromAll: from a
     /// canvas that is selected whole. A point outside the canvas acts as the nearest one inside. Nothing happens for
@@ -445,8 +444,8 @@ public:
 
     /// The same for the current layer, without anybody to tell.
     bool BeginProxy(ProxyParameters::ScopeHint scope, ProxyParameters::Images images);
-    bool InProxy() const { return inProxy_; }
-    void ForceOutProxy() { inProxy_ = false; }
+    bool InProxy() const;
+    void ForceOutProxy();
 
     /// Ends an active proxy: its layers show their originals again, unless a slot of the parameters' keep signal wants
     /// the edits to stay; then tells the ended signal. From inside such a slot nothing happens.
@@ -456,17 +455,17 @@ public:
     void RevertProxy();
 
     /// The layers that the proxy in progress holds.
-    const qs::vector<PntHandle>& GetProxyLayers() const { return proxyLayers_; }
+    const qs::vector<PntHandle>& GetProxyLayers() const;
 
-    bool InProxyRotateCanvas() const { return inProxyRotateCanvas_; }
-    void BeginProxyRotateCanvas() { inProxyRotateCanvas_ = true; }
-    void EndProxyRotateCanvas() { inProxyRotateCanvas_ = false; }
+    bool InProxyRotateCanvas() const;
+    void BeginProxyRotateCanvas();
+    void EndProxyRotateCanvas();
     void ProxyRotateCanvas(const LayerStackTransform&) {}
 
     // --- transform groups (LayerStackTransformGroups.cpp); a layer is in one at most ---
 
     /// Groups of layers that transform together; handles that no longer resolve are allowed.
-    const qs::list<qs::vector<PntHandle>>& GetTransformGroups() const { return transformGroups_; }
+    const qs::list<qs::vector<PntHandle>>& GetTransformGroups() const;
 
     /// The layers of the group that holds the named layer, itself included; empty when it is in none.
     qs::vector<PntHandle> getTransformGroup(const PntHandle& handle) const;
@@ -710,17 +709,17 @@ public:
     /// The whole canvas in an image of its own, made afresh; null while composites are suspended or without a current
     /// layer.
     qs::TempReference<ilImage> GetUpdateImagePlaneBits(bool overlay);
-    qs::TempReference<ilImage> GetCompositeImage() { return GetUpdateImagePlaneBits(false); }
+    qs::TempReference<ilImage> GetCompositeImage();
 
     /// Null before the first SetSize and after FreeCacheData.
-    qs::TempReference<ilSPMemoryImg> GetImagePlane() const { return imagePlane_; }
+    qs::TempReference<ilSPMemoryImg> GetImagePlane() const;
 
     /// Nests. The last resume damages the whole canvas and draws nothing.
-    void SuspendComposites() { ++compositesSuspended_; }
+    void SuspendComposites();
     void ResumeComposites();
-    bool CompositesSuspended() const { return compositesSuspended_ > 0; }
+    bool CompositesSuspended() const;
 
-    void SetTimerBasedUpdate(bool on) { timerBasedUpdate_ = on; }
+    void SetTimerBasedUpdate(bool on);
     void BeginTimerBasedUpdate(int intervalMs);
     void EndTimerBasedUpdate();
     void CheckTimerBasedUpdate();  // only while timer-based update is on
@@ -756,66 +755,25 @@ public:
     void ReleaseCachedImages();
 
 private:
-    // Construction.
-    void DropLostGroupMembers();
-
-    // Looking up: the folder that directly holds a container, and optionally the one of the three above it.
-    std::array<LayerFolder*, 3> TopFolders() const;  // image, mask, stencil
-    bool IsTopFolder(const LayerFolder* folder) const;
-    LayerFolder* HoldingFolder(const LayerContainer* container, LayerFolder** top) const;
-    PntHandle ResolveHandle(const PntHandle& handle) const;  // the current-layer handle becomes the layer's own
-
-    // Structure. A deletion does not redraw.
     bool InsertLayer(Layer* layer, const PntHandle& where, bool above);
     bool InsertContainer(LayerContainer* container, LayerFolder* top, const PntHandle& where, bool above);
     void DeleteLayer(Layer* layer, bool keepOne);
-    qs::vector<qs::Reference<Layer>> WithHardLinked(Layer* layer) const;
     Layer* ChooseCurrentAfter(Layer* layer, const qs::vector<qs::Reference<Layer>>& leaving) const;
     void TakeOut(Layer* layer);
     void EnsureImageLayer();
     void DeleteLayersOf(LayerFolder* folder, bool keepHardLinked);
-
-    // The current layer.
-    void BecomeCurrent(Layer* layer);
-    void RememberCurrentInFolder();
-    void ResetCurrentPainter();  // without a clipping image
-    void UpdatePainterClip();
-
-    // The selection.
     qs::Reference<Layer> NewSelectionMask(const qs::Reference<ilSmartImage>& image) const;
     void ReplaceSelection(const qs::Reference<ilSmartImage>& image);
     void EditSelection(const ilTile& onCanvas, bool rebuild, const std::function<void(ilMIOImage& mask)>& edit);
     void BlendIntoSelection(const ilMIOImage& image, int x, int y, int sourceFactor, bool rebuild);
     void ShowSelection(bool rebuild);
-    ilTile OnSelection(const ilTile& onCanvas) const;  // in the selection mask's coordinates
-
-    // What follows from a change: caches, damage, redraw.
-    void MarkTreeStale();
-    void TellChanged(Layer& layer);
-    void DamageCanvas();
-    void DamageLayer(Layer& layer);
-    struct EndedProxy;
-    bool AskWhetherEditsStay(const EndedProxy& ended);
-    void DropProxy() noexcept;
-    void DropProxyEdits(Layer& layer, bool goesOn);
-    void DamageProxyEdits(Layer& layer);
-
-    // Edits of layers: the pictures are made for all before the first is taken.
     using MakePicture = std::function<LayerPicture(const Layer& layer, const EditLimit& limit)>;
-    qs::vector<PntHandle> GetTransformTargets(const PntHandle& handle) const;
-    qs::vector<PntHandle> GetEditTarget(const PntHandle& handle) const;
-    bool LeaveTransformGroup(const PntHandle& own);
-    EditLimit GetEditLimit(const Layer& layer) const;
     bool EditLayers(const qs::vector<PntHandle>& handles, const MakePicture& make);
     bool EditInProxy(const qs::vector<PntHandle>& handles, const MakePicture& make);
     bool PreviewLayers(const qs::vector<PntHandle>& handles, const MakePicture& make);
     bool TransformDocument(const qsLinear::AffineMatrix& matrix, int64_t width, int64_t height,
                            const TransformFilters& filters);
-    qs::vector<qs::Reference<Layer>> GetAllLayers() const;  // of the three folders, and the selection mask
     void ShowLayer(Layer& layer, bool visible);
-    void ShowChange();
-
-    // Merging, copying and baking.
     void BeginEdit();  // ends a proxy and takes in what was painted
     void EndStructuralEdit(bool redraw);
     Layer* FindMergeLayer(const PntHandle& handle) const;
@@ -834,63 +792,20 @@ private:
     void ReceiveMerge(Layer& receiver, const qs::Reference<ilSmartImage>& picture, const qs::vector<Layer*>& merged);
     void RemoveMerged(Layer& receiver, const qs::vector<Layer*>& merged);
     void ReleaseStencils(Layer& layer, Layer* heir, bool deleteUnowned);
-    void LiftOutOfFolder(Layer& layer);
-    qs::vector<Layer*> FlattenedImageLayers(bool shownOnly) const;
     PntHandle DuplicateLayer(Layer& source, const PntHandle& where, bool above, bool redraw, int target, bool connect);
     PntHandle CopyLayerAs(const PntHandle& handle, int target, bool connect);
     qs::vector<qs::Reference<Layer>> DuplicateFollowers(const Layer& source, Layer& duplicate);
     qsString::CString MakeCopyName(const char* name) const;
     bool BakeStencils(Layer& layer, bool deleteUnowned, bool newImage);
     bool HasActiveStencil(Layer& layer) const;
-
-    // Pixels of one layer.
     qs::Reference<Layer> BeginPixelEdit(const PntHandle& handle);  // null when there is nothing to edit
     void EndPixelEdit(Layer& layer, const ilTile& canvasTile);
-    ilTile CanvasOn(const Layer& layer) const;  // in layer coordinates
-    ilTile DamageOf(Layer& layer) const;  // where the layer can show, on the canvas
-    ilTile ReachOf(Layer& layer) const;  // how far an edit of all its pixels goes, in layer coordinates
     bool InvertLayer(const PntHandle& handle, LayerMode mode);
-
-    // Flood fills.
     bool IsFillable(const Layer& layer) const;
     bool Flood(Layer& layer, int x, int y, float tolerance, const PaintColor& color, bool isSmooth, ilTile& onCanvas);
     void TellFilled(Layer& layer, const FloodRegion& region);
     bool SelectByWand(int x, int y, float tolerance, const PaintColor& color, bool fromAll, bool isSmooth,
                       const PntHandle& handle);
 
-    // Composites.
-    void BringCompositeUpToDate();
-    void RebuildCompositeTree();
-    void RebuildCompositeMask();
-    bool HasCompositeMask();
-    void PrepareFullRedraw();
-
-    // The update pass.
-    void DrainPainterDamage();
-    void RefreshOwnersOfStencil(const Layer& stencil, const ilTile& onCanvas);
-    void ComposeTile(const ilTile& tile, bool overlay, PaintOps& target);
-    void DrawOverlay(const ilTile& tile, PaintOps& target);
-    bool IsViewer(const LayerStackView* view) const;
-    void TellViewsDamage(const ilTile& onCanvas);
-    void ShowPlane();
-    template <class Call>
-    void CallViews(Call&& call);
-
-    qs::vector<LayerStackView*> viewers_;  // not owned, unique, in the order of AddViewer
-    LayerStackComposite composite_;
-    qs::TempReference<ilSPMemoryImg> imagePlane_;
-    qs::Reference<PaintOps> imagePlanePainter_;
-
-    qs::Reference<LayerFolder> imageFolder_;
-    qs::Reference<LayerFolder> maskFolder_;
-    qs::Reference<LayerFolder> stencilFolder_;
-    qs::Reference<Layer> selectionMask_;
-    Layer* currentLayer_ = nullptr;  // held by its folder, or the selection mask
-    qs::Reference<PaintOps> currentPainter_;  // of currentLayer_; null until it is asked for
-
-    bool inProxy_ = false;
-    bool inProxyRotateCanvas_ = false;
-    bool isEndingProxy_ = false;  // a slot is asked whether the edits stay
-    std::optional<ProxyParameters> proxyParameters_;  // of the proxy in progress
-    qs::vector<PntHandle> proxyLayers_;
+    std::unique_ptr<StackParts> parts_;
 };

@@ -1,6 +1,7 @@
 #include "stack/LayerStack.h"
-#include "stack/StackEdit.h"
+#include "stack/StackParts.h"
 #include "stack/StackPort.h"
+#include "stack/edits/StackEdit.h"
 
 namespace {
 
@@ -34,10 +35,10 @@ qs::Reference<ilSmartImage> CopyOf(const ilImage& image)
 
 bool LayerStack::InsertContainer(LayerContainer* container, LayerFolder* top, const PntHandle& where, bool above)
 {
-    const PntHandle stamped(instance_, container->GetLayerContainerHandle().own);
-    if (GetLayerContainerFromHandle(stamped) != nullptr)
+    const PntHandle stamped(parts_->tree.GetInstance(), container->GetLayerContainerHandle().own);
+    if (parts_->tree.GetLayerContainerFromHandle(stamped) != nullptr)
         return false;
-    LayerContainer* ref = top->GetLayerContainerFromHandle(ResolveHandle(where));
+    LayerContainer* ref = top->GetLayerContainerFromHandle(parts_->tree.ResolveHandle(where));
     if (ref == top)
         ref = nullptr;
     return top->AddLayerContainer(container, ref, above);
@@ -47,30 +48,30 @@ bool LayerStack::AddLayerToStack(Layer* layer, const PntHandle& where, bool abov
 {
     if (!InsertLayer(layer, where, above))
         return false;
-    MarkTreeStale();
+    parts_->canvas.MarkTreeStale();
     return true;
 }
 
 bool LayerStack::InsertLayer(Layer* layer, const PntHandle& where, bool above)
 {
-    if (layer == nullptr || !InsertContainer(layer, GetLayerFolder(layer->GetLayerMode()), where, above))
+    if (layer == nullptr || !InsertContainer(layer, parts_->tree.GetLayerFolder(layer->GetLayerMode()), where, above))
         return false;
-    layer->VerifyAllLsHandle(instance_);
+    layer->VerifyAllLsHandle(parts_->tree.GetInstance());
     return true;
 }
 
 bool LayerStack::AddLayerFolderToStack(LayerFolder* folder, LayerMode mode, const PntHandle& where)
 {
-    LayerFolder* top = GetLayerFolder(mode);
+    LayerFolder* top = parts_->tree.GetLayerFolder(mode);
     if (folder == nullptr || HoldsFolder(*folder))
         return false;
-    LayerFolder* holding = FindLayerFolder(where, true);
-    if (holding != nullptr && holding != top && !IsTopFolder(holding))
+    LayerFolder* holding = parts_->tree.FindLayerFolder(where, true);
+    if (holding != nullptr && holding != top && !parts_->tree.IsTopFolder(holding))
         return false;
     if (!InsertContainer(folder, top, where, true))
         return false;
-    folder->VerifyAllLsHandle(instance_);
-    MarkTreeStale();
+    folder->VerifyAllLsHandle(parts_->tree.GetInstance());
+    parts_->canvas.MarkTreeStale();
     return true;
 }
 
@@ -79,19 +80,19 @@ PntHandle LayerStack::AddLayer(Layer* layer, const PntHandle& where, bool rebuil
     const StackEdit edit(*this);
     if (!InsertLayer(layer, where, above))
         return kNullHandle;
-    BecomeCurrent(layer);
-    DamageCanvas();
+    parts_->current.Become(layer);
+    parts_->canvas.DamageCanvas();
     if (layer->isMask() || layer->isStencil())
-        treeIsStale_ = true;
-    else if (!treeIsStale_)
-        composite_.AddCompositeBase(this, *layer);
+        parts_->canvas.SetTreeStale(true);
+    else if (!parts_->canvas.IsTreeStale())
+        parts_->canvas.GetComposite().AddCompositeBase(this, *layer);
     if (rebuild && !layer->isMask())
-        BringCompositeUpToDate();
-    ResetCurrentPainter();
+        parts_->canvas.BringCompositeUpToDate();
+    parts_->current.ResetPainter();
     if (layer->isMask())
-        layer->SetMaskColor(maskDisplayColor_);
+        layer->SetMaskColor(parts_->properties.maskDisplayColor);
     if (layer->isMask() || layer->isStencil())
-        layer->SetMaskDisplayOpacity(maskDisplayOpacity_);
+        layer->SetMaskDisplayOpacity(parts_->properties.maskDisplayOpacity);
 
     const PntHandle added = layer->GetLayerContainerHandle();
     Notify(true);
@@ -108,10 +109,10 @@ PntHandle LayerStack::AddLayer(qs::TempReference<ilImage> image, qs::TempReferen
     const bool isMode = mode == kLayerModeImage || mode == kLayerModeMask || mode == kLayerModeStencil;
     if (!isRaster || !isMode || (image && image->GetNumChannels() != ChannelsOf(mode)))
         return kNullHandle;
-    if (where == kCurrentLayerHandle && isSelectionMaskCurrent())
+    if (where == kCurrentLayerHandle && parts_->selection.IsCurrent())
         return kNullHandle;
 
-    EndProxy();
+    parts_->proxy.End();
     const qs::Reference<ilSmartImage> content =
         image ? CopyOf(*image)
               : qs::Reference<ilSmartImage>(new ilSmartImage(ilPixel(kUnsignedByte, ChannelsOf(mode))));
@@ -120,7 +121,7 @@ PntHandle LayerStack::AddLayer(qs::TempReference<ilImage> image, qs::TempReferen
     const qs::Reference<Layer> layer(new Layer(content, aux, mode, kLayerTypeRaster, x, y));
     const PntHandle added = AddLayer(layer.get(), where, redraw, above);
     if (redraw && added != kNullHandle)
-        UpdateImagePlaneBits();
+        parts_->update.UpdateImagePlaneBits();
     return added;
 }
 
@@ -128,7 +129,7 @@ PntHandle LayerStack::AddLayerFolder(LayerMode mode, const PntHandle& where)
 {
     const StackEdit edit(*this);
     const bool isMode = mode == kLayerModeImage || mode == kLayerModeMask || mode == kLayerModeStencil;
-    if (!isMode || !IsTopFolder(FindLayerFolder(where, true)))
+    if (!isMode || !parts_->tree.IsTopFolder(parts_->tree.FindLayerFolder(where, true)))
         return kNullHandle;
     const qs::Reference<LayerFolder> folder(new LayerFolder);
     if (!AddLayerFolderToStack(folder.get(), mode, where))
@@ -136,9 +137,9 @@ PntHandle LayerStack::AddLayerFolder(LayerMode mode, const PntHandle& where)
     folder->CreateDefaultName();
     const PntHandle added = folder->GetLayerContainerHandle();
     AddLayer({}, {}, mode, kLayerTypeRaster, false, 0, added, false, 0, 0, false);
-    DamageCanvas();
+    parts_->canvas.DamageCanvas();
     if (mode == kLayerModeImage)
-        BringCompositeUpToDate();
+        parts_->canvas.BringCompositeUpToDate();
     Notify(true);
     GetStackPort().ContainerAdded(GetStackPort().GetStackHandle(this), added);
     return added;

@@ -1,25 +1,8 @@
 #include "stack/LayerStack.h"
-#include "stack/StackEdit.h"
+#include "stack/StackParts.h"
+#include "stack/edits/StackEdit.h"
 
 #include <algorithm>
-
-/// The layer, and what is hard-linked to it or to one of those.
-qs::vector<qs::Reference<Layer>> LayerStack::WithHardLinked(Layer* layer) const
-{
-    qs::vector<LayerContainer*> others;  // wherever they stand: a folder's list of stencils leaves some out
-    for (const LayerFolder* top : TopFolders())
-        top->GetLCArray_FLATTEN(&others);
-    qs::vector<qs::Reference<Layer>> found = {layer};
-    for (size_t i = 0; i < found.size(); ++i)
-        for (LayerContainer* other : others) {
-            Layer* follower = dynamic_cast<Layer*>(other);
-            if (follower != nullptr && follower->IsHardLinkToOwnerLayer() &&
-                follower->GetOwnerLayerArray().front() == found[i]->GetLayerContainerHandle() &&
-                std::find(found.begin(), found.end(), follower) == found.end())
-                found.emplace_back(follower);
-        }
-    return found;
-}
 
 /// The nearest layer below, else above, else the bottom image layer that stays.
 Layer* LayerStack::ChooseCurrentAfter(Layer* layer, const qs::vector<qs::Reference<Layer>>& leaving) const
@@ -27,13 +10,15 @@ Layer* LayerStack::ChooseCurrentAfter(Layer* layer, const qs::vector<qs::Referen
     const auto stays = [&](const Layer* one) {
         return std::find(leaving.begin(), leaving.end(), one) == leaving.end();
     };
-    for (Layer* below = GetPreviousLayer(layer); below != nullptr; below = GetPreviousLayer(below))
+    for (Layer* below = parts_->tree.GetPreviousLayer(layer); below != nullptr;
+         below = parts_->tree.GetPreviousLayer(below))
         if (stays(below))
             return below;
-    for (Layer* above = GetNextLayer(layer); above != nullptr; above = GetNextLayer(above))
+    for (Layer* above = parts_->tree.GetNextLayer(layer); above != nullptr; above = parts_->tree.GetNextLayer(above))
         if (stays(above))
             return above;
-    for (Layer* bottom = GetBottomLayer(kLayerModeImage); bottom != nullptr; bottom = GetNextLayer(bottom))
+    for (Layer* bottom = parts_->tree.GetBottomLayer(kLayerModeImage); bottom != nullptr;
+         bottom = parts_->tree.GetNextLayer(bottom))
         if (stays(bottom))
             return bottom;
     return nullptr;
@@ -41,12 +26,12 @@ Layer* LayerStack::ChooseCurrentAfter(Layer* layer, const qs::vector<qs::Referen
 
 void LayerStack::RemoveLayerFromStack(Layer* layer)
 {
-    if (layer == nullptr || HoldingFolder(layer, nullptr) == nullptr)
+    if (layer == nullptr || parts_->tree.HoldingFolder(layer, nullptr) == nullptr)
         return;
     const StackEdit edit(*this);
-    const qs::vector<qs::Reference<Layer>> leaving = WithHardLinked(layer);
-    if (std::find(leaving.begin(), leaving.end(), currentLayer_) != leaving.end())
-        BecomeCurrent(ChooseCurrentAfter(layer, leaving));
+    const qs::vector<qs::Reference<Layer>> leaving = parts_->tree.GetWithHardLinked(layer);
+    if (std::find(leaving.begin(), leaving.end(), parts_->tree.GetCurrent()) != leaving.end())
+        parts_->current.Become(ChooseCurrentAfter(layer, leaving));
     for (const qs::Reference<Layer>& one : leaving)
         TakeOut(one.get());
 }
@@ -55,60 +40,60 @@ void LayerStack::TakeOut(Layer* layer)
 {
     // While it is still found: what it hid or was hidden by has to be composed again.
     if (layer->isStencil())
-        SetStencilCompositeDirty(layer->GetLayerContainerHandle());
+        parts_->canvas.SetStencilCompositeDirty(layer->GetLayerContainerHandle());
     // A stencil hard-linked to this layer was active as this one was visible, for its further owners too.
-    for (const PntHandle& stencil : getStencilLayers(layer->GetLayerContainerHandle()))
-        SetStencilCompositeDirty(stencil);
-    MarkTreeStale();
-    maskIsStale_ = true;
-    GetLayerFolder(layer->GetLayerMode())->RemoveLayerContainer(layer);
-    maskFolder_->RemoveLayerFromOwnerLayer(layer);
-    stencilFolder_->RemoveLayerFromOwnerLayer(layer);
+    for (const PntHandle& stencil : parts_->tree.GetStencilLayers(layer->GetLayerContainerHandle()))
+        parts_->canvas.SetStencilCompositeDirty(stencil);
+    parts_->canvas.MarkTreeStale();
+    parts_->canvas.MarkMaskStale();
+    parts_->tree.GetLayerFolder(layer->GetLayerMode())->RemoveLayerContainer(layer);
+    parts_->tree.GetMaskFolder()->RemoveLayerFromOwnerLayer(layer);
+    parts_->tree.GetStencilFolder()->RemoveLayerFromOwnerLayer(layer);
 }
 
 void LayerStack::EnsureImageLayer()
 {
-    if (imageFolder_->GetSize() > 0)
+    if (parts_->tree.GetImageFolder()->GetSize() > 0)
         return;
-    const PntHandle where = isSelectionMaskCurrent() ? kNullHandle : kCurrentLayerHandle;
+    const PntHandle where = parts_->selection.IsCurrent() ? kNullHandle : kCurrentLayerHandle;
     AddLayer({}, {}, kLayerModeImage, kLayerTypeRaster, true, 0, where, true, 0, 0, false);
 }
 
 void LayerStack::DeleteLayer(Layer* layer, bool keepOne)
 {
     if (layer == nullptr) {
-        ResetCurrentPainter();
+        parts_->current.ResetPainter();
         return;
     }
     const qs::Reference<Layer> kept(layer);
     RemoveLayerFromStack(layer);
     if (keepOne)
         EnsureImageLayer();
-    if (currentLayer_ == nullptr && imageFolder_->GetSize() > 0) {
+    if (parts_->tree.GetCurrent() == nullptr && parts_->tree.GetImageFolder()->GetSize() > 0) {
         Layer* next = nullptr;
         if (layer->isMask())
-            next = GetTopLayer(kLayerModeStencil);
+            next = parts_->tree.GetTopLayer(kLayerModeStencil);
         else if (layer->isStencil())
-            next = GetTopLayer(kLayerModeMask);
-        BecomeCurrent(next != nullptr ? next : GetTopLayer(kLayerModeImage));
+            next = parts_->tree.GetTopLayer(kLayerModeMask);
+        parts_->current.Become(next != nullptr ? next : parts_->tree.GetTopLayer(kLayerModeImage));
     }
-    ResetCurrentPainter();
+    parts_->current.ResetPainter();
 }
 
 void LayerStack::DeleteCurrentLayer(const PntHandle& handle, bool redraw)
 {
     const StackEdit edit(*this);
-    EndProxy();
-    Layer* layer = GetLayerFromHandle(handle);
-    if (layer == nullptr || layer == selectionMask_)
+    parts_->proxy.End();
+    Layer* layer = parts_->tree.GetLayerFromHandle(handle);
+    if (layer == nullptr || layer == parts_->selection.Get())
         return;
     const LayerMode mode = layer->GetLayerMode();
     const PntHandle deleted = layer->GetLayerContainerHandle();
     DeleteLayer(layer, true);
     if (redraw)
-        ReuseLSCAndRedrawEntireCanvas(mode, deleted);
+        parts_->redraw.RebuildWithout(mode, deleted);
     else
-        needsFullRedraw_ = true;
+        parts_->canvas.SetNeedsFullRedraw(true);
     Notify(true);
 }
 
@@ -116,26 +101,26 @@ void LayerStack::DeleteLayerFolder(LayerFolder* folder)
 {
     const StackEdit edit(*this);
     LayerFolder* top = nullptr;
-    if (HoldingFolder(folder, &top) == nullptr)
+    if (parts_->tree.HoldingFolder(folder, &top) == nullptr)
         return;
     const qs::Reference<LayerFolder> kept(folder);
     const qs::vector<LayerContainer*> children = folder->GetLCArray();
-    const auto isHere = [&](const Layer* layer) { return HoldingFolder(layer, nullptr) == folder; };
-    if (currentLayer_ != nullptr && isHere(currentLayer_)) {
-        Layer* next = GetBottomLayer(kLayerModeImage);
+    const auto isHere = [&](const Layer* layer) { return parts_->tree.HoldingFolder(layer, nullptr) == folder; };
+    if (parts_->tree.GetCurrent() != nullptr && isHere(parts_->tree.GetCurrent())) {
+        Layer* next = parts_->tree.GetBottomLayer(kLayerModeImage);
         while (next != nullptr && isHere(next))
-            next = GetNextLayer(next);
-        BecomeCurrent(next);
+            next = parts_->tree.GetNextLayer(next);
+        parts_->current.Become(next);
     }
     for (LayerContainer* child : children)
         if (Layer* layer = dynamic_cast<Layer*>(child))
             RemoveLayerFromStack(layer);
-    if (HoldingFolder(folder, nullptr) != nullptr)
+    if (parts_->tree.HoldingFolder(folder, nullptr) != nullptr)
         top->RemoveLayerContainer(folder);  // it held nothing
-    MarkTreeStale();
+    parts_->canvas.MarkTreeStale();
     EnsureImageLayer();
-    BecomeCurrent(GetBottomLayer(kLayerModeImage));
-    ResetCurrentPainter();
+    parts_->current.Become(parts_->tree.GetBottomLayer(kLayerModeImage));
+    parts_->current.ResetPainter();
 }
 
 void LayerStack::DeleteAllLayers()
@@ -143,27 +128,28 @@ void LayerStack::DeleteAllLayers()
     const StackEdit edit(*this);
     DeleteAllMasks(false);
     DeleteAllStencils(false, true);
-    EndProxy();
-    BecomeCurrent(GetBottomLayer(kLayerModeImage));
-    while (currentLayer_ != nullptr && GetTopLayer(kLayerModeImage) != GetBottomLayer(kLayerModeImage))
-        DeleteLayer(currentLayer_, true);
-    DeleteLayer(currentLayer_, true);
+    parts_->proxy.End();
+    parts_->current.Become(parts_->tree.GetBottomLayer(kLayerModeImage));
+    while (parts_->tree.GetCurrent() != nullptr &&
+           parts_->tree.GetTopLayer(kLayerModeImage) != parts_->tree.GetBottomLayer(kLayerModeImage))
+        DeleteLayer(parts_->tree.GetCurrent(), true);
+    DeleteLayer(parts_->tree.GetCurrent(), true);
     EnsureImageLayer();
-    RebuildAllAndRedrawEntireCanvas();
+    parts_->redraw.RebuildAll();
     Notify(true);
 }
 
 void LayerStack::DeleteInvisibleLayers(bool notify)
 {
     const StackEdit edit(*this);
-    EndProxy();
+    parts_->proxy.End();
     qs::vector<PntHandle> handles;
-    for (const LayerFolder* folder : TopFolders()) {
+    for (const LayerFolder* folder : parts_->tree.TopFolders()) {
         const qs::vector<PntHandle> contents = folder->GetLCHArray(false);
         handles.insert(handles.end(), contents.begin(), contents.end());
     }
     for (const PntHandle& handle : handles) {
-        LayerContainer* container = GetLayerContainerFromHandle(handle);
+        LayerContainer* container = parts_->tree.GetLayerContainerFromHandle(handle);
         if (Layer* layer = dynamic_cast<Layer*>(container)) {
             if (!layer->isVisible())
                 DeleteLayer(layer, true);
@@ -174,5 +160,5 @@ void LayerStack::DeleteInvisibleLayers(bool notify)
     }
     if (notify)
         Notify(true);
-    RebuildAllAndRedrawEntireCanvas();
+    parts_->redraw.RebuildAll();
 }

@@ -1,6 +1,7 @@
 #include "stack/LayerStack.h"
-#include "stack/StackEdit.h"
+#include "stack/StackParts.h"
 #include "stack/StackPort.h"
+#include "stack/edits/StackEdit.h"
 
 #include <algorithm>
 #include <cstring>
@@ -32,7 +33,7 @@ qsString::CString LayerStack::MakeCopyName(const char* name) const
     for (int number = 1;; ++number) {
         const std::string suffix = '-' + std::to_string(number);
         std::string made = std::string(CutText(name, kLongestName - suffix.size())) + suffix;
-        if (IsLayerNameUnique(made.c_str()))
+        if (parts_->tree.IsNameUnique(made.c_str()))
             return qsString::CString(std::move(made));
     }
 }
@@ -41,9 +42,9 @@ PntHandle LayerStack::DuplicateCurrentLayer(bool above, bool redraw, int target,
 {
     const StackEdit edit(*this);
     BeginEdit();
-    if (currentLayer_ == nullptr || isSelectionMaskCurrent())
+    if (parts_->tree.GetCurrent() == nullptr || parts_->selection.IsCurrent())
         return kNullHandle;
-    return DuplicateLayer(*currentLayer_, GetCurrentLayerContainerHandle(), above, redraw, target, connect);
+    return DuplicateLayer(*parts_->tree.GetCurrent(), parts_->tree.GetCurrentHandle(), above, redraw, target, connect);
 }
 
 PntHandle LayerStack::DuplicateLayer(Layer& source, const PntHandle& where, bool above, bool redraw, int target,
@@ -54,14 +55,15 @@ PntHandle LayerStack::DuplicateLayer(Layer& source, const PntHandle& where, bool
         return kNullHandle;
     const bool isSame = target == kDuplicateSame;
     const qs::Reference<Layer> made =
-        isSame ? source.Duplicate() : source.DuplicateAs(static_cast<LayerMode>(target - 1), CanvasOn(source));
+        isSame ? source.Duplicate()
+               : source.DuplicateAs(static_cast<LayerMode>(target - 1), parts_->canvas.CanvasOn(source));
     const qs::vector<qs::Reference<Layer>> followers =
         isSame ? DuplicateFollowers(source, *made) : qs::vector<qs::Reference<Layer>>();
     if (connect && IsCoverage(*made) && !IsCoverage(source))
         made->AddOwnerLayer(&source, false);
     else if (connect && IsCoverage(*made))
         for (const PntHandle& owner : source.GetOwnerLayerArray())
-            made->AddOwnerLayer(GetLayerFromHandle(owner), source.IsHardLinkToOwnerLayer());
+            made->AddOwnerLayer(parts_->tree.GetLayerFromHandle(owner), source.IsHardLinkToOwnerLayer());
 
     if (made->GetLayerType() == kLayerTypeRaster)
         made->NormalizeLayerOffset();
@@ -72,11 +74,11 @@ PntHandle LayerStack::DuplicateLayer(Layer& source, const PntHandle& where, bool
     if (IsCoverage(source)) {  // a new mask looks like the default
         made->SetMaskColor(color);
         made->SetMaskDisplayOpacity(displayOpacity);
-        maskIsStale_ = true;
+        parts_->canvas.MarkMaskStale();
     }
-    GetCurrentLayerPainter();  // with the selection, which limits it again when it was the current layer
+    parts_->current.GetPainter();  // with the selection, which limits it again when it was the current layer
     if (redraw)
-        ShowChange();
+        parts_->update.ShowChange();
     for (const qs::Reference<Layer>& follower : followers)
         GetStackPort().ContainerAdded(GetStackPort().GetStackHandle(this), follower->GetLayerContainerHandle());
     return added;
@@ -86,12 +88,12 @@ PntHandle LayerStack::DuplicateLayer(Layer& source, const PntHandle& where, bool
 /// source.
 qs::vector<qs::Reference<Layer>> LayerStack::DuplicateFollowers(const Layer& source, Layer& duplicate)
 {
-    qs::vector<PntHandle> handles = getMaskLayers(source.GetLayerContainerHandle());
-    const qs::vector<PntHandle> stencils = getStencilLayers(source.GetLayerContainerHandle());
+    qs::vector<PntHandle> handles = parts_->tree.GetMaskLayers(source.GetLayerContainerHandle());
+    const qs::vector<PntHandle> stencils = parts_->tree.GetStencilLayers(source.GetLayerContainerHandle());
     handles.insert(handles.end(), stencils.begin(), stencils.end());
     qs::vector<qs::Reference<Layer>> made;
     for (const PntHandle& handle : handles) {
-        Layer* follower = GetLayerFromHandle(handle);
+        Layer* follower = parts_->tree.GetLayerFromHandle(handle);
         if (!follower->IsHardLinkToOwnerLayer())
             continue;
         made.push_back(follower->Duplicate());
@@ -106,13 +108,13 @@ PntHandle LayerStack::CopyLayerAs(const PntHandle& handle, int target, bool conn
 {
     const StackEdit edit(*this);
     BeginEdit();
-    const Layer* layer = GetLayerFromHandle(handle);
-    if (layer == nullptr || layer == selectionMask_ || layer->GetLayerType() == kLayerTypeObjectImage)
+    const Layer* layer = parts_->tree.GetLayerFromHandle(handle);
+    if (layer == nullptr || layer == parts_->selection.Get() || layer->GetLayerType() == kLayerTypeObjectImage)
         return kNullHandle;
-    if (layer != currentLayer_) {
+    if (layer != parts_->tree.GetCurrent()) {
         SetCurrentLayer(handle, false, true, false);
-        GetCurrentLayerPainter();
-        UpdateBrushClippingRect();
+        parts_->current.GetPainter();
+        parts_->current.UpdateBrushClippingRect();
     }
     return DuplicateCurrentLayer(true, true, target, connect);
 }
@@ -131,7 +133,7 @@ PntHandle LayerStack::CopyLayerToImage(const PntHandle& handle)
 {
     const StackEdit edit(*this);
     BeginEdit();
-    const qs::Reference<Layer> layer = GetLayerFromHandle(handle);
+    const qs::Reference<Layer> layer = parts_->tree.GetLayerFromHandle(handle);
     if (!layer)
         return kNullHandle;
     PntHandle where = layer->GetLayerContainerHandle();
@@ -145,8 +147,8 @@ PntHandle LayerStack::CopyLayerToImage(const PntHandle& handle)
 qs::TempReference<ilSmartImage> LayerStack::MakeMaskComposite(const PntHandle& layer) const
 {
     qs::vector<LayerContainer*> masks;
-    for (const PntHandle& handle : getMaskLayers(layer))
-        if (Layer* mask = GetLayerFromHandle(handle); mask->isVisible())
+    for (const PntHandle& handle : parts_->tree.GetMaskLayers(layer))
+        if (Layer* mask = parts_->tree.GetLayerFromHandle(handle); mask->isVisible())
             masks.push_back(mask);
-    return masks.empty() ? qs::TempReference<ilSmartImage>() : Layer::MakeMaskImage(masks, size_);
+    return masks.empty() ? qs::TempReference<ilSmartImage>() : Layer::MakeMaskImage(masks, parts_->canvas.GetSize());
 }

@@ -1,16 +1,17 @@
 #include "layers/DocumentPort.h"
 #include "platform/imaging/regions/FloodFillOperation.h"
 #include "stack/LayerStack.h"
-#include "stack/StackEdit.h"
+#include "stack/StackParts.h"
+#include "stack/edits/StackEdit.h"
 
 bool LayerStack::FloodFillDone(int x, int y, float tolerance, const PaintColor& color, const PntHandle& handle)
 {
     const StackEdit edit(*this);
-    const qs::Reference<Layer> layer = GetLayerFromHandle(handle);
+    const qs::Reference<Layer> layer = parts_->tree.GetLayerFromHandle(handle);
     ilTile filled;
     if (!layer || !Flood(*layer, x, y, tolerance, color, false, filled))
         return false;
-    ShowChange();
+    parts_->update.ShowChange();
     return true;
 }
 
@@ -18,37 +19,37 @@ bool LayerStack::SmoothFloodFillDone(int x, int y, float tolerance, const PaintC
                                      const qs::TempReference<ilSmartImage>&, ilTile& fillTile, const PntHandle& handle)
 {
     const StackEdit edit(*this);
-    const qs::Reference<Layer> layer = GetLayerFromHandle(handle);
+    const qs::Reference<Layer> layer = parts_->tree.GetLayerFromHandle(handle);
     if (!layer || !Flood(*layer, x, y, tolerance, color, true, fillTile))
         return false;
-    ShowChange();
+    parts_->update.ShowChange();
     GetDocumentPort().LayerImageChanged(layer->GetLayerContainerHandle());
     return true;
 }
 
 bool LayerStack::IsFillable(const Layer& layer) const
 {
-    return layer.GetLayerType() == kLayerTypeRaster && layer.GetImage() && IsShown(layer);
+    return layer.GetLayerType() == kLayerTypeRaster && layer.GetImage() && parts_->tree.IsShown(layer);
 }
 
 bool LayerStack::Flood(Layer& layer, int x, int y, float tolerance, const PaintColor& color, bool isSmooth,
                        ilTile& onCanvas)
 {
-    if (!IsFillable(layer) || !size_.Contains(x, y))
+    if (!IsFillable(layer) || !parts_->canvas.GetSize().Contains(x, y))
         return false;
     const PntHandle& handle = layer.GetLayerContainerHandle();
     const qs::TempReference<ilMIOImage> image = layer.GetImage();
     const qs::Reference<ilMIOImage> before = image->Snapshot();
     CachedSmartImage source(image);
     CachedSmartImage target(image);
-    FloodFillOperation fill(source, target, GetLayerStackBndInLayerCoord(handle), tolerance, color);
+    FloodFillOperation fill(source, target, parts_->canvas.CanvasOn(handle), tolerance, color);
     fill.SetSmooth(isSmooth);
-    fill.SetGrowth(isSmooth ? floodFillGrowthPx_ : 0);
-    if (&layer != selectionMask_.get() && isSelectionMaskUsed())
-        fill.SetSelection(selectionMask_->GetImage(),
-                          FloodFillOperation::Distance(layer.getXOffset(), selectionMask_->getXOffset()),
-                          FloodFillOperation::Distance(layer.getYOffset(), selectionMask_->getYOffset()));
-    LayerStackToLayerCoords(x, y, handle);
+    fill.SetGrowth(isSmooth ? parts_->properties.floodFillGrowthPx : 0);
+    if (&layer != parts_->selection.Get() && parts_->selection.IsUsed())
+        fill.SetSelection(parts_->selection.Get()->GetImage(),
+                          FloodFillOperation::Distance(layer.getXOffset(), parts_->selection.Get()->getXOffset()),
+                          FloodFillOperation::Distance(layer.getYOffset(), parts_->selection.Get()->getYOffset()));
+    parts_->tree.ToLayer(x, y, handle);
     try {
         if (!fill.DoFlood(x, y))
             return false;
@@ -56,8 +57,8 @@ bool LayerStack::Flood(Layer& layer, int x, int y, float tolerance, const PaintC
         image->ShareAllFrom(*before);  // no part of a fill stays when memory runs out on the way
         throw;
     }
-    onCanvas =
-        ilTileIntersection(ilTileMoved(fill.GetRegion().GetBounds(), layer.getXOffset(), layer.getYOffset()), size_);
+    onCanvas = ilTileIntersection(ilTileMoved(fill.GetRegion().GetBounds(), layer.getXOffset(), layer.getYOffset()),
+                                  parts_->canvas.GetSize());
     TellFilled(layer, fill.GetRegion());
     return true;
 }
@@ -71,6 +72,6 @@ void LayerStack::TellFilled(Layer& layer, const FloodRegion& region)
     qs::vector<ilTile> tiles;
     ilTile tile;
     while (damage.nextDamaged(tile))
-        tiles.push_back(ilTileIntersection(tile, size_));
-    LayerContentChanged(layer, tiles, false);
+        tiles.push_back(ilTileIntersection(tile, parts_->canvas.GetSize()));
+    parts_->update.LayerContentChanged(layer, tiles, false);
 }

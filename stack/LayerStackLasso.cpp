@@ -1,5 +1,6 @@
 #include "stack/LayerStack.h"
-#include "stack/StackEdit.h"
+#include "stack/StackParts.h"
+#include "stack/edits/StackEdit.h"
 
 namespace {
 
@@ -16,7 +17,7 @@ qs::TempReference<ilSmartImage> DrawLasso(const float* points, int count, FillRu
 
 qs::TempReference<ilSmartImage> LayerStack::GetLassoImage(const float* points, int count, bool nonZero) const
 {
-    return DrawLasso(points, count, nonZero ? FillRule::NonZero : FillRule::EvenOdd, size_);
+    return DrawLasso(points, count, nonZero ? FillRule::NonZero : FillRule::EvenOdd, parts_->canvas.GetSize());
 }
 
 void LayerStack::LassoSelection(const float* points, int count)
@@ -32,7 +33,7 @@ void LayerStack::LassoSelection(const float* points, int count)
 bool LayerStack::SelectLasso(const float* points, int count, SelectionMode mode, FillRule rule)
 {
     const StackEdit edit(*this);
-    const qs::TempReference<ilSmartImage> lasso = DrawLasso(points, count, rule, size_);
+    const qs::TempReference<ilSmartImage> lasso = DrawLasso(points, count, rule, parts_->canvas.GetSize());
     if (!lasso)
         return false;
     switch (mode) {

@@ -1,5 +1,6 @@
 #include "stack/LayerStack.h"
-#include "stack/StackEdit.h"
+#include "stack/StackParts.h"
+#include "stack/edits/StackEdit.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,70 +14,53 @@ constexpr float kDefaultDisplayOpacity = 0.5f;
 void LayerStack::SetMaskDefaultDisplayOpacity(float opacity)
 {
     if (!std::isnan(opacity))
-        maskDisplayOpacity_ = std::clamp(opacity, 0.0f, 1.0f);
+        parts_->properties.maskDisplayOpacity = std::clamp(opacity, 0.0f, 1.0f);
 }
 
 void LayerStack::SetMaskDefaultDisplayColor(const PaintColor& color)
 {
-    maskDisplayColor_ = color;
-    maskDisplayColor_.Clamp();
+    parts_->properties.maskDisplayColor = color;
+    parts_->properties.maskDisplayColor.Clamp();
 }
 
 PaintColor LayerStack::GetMaskLayerDisplayColor(const PntHandle& handle) const
 {
-    const Layer* layer = GetLayerFromHandle(handle);
+    const Layer* layer = parts_->tree.GetLayerFromHandle(handle);
     return layer != nullptr ? layer->GetMaskColor() : PaintColor();
 }
 
 void LayerStack::SetMaskLayerDisplayColor(const PaintColor& color, const PntHandle& handle)
 {
-    Layer* layer = GetLayerFromHandle(handle);
+    Layer* layer = parts_->tree.GetLayerFromHandle(handle);
     if (layer == nullptr)
         return;
     PaintColor clamped = color;
     clamped.Clamp();
     layer->SetMaskColor(clamped);
-    maskIsStale_ = true;
-    DamageLayer(*layer);
+    parts_->canvas.MarkMaskStale();
+    parts_->canvas.DamageLayer(*layer);
 }
 
 float LayerStack::GetMaskLayerDisplayOpacity(const PntHandle& handle) const
 {
-    const Layer* layer = GetLayerFromHandle(handle);
+    const Layer* layer = parts_->tree.GetLayerFromHandle(handle);
     return layer != nullptr ? layer->GetMaskDisplayOpacity() : kDefaultDisplayOpacity;
 }
 
 void LayerStack::SetMaskLayerDisplayOpacity(float opacity, const PntHandle& handle)
 {
-    Layer* layer = GetLayerFromHandle(handle);
+    Layer* layer = parts_->tree.GetLayerFromHandle(handle);
     if (layer == nullptr || std::isnan(opacity))
         return;
     layer->SetMaskDisplayOpacity(std::clamp(opacity, 0.0f, 1.0f));
-    maskIsStale_ = true;
-    DamageLayer(*layer);
-}
-
-void LayerStack::SetStencilCompositeDirty(const PntHandle& handle)
-{
-    Layer* layer = GetLayerFromHandle(handle);
-    if (layer == nullptr)
-        return;
-    if (!layer->isStencil()) {
-        layer->SetStencilCompositeDirty(true);
-        composite_.CompositeBaseDirty(layer->GetLayerContainerHandle());
-        return;
-    }
-    for (const PntHandle& ownerHandle : layer->GetOwnerLayerArray()) {
-        if (Layer* owner = GetLayerFromHandle(ownerHandle))
-            owner->SetStencilCompositeDirty(true);
-        composite_.CompositeBaseDirty(ownerHandle);
-    }
+    parts_->canvas.MarkMaskStale();
+    parts_->canvas.DamageLayer(*layer);
 }
 
 void LayerStack::DeleteLayersOf(LayerFolder* folder, bool keepHardLinked)
 {
     const StackEdit edit(*this);
-    EndProxy();
+    parts_->proxy.End();
     qs::vector<LayerContainer*> contents;
     folder->GetLCArray_FLATTEN(&contents);
     qs::vector<qs::Reference<Layer>> layers;
@@ -84,20 +68,20 @@ void LayerStack::DeleteLayersOf(LayerFolder* folder, bool keepHardLinked)
         if (Layer* layer = dynamic_cast<Layer*>(container))
             if (!keepHardLinked || !layer->IsHardLinkToOwnerLayer())
                 layers.emplace_back(layer);
-    const bool holdsCurrent = std::find(layers.begin(), layers.end(), currentLayer_) != layers.end();
+    const bool holdsCurrent = std::find(layers.begin(), layers.end(), parts_->tree.GetCurrent()) != layers.end();
     for (const qs::Reference<Layer>& layer : layers)
         DeleteLayer(layer.get(), false);
-    Layer* bottom = GetBottomLayer(kLayerModeImage);
+    Layer* bottom = parts_->tree.GetBottomLayer(kLayerModeImage);
     if (holdsCurrent && bottom != nullptr) {
-        BecomeCurrent(bottom);
-        ResetCurrentPainter();
+        parts_->current.Become(bottom);
+        parts_->current.ResetPainter();
     }
 }
 
 void LayerStack::DeleteAllMasks(bool notify)
 {
     const StackEdit edit(*this);
-    DeleteLayersOf(maskFolder_.get(), false);
+    DeleteLayersOf(parts_->tree.GetMaskFolder(), false);
     if (notify)
         Notify(true);
 }
@@ -105,7 +89,7 @@ void LayerStack::DeleteAllMasks(bool notify)
 void LayerStack::DeleteAllStencils(bool notify, bool all)
 {
     const StackEdit edit(*this);
-    DeleteLayersOf(stencilFolder_.get(), !all);
+    DeleteLayersOf(parts_->tree.GetStencilFolder(), !all);
     if (notify)
         Notify(true);
 }

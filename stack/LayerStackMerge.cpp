@@ -2,30 +2,15 @@
 #include "layers/CoverageUnion.h"
 #include "platform/imaging/blend/ImageConvert.h"
 #include "stack/LayerStack.h"
-#include "stack/StackEdit.h"
-#include "stack/StackPort.h"
+#include "stack/StackParts.h"
+#include "stack/edits/StackEdit.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <utility>
 
-// A merge first makes its picture, which is all that can run out of memory, and then changes the document.
-
 namespace {
-
-/// Sets a value for the time of a scope.
-class ValueScope {
-public:
-    ValueScope(int& value, int meanwhile) : value_(value), before_(std::exchange(value, meanwhile)) {}
-    ValueScope(const ValueScope&) = delete;
-    ValueScope& operator=(const ValueScope&) = delete;
-    ~ValueScope() { value_ = before_; }
-
-private:
-    int& value_;
-    int before_;
-};
 
 /// Shows a layer for the time of a scope, without telling anybody.
 class ShownScope {
@@ -107,37 +92,24 @@ qs::Reference<ilSmartImage> UnionOf(const qs::vector<Layer*>& masks)
 
 }  // namespace
 
-// --- who merges with whom ---
-
-void LayerStack::GetLCHForMergeBelow(const PntHandle& handle, PntHandle& below) const
-{
-    below = kNullHandle;
-    const Layer* layer = GetLayerFromHandle(handle);
-    const LayerFolder* holding = HoldingFolder(layer, nullptr);
-    if (holding == nullptr)
-        return;
-    const qs::vector<LayerContainer*>& siblings = holding->GetLCArray();
-    const auto at = std::find(siblings.begin(), siblings.end(), layer);
-    if (at != siblings.begin())
-        below = at[-1]->GetLayerContainerHandle();
-}
-
 Layer* LayerStack::FindMergeLayer(const PntHandle& handle) const
 {
-    Layer* layer = GetLayerFromHandle(handle);
+    Layer* layer = parts_->tree.GetLayerFromHandle(handle);
     if (layer != nullptr && layer->isStencil() && layer->IsHardLinkToOwnerLayer())
-        layer = GetLayerFromHandle(layer->GetOwnerLayerArray().front());
+        layer = parts_->tree.GetLayerFromHandle(layer->GetOwnerLayerArray().front());
     return layer;
 }
 
 bool LayerStack::CanMerge(const Layer* upper, const Layer* lower) const
 {
-    const bool areLayers =
-        upper != nullptr && lower != nullptr && upper != lower && upper != selectionMask_ && lower != selectionMask_;
+    const bool areLayers = upper != nullptr && lower != nullptr && upper != lower && upper != parts_->selection.Get() &&
+                           lower != parts_->selection.Get();
     if (!areLayers || upper->GetLayerMode() != lower->GetLayerMode())
         return false;
     // One coverage can stand for two only where both act on the same layers. Of a stencil in a folder nobody hears.
-    const auto isInFolder = [&](const Layer* layer) { return !IsTopFolder(HoldingFolder(layer, nullptr)); };
+    const auto isInFolder = [&](const Layer* layer) {
+        return !parts_->tree.IsTopFolder(parts_->tree.HoldingFolder(layer, nullptr));
+    };
     return !IsCoverage(*upper) ||
            (upper->GetImage() && lower->GetImage() && HaveSameOwners(*upper, *lower) &&
             (upper->isMask() || (upper->isActive() == lower->isActive() && isInFolder(upper) == isInFolder(lower))));
@@ -156,21 +128,22 @@ PntHandle LayerStack::GetMergeReceiver(const PntHandle& upper, const PntHandle& 
 /// is their picture, within a level.
 bool LayerStack::AreNormalNeighbours(const Layer& upper, const Layer& lower) const
 {
-    const LayerFolder* holding = HoldingFolder(&upper, nullptr);
+    const LayerFolder* holding = parts_->tree.HoldingFolder(&upper, nullptr);
     const bool areNormal = upper.GetLayerBlend() == kBlendNormal && lower.GetLayerBlend() == kBlendNormal;
-    if (!areNormal || holding == nullptr || HoldingFolder(&lower, nullptr) != holding)
+    if (!areNormal || holding == nullptr || parts_->tree.HoldingFolder(&lower, nullptr) != holding)
         return false;
     const qs::vector<LayerContainer*>& siblings = holding->GetLCArray();
     const auto at = std::find(siblings.begin(), siblings.end(), &upper);
     return at != siblings.begin() && at[-1] == &lower && !IsReadFromAbove(*holding, &upper) &&
-           (IsTopFolder(holding) || !IsReadFromAbove(*imageFolder_, holding));
+           (parts_->tree.IsTopFolder(holding) || !IsReadFromAbove(*parts_->tree.GetImageFolder(), holding));
 }
 
 /// The canvas without the upper layer and with `merged` for the lower one; null: as it is.
 qs::Reference<ilSmartImage> LayerStack::ComposeWith(const PntHandle& upper, const PntHandle& lower,
                                                     const MergedPicture* merged)
 {
-    const std::unique_ptr<CompositeBase> tree(composite_.MakeCompositeTree(this, imageFolder_.get()));
+    const std::unique_ptr<CompositeBase> tree(
+        parts_->canvas.GetComposite().MakeCompositeTree(this, parts_->tree.GetImageFolder()));
     if (merged != nullptr) {
         tree->Replace(upper, nullptr);
         if (merged->image)
@@ -178,7 +151,7 @@ qs::Reference<ilSmartImage> LayerStack::ComposeWith(const PntHandle& upper, cons
         LayerStackComposite::SettleSeparateTree(*tree);
     }
     const qs::Reference<ilSmartImage> picture(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
-    tree->ComposeInto(*picture, size_);
+    tree->ComposeInto(*picture, parts_->canvas.GetSize());
     return picture;
 }
 
@@ -187,7 +160,7 @@ qs::Reference<ilSmartImage> LayerStack::ComposeWith(const PntHandle& upper, cons
 LayerStack::MergedPicture LayerStack::FindMergedPicture(Layer& upper, Layer& lower)
 {
     const ShownScope shown(lower);
-    const ValueScope resumed(compositesSuspended_, 0);
+    const Canvas::ResumedScope resumed(parts_->canvas);
     const PntHandle above = upper.GetLayerContainerHandle();
     const PntHandle below = lower.GetLayerContainerHandle();
     MergedPicture merged;
@@ -211,8 +184,8 @@ LayerStack::MergedPicture LayerStack::FindMergedPicture(Layer& upper, Layer& low
 PntHandle LayerStack::GetFolderMergeReceiver(const LayerFolder* folder) const
 {
     LayerFolder* top = nullptr;
-    const Layer* receiver = HoldingFolder(folder, &top) != nullptr ? folder->GetBottomLayer() : nullptr;
-    if (receiver == nullptr || top == stencilFolder_ || !IsRaster(*receiver))
+    const Layer* receiver = parts_->tree.HoldingFolder(folder, &top) != nullptr ? folder->GetBottomLayer() : nullptr;
+    if (receiver == nullptr || top == parts_->tree.GetStencilFolder() || !IsRaster(*receiver))
         return kNullHandle;
     const qs::vector<Layer*> masks = ShownMasksOf(*folder);
     if (!masks.empty())
@@ -224,31 +197,12 @@ PntHandle LayerStack::GetFolderMergeReceiver(const LayerFolder* folder) const
 
 PntHandle LayerStack::GetMergeAllReceiver(bool visibleOnly) const
 {
-    const qs::vector<Layer*> shown = FlattenedImageLayers(true);
+    const qs::vector<Layer*> shown = parts_->tree.GetFlattenedImageLayers(true);
     if (shown.size() < (visibleOnly ? 2 : 1))
         return kNullHandle;  // nothing to merge; and what is hidden is not thrown away for an empty picture
-    const Layer* lowest = visibleOnly ? shown.front() : FlattenedImageLayers(false).front();
+    const Layer* lowest = visibleOnly ? shown.front() : parts_->tree.GetFlattenedImageLayers(false).front();
     return IsRaster(*lowest) ? lowest->GetLayerContainerHandle() : kNullHandle;
 }
-
-qs::vector<Layer*> LayerStack::FlattenedImageLayers(bool shownOnly) const
-{
-    qs::vector<Layer*> layers;
-    const auto append = [&](LayerContainer* container) {
-        Layer* layer = dynamic_cast<Layer*>(container);
-        if (layer != nullptr && (!shownOnly || layer->isVisible()))
-            layers.push_back(layer);
-    };
-    for (LayerContainer* child : imageFolder_->GetLCArray()) {
-        append(child);
-        if (const auto* folder = dynamic_cast<LayerFolder*>(child); folder != nullptr)
-            if (!shownOnly || folder->isActive())
-                std::for_each(folder->GetLCArray().begin(), folder->GetLCArray().end(), append);
-    }
-    return layers;
-}
-
-// --- the merges ---
 
 void LayerStack::MergeLayers(const PntHandle& upper, const PntHandle& lower, bool makeCurrent)
 {
@@ -274,11 +228,11 @@ void LayerStack::MergeLayers(const PntHandle& upper, const PntHandle& lower, boo
         below->SetLayerBlend(merged.blend);
     } else if (mergesPixels) {
         if (const qs::TempReference<ilMIOImage> image = below->GetImage())
-            below->SetImage(CroppedImage(*image, CanvasOn(*below)));
+            below->SetImage(CroppedImage(*image, parts_->canvas.CanvasOn(*below)));
         RemoveMerged(*below, {above.get()});
     }
-    if (makeCurrent && HoldingFolder(below.get(), nullptr) != nullptr)
-        BecomeCurrent(below.get());
+    if (makeCurrent && parts_->tree.HoldingFolder(below.get(), nullptr) != nullptr)
+        parts_->current.Become(below.get());
     EndStructuralEdit(true);
 }
 
@@ -286,7 +240,7 @@ void LayerStack::MergeLayerFolder(LayerFolder* folder)
 {
     const StackEdit edit(*this);
     BeginEdit();
-    const qs::Reference<Layer> receiver = GetLayerFromHandle(GetFolderMergeReceiver(folder));
+    const qs::Reference<Layer> receiver = parts_->tree.GetLayerFromHandle(GetFolderMergeReceiver(folder));
     if (!receiver)
         return;
     const qs::Reference<LayerFolder> kept(folder);
@@ -300,7 +254,7 @@ void LayerStack::MergeLayerFolder(LayerFolder* folder)
     receiver->SetLayerBlend(kBlendNormal);  // a folder is painted over what lies below it
     ShowLayer(*receiver, receiver->isMask() ? receiver->isVisible() : folder->isActive());
     SetLayerContainerName(receiver->GetLayerContainerHandle(), folder->GetLayerContainerName());
-    LiftOutOfFolder(*receiver);
+    parts_->tree.LiftOutOfFolder(*receiver);
     EndStructuralEdit(true);
 }
 
@@ -308,32 +262,30 @@ void LayerStack::MergeAllLayers(bool visibleOnly)
 {
     const StackEdit edit(*this);
     BeginEdit();
-    const qs::Reference<Layer> receiver = GetLayerFromHandle(GetMergeAllReceiver(visibleOnly));
+    const qs::Reference<Layer> receiver = parts_->tree.GetLayerFromHandle(GetMergeAllReceiver(visibleOnly));
     if (!receiver)
         return;
-    const qs::Reference<ilSmartImage> picture = ComposeApart(imageFolder_->GetLCHArray(true));
-    ReceiveMerge(*receiver, picture, FlattenedImageLayers(visibleOnly));
+    const qs::Reference<ilSmartImage> picture = ComposeApart(parts_->tree.GetImageFolder()->GetLCHArray(true));
+    ReceiveMerge(*receiver, picture, parts_->tree.GetFlattenedImageLayers(visibleOnly));
     receiver->SetLayerBlend(kBlendNormal);  // nothing that shows lies below it
     ShowLayer(*receiver, true);
     if (!visibleOnly)
-        LiftOutOfFolder(*receiver);
+        parts_->tree.LiftOutOfFolder(*receiver);
     EndStructuralEdit(true);
 }
 
-// --- steps ---
-
 bool LayerStack::HasPixelsOnCanvas(Layer& layer) const
 {
-    return layer.GetImage() && !DamageOf(layer).IsEmpty();
+    return layer.GetImage() && !parts_->canvas.DamageOf(layer).IsEmpty();
 }
 
 qs::Reference<ilSmartImage> LayerStack::ComposeApart(const qs::vector<PntHandle>& containers)
 {
     // Nothing is shown by this, so it does not matter that composites are suspended.
-    const ValueScope resumed(compositesSuspended_, 0);
-    const std::unique_ptr<CompositeBase> tree(composite_.MakeCompositeTree(this, containers));
+    const Canvas::ResumedScope resumed(parts_->canvas);
+    const std::unique_ptr<CompositeBase> tree(parts_->canvas.GetComposite().MakeCompositeTree(this, containers));
     const qs::Reference<ilSmartImage> picture(new ilSmartImage(ilPixel(kUnsignedByte, 4)));
-    tree->ComposeInto(*picture, size_);
+    tree->ComposeInto(*picture, parts_->canvas.GetSize());
     picture->ShrinkBounds();
     return picture;
 }
@@ -354,27 +306,13 @@ void LayerStack::RemoveMerged(Layer& receiver, const qs::vector<Layer*>& merged)
     qs::vector<qs::Reference<Layer>> leaving(merged.begin(), merged.end());
     for (const qs::Reference<Layer>& layer : leaving) {
         const PntHandle& handle = layer->GetLayerContainerHandle();
-        for (const PntHandle& mask : getMaskLayers(handle))
-            GetLayerFromHandle(mask)->ReplaceOwnerLayer(handle, receiver);
+        for (const PntHandle& mask : parts_->tree.GetMaskLayers(handle))
+            parts_->tree.GetLayerFromHandle(mask)->ReplaceOwnerLayer(handle, receiver);
         ReleaseStencils(*layer, &receiver, true);
     }
     std::erase_if(leaving, [&](const qs::Reference<Layer>& layer) { return layer == &receiver; });
-    if (std::find(leaving.begin(), leaving.end(), currentLayer_) != leaving.end())
-        BecomeCurrent(&receiver);
+    if (std::find(leaving.begin(), leaving.end(), parts_->tree.GetCurrent()) != leaving.end())
+        parts_->current.Become(&receiver);
     for (const qs::Reference<Layer>& layer : leaving)
         RemoveLayerFromStack(layer.get());
-}
-
-void LayerStack::LiftOutOfFolder(Layer& layer)
-{
-    LayerFolder* top = nullptr;
-    LayerFolder* holding = HoldingFolder(&layer, &top);
-    if (holding == nullptr || holding == top)
-        return;
-    const qs::Reference<Layer> keptLayer(&layer);
-    const qs::Reference<LayerFolder> keptFolder(holding);
-    holding->RemoveLayerContainer(&layer);
-    top->AddLayerContainer(&layer, holding, true);
-    if (holding->GetSize() == 0)
-        top->RemoveLayerContainer(holding);
 }

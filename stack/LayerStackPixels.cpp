@@ -3,7 +3,8 @@
 #include "platform/imaging/blend/ImageConvert.h"
 #include "platform/imaging/pages/PageWalk.h"
 #include "stack/LayerStack.h"
-#include "stack/StackEdit.h"
+#include "stack/StackParts.h"
+#include "stack/edits/StackEdit.h"
 
 #include <algorithm>
 
@@ -45,51 +46,36 @@ struct Mirrored {
 
 }  // namespace
 
-// --- before and after an edit ---
-
 void LayerStack::BeginEdit()
 {
-    EndProxy();
-    DrainPainterDamage();
+    parts_->proxy.End();
+    parts_->current.DrainDamage();
 }
 
 void LayerStack::EndStructuralEdit(bool redraw)
 {
-    maskIsStale_ = true;
-    MarkTreeStale();
-    GetCurrentLayerPainter();
+    parts_->canvas.MarkMaskStale();
+    parts_->canvas.MarkTreeStale();
+    parts_->current.GetPainter();
     if (redraw)
-        ForceUpdate();
+        parts_->update.ForceUpdate();
     Notify(true);
 }
 
 qs::Reference<Layer> LayerStack::BeginPixelEdit(const PntHandle& handle)
 {
     BeginEdit();
-    const qs::Reference<Layer> layer = GetLayerFromHandle(handle);
+    const qs::Reference<Layer> layer = parts_->tree.GetLayerFromHandle(handle);
     return layer && layer->GetImage() && layer->GetLayerType() == kLayerTypeRaster ? layer : nullptr;
 }
 
 void LayerStack::EndPixelEdit(Layer& layer, const ilTile& canvasTile)
 {
-    TellChanged(layer);
-    DamageTile(ilTileIntersection(canvasTile, size_));
-    GetCurrentLayerPainter();
-    ShowChange();
+    parts_->canvas.TellChanged(layer);
+    parts_->canvas.DamageTile(ilTileIntersection(canvasTile, parts_->canvas.GetSize()));
+    parts_->current.GetPainter();
+    parts_->update.ShowChange();
 }
-
-ilTile LayerStack::CanvasOn(const Layer& layer) const
-{
-    return ilTileMoved(size_, -int64_t{layer.getXOffset()}, -int64_t{layer.getYOffset()});
-}
-
-ilTile LayerStack::ReachOf(Layer& layer) const
-{
-    const ilTile bounds = layer.getLayerBounds(true);
-    return layer.GetImage()->GetFillValue().GetPacked() != 0 ? ilTileUnion(bounds, CanvasOn(layer)) : bounds;
-}
-
-// --- clearing ---
 
 bool LayerStack::ClearCurrentLayer()
 {
@@ -97,7 +83,7 @@ bool LayerStack::ClearCurrentLayer()
     const qs::Reference<Layer> layer = BeginPixelEdit(kCurrentLayerHandle);
     if (!layer)
         return false;
-    const ilTile before = DamageOf(*layer);
+    const ilTile before = parts_->canvas.DamageOf(*layer);
     layer->TakePixels(ilSmartImage(ilPixel(kUnsignedByte, layer->GetImage()->GetNumChannels())));
     EndPixelEdit(*layer, before);
     return true;
@@ -111,7 +97,8 @@ bool LayerStack::ClearLayerImageByRect(const PntHandle& handle, const ilTile& ca
         return false;
     const ilTile onLayer = ilTileMoved(canvasTile, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
     const qs::Reference<ilSmartImage> cleared = SharedCopy(*layer);
-    cleared->fillTile(ilTileIntersection(onLayer, ReachOf(*layer)), ilPixel(kUnsignedByte, cleared->GetNumChannels()));
+    cleared->fillTile(ilTileIntersection(onLayer, parts_->canvas.ReachOf(*layer)),
+                      ilPixel(kUnsignedByte, cleared->GetNumChannels()));
     layer->TakePixels(*cleared);
     EndPixelEdit(*layer, canvasTile);
     return true;
@@ -121,39 +108,39 @@ bool LayerStack::ClearLayerImageBySelMask(const PntHandle& handle)
 {
     const StackEdit edit(*this);
     const qs::Reference<Layer> layer = BeginPixelEdit(handle);
-    if (!layer || layer == selectionMask_ || !isSelectionMaskUsed())
+    if (!layer || layer == parts_->selection.Get() || !parts_->selection.IsUsed())
         return false;
     const qs::Reference<ilSmartImage> cleared = SharedCopy(*layer);
-    const ilTile area = ReachOf(*layer);
-    const ilTile onSelection = ilTileMoved(area, int64_t{layer->getXOffset()} - selectionMask_->getXOffset(),
-                                           int64_t{layer->getYOffset()} - selectionMask_->getYOffset());
-    HideThrough(*cleared, area, *selectionMask_->GetImage(), onSelection.x, onSelection.y, kernels::kFullWeight);
+    const ilTile area = parts_->canvas.ReachOf(*layer);
+    const ilTile onSelection = ilTileMoved(area, int64_t{layer->getXOffset()} - parts_->selection.Get()->getXOffset(),
+                                           int64_t{layer->getYOffset()} - parts_->selection.Get()->getYOffset());
+    HideThrough(*cleared, area, *parts_->selection.Get()->GetImage(), onSelection.x, onSelection.y,
+                kernels::kFullWeight);
     layer->TakePixels(*cleared);
-    EndPixelEdit(*layer, DamageOf(*selectionMask_));
+    EndPixelEdit(*layer, parts_->canvas.DamageOf(*parts_->selection.Get()));
     return true;
 }
-
-// --- inverting ---
 
 bool LayerStack::InvertLayer(const PntHandle& handle, LayerMode mode)
 {
     const StackEdit edit(*this);
     const qs::Reference<Layer> layer = BeginPixelEdit(handle);
-    if (!layer || layer == selectionMask_ || layer->GetLayerMode() != mode)
+    if (!layer || layer == parts_->selection.Get() || layer->GetLayerMode() != mode)
         return false;
     if (mode != kLayerModeImage) {
         layer->InvertMask();
         layer->InvertStencil();
-    } else if (!isSelectionMaskUsed()) {
+    } else if (!parts_->selection.IsUsed()) {
         layer->InvertImageLayer();
     } else {
         const qs::Reference<ilSmartImage> inverted = SharedCopy(*layer);
-        const ilTile origin(selectionMask_->getXOffset(), selectionMask_->getYOffset(), 1, 1);
+        const ilTile origin(parts_->selection.Get()->getXOffset(), parts_->selection.Get()->getYOffset(), 1, 1);
         const ilTile onLayer = ilTileMoved(origin, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
-        InvertColorsThrough(inverted, ReachOf(*layer), selectionMask_->GetImage(), onLayer.x, onLayer.y);
+        InvertColorsThrough(inverted, parts_->canvas.ReachOf(*layer), parts_->selection.Get()->GetImage(), onLayer.x,
+                            onLayer.y);
         layer->TakePixels(*inverted);
     }
-    EndPixelEdit(*layer, mode == kLayerModeImage ? DamageOf(*layer) : size_);
+    EndPixelEdit(*layer, mode == kLayerModeImage ? parts_->canvas.DamageOf(*layer) : parts_->canvas.GetSize());
     return true;
 }
 
@@ -172,26 +159,24 @@ bool LayerStack::InvertStencilLayer(const PntHandle& handle)
     return InvertLayer(handle, kLayerModeStencil);
 }
 
-// --- mirroring ---
-
 qs::vector<PntHandle> LayerStack::GetLayersFlippedWith(const PntHandle& handle) const
 {
-    if (GetLayerFromHandle(handle) == nullptr)
+    if (parts_->tree.GetLayerFromHandle(handle) == nullptr)
         return {};
-    qs::vector<PntHandle> flipped = GetTransformTargets(handle);
+    qs::vector<PntHandle> flipped = parts_->groups.GetTransformTargets(handle);
     const auto append = [&](const PntHandle& follower) {
-        if (GetLayerFromHandle(follower)->IsHardLinkToOwnerLayer() &&
+        if (parts_->tree.GetLayerFromHandle(follower)->IsHardLinkToOwnerLayer() &&
             std::find(flipped.begin(), flipped.end(), follower) == flipped.end())
             flipped.push_back(follower);
     };
     for (size_t i = 0, count = flipped.size(); i < count; ++i) {
-        const qs::vector<PntHandle> masks = getMaskLayers(flipped[i]);
-        const qs::vector<PntHandle> stencils = getStencilLayers(flipped[i]);
+        const qs::vector<PntHandle> masks = parts_->tree.GetMaskLayers(flipped[i]);
+        const qs::vector<PntHandle> stencils = parts_->tree.GetStencilLayers(flipped[i]);
         std::for_each(masks.begin(), masks.end(), append);
         std::for_each(stencils.begin(), stencils.end(), append);
     }
     std::erase_if(flipped, [&](const PntHandle& one) {
-        const Layer* found = GetLayerFromHandle(one);
+        const Layer* found = parts_->tree.GetLayerFromHandle(one);
         return found == nullptr || !found->GetImage() || found->GetLayerType() != kLayerTypeRaster;
     });
     return flipped;
@@ -204,10 +189,10 @@ bool LayerStack::FlipImageLayer(const PntHandle& handle, bool horizontal, bool v
     if (!horizontal && !vertical)
         return false;
     qs::vector<Mirrored> all;
-    const qs::vector<PntHandle> members = GetTransformTargets(handle);
+    const qs::vector<PntHandle> members = parts_->groups.GetTransformTargets(handle);
     ilTile area;  // of the members; all is mirrored within it, also what only follows them
     for (const PntHandle& name : GetLayersFlippedWith(handle)) {
-        const qs::Reference<Layer> layer = GetLayerFromHandle(name);
+        const qs::Reference<Layer> layer = parts_->tree.GetLayerFromHandle(name);
         const ilTile bounds = layer->getLayerBoundsInCanvasCoords();
         if (bounds.IsEmpty())
             continue;
@@ -222,18 +207,16 @@ bool LayerStack::FlipImageLayer(const PntHandle& handle, bool horizontal, bool v
         const ilTile moved =
             ilTileMoved(origin, horizontal ? int64_t{area.x} - bounds.x + area.Right() - bounds.Right() : 0,
                         vertical ? int64_t{area.y} - bounds.y + area.Bottom() - bounds.Bottom() : 0);
-        DamageLayer(*layer);
+        parts_->canvas.DamageLayer(*layer);
         layer->TakePixels(*pixels);
         layer->SetOffset(moved.x, moved.y, LayerStackTransform(), true);
-        TellChanged(*layer);
-        DamageLayer(*layer);
+        parts_->canvas.TellChanged(*layer);
+        parts_->canvas.DamageLayer(*layer);
     }
-    GetCurrentLayerPainter();
-    ShowChange();
+    parts_->current.GetPainter();
+    parts_->update.ShowChange();
     return true;
 }
-
-// --- replacing ---
 
 bool LayerStack::ReplaceLayerImage(const PntHandle& handle, qs::TempReference<ilImage> image)
 {
@@ -241,10 +224,10 @@ bool LayerStack::ReplaceLayerImage(const PntHandle& handle, qs::TempReference<il
     const qs::Reference<Layer> layer = image ? BeginPixelEdit(handle) : nullptr;
     if (!layer || image->GetNumChannels() != layer->GetImage()->GetNumChannels())
         return false;
-    const ilTile before = DamageOf(*layer);
+    const ilTile before = parts_->canvas.DamageOf(*layer);
     if (const ilMIOImage* paged = image->AsPaged())
         image = qs::Reference<ilImage>(new ilSmartImage(*paged, 0, 0));
     layer->SetImage(image);
-    EndPixelEdit(*layer, ilTileUnion(before, DamageOf(*layer)));
+    EndPixelEdit(*layer, ilTileUnion(before, parts_->canvas.DamageOf(*layer)));
     return true;
 }

@@ -1,29 +1,17 @@
 #include "stack/LayerStack.h"
+#include "stack/StackParts.h"
 
 #include <cmath>
-
-qs::vector<qs::Reference<Layer>> LayerStack::GetAllLayers() const
-{
-    qs::vector<LayerContainer*> containers;
-    for (const LayerFolder* folder : TopFolders())
-        folder->GetLCArray_FLATTEN(&containers);
-    qs::vector<qs::Reference<Layer>> layers;
-    for (LayerContainer* container : containers)
-        if (Layer* layer = dynamic_cast<Layer*>(container))
-            layers.emplace_back(layer);
-    if (selectionMask_)
-        layers.push_back(selectionMask_);
-    return layers;
-}
 
 bool LayerStack::TransformDocument(const qsLinear::AffineMatrix& matrix, int64_t width, int64_t height,
                                    const TransformFilters& filters)
 {
     if (!IsAcceptableSize(width, height))
         return false;
-    EndProxy();
-    DrainPainterDamage();
-    const qs::vector<qs::Reference<Layer>> layers = GetAllLayers();  // the host hears of each, and may delete some
+    parts_->proxy.End();
+    parts_->current.DrainDamage();
+    const qs::vector<qs::Reference<Layer>> layers =
+        parts_->tree.GetAllLayers();  // the host hears of each, and may delete some
     const ilTile canvas(0, 0, static_cast<int>(width), static_cast<int>(height));
     qs::vector<LayerPicture> pictures;
     for (const qs::Reference<Layer>& layer : layers) {
@@ -32,27 +20,27 @@ bool LayerStack::TransformDocument(const qsLinear::AffineMatrix& matrix, int64_t
         if (before && !pictures.back())
             return false;
     }
-    if (!SetSize(canvas, clipToSize_, false, false))
+    if (!parts_->plane.SetSize(canvas, parts_->canvas.GetClipToSize(), false, false))
         return false;
     for (size_t i = 0; i < layers.size(); ++i)
         layers[i]->ReplacePicture(pictures[i], matrix);
-    GetCurrentLayerPainter();
+    parts_->current.GetPainter();
     Notify(true);
-    RebuildAllAndRedrawEntireCanvas();
+    parts_->redraw.RebuildAll();
     return true;
 }
 
 bool LayerStack::ScaleAllLayers(int width, int height, FilterMethod minify, FilterMethod magnify)
 {
-    const auto scale =
-        qsLinear::AffineMatrix::Scale(static_cast<double>(width) / size_.nx, static_cast<double>(height) / size_.ny);
+    const auto scale = qsLinear::AffineMatrix::Scale(static_cast<double>(width) / parts_->canvas.GetSize().nx,
+                                                     static_cast<double>(height) / parts_->canvas.GetSize().ny);
     return TransformDocument(scale, width, height, {minify, magnify});
 }
 
 bool LayerStack::ScaleAllLayers(double xFactor, double yFactor, FilterMethod minify, FilterMethod magnify)
 {
-    const double width = size_.nx * xFactor;
-    const double height = size_.ny * yFactor;
+    const double width = parts_->canvas.GetSize().nx * xFactor;
+    const double height = parts_->canvas.GetSize().ny * yFactor;
     if (!(width > 0 && width <= kMaxSide && height > 0 && height <= kMaxSide))
         return false;
     const auto pixels = [](double side) { return static_cast<int64_t>(std::max(1.0, std::round(side))); };
@@ -70,8 +58,8 @@ bool LayerStack::ResizeDocument(int width, int height, Anchor anchor)
         const int64_t more = after - before;
         return part == 0 ? 0 : part == 2 ? -more : more < 0 ? -more / 2 : -(more / 2);
     };
-    const int64_t x = begin(place % 3, size_.nx, width);
-    const int64_t y = begin(place / 3, size_.ny, height);
+    const int64_t x = begin(place % 3, parts_->canvas.GetSize().nx, width);
+    const int64_t y = begin(place / 3, parts_->canvas.GetSize().ny, height);
     return IsAcceptableSize(width, height) &&
            ResizeDocument(ilTile(static_cast<int>(x), static_cast<int>(y), width, height));
 }
@@ -82,8 +70,8 @@ bool LayerStack::ResizeDocument(const ilTile& canvas)
     const double dy = -double{1} * canvas.y;
     if (!TransformDocument(qsLinear::AffineMatrix::Translation(dx, dy), canvas.nx, canvas.ny, {}))
         return false;
-    if (symmetry_)
-        symmetry_->Translate(dx, dy);
+    if (parts_->properties.symmetry)
+        parts_->properties.symmetry->Translate(dx, dy);
     return true;
 }
 
@@ -95,16 +83,20 @@ bool LayerStack::RotateCanvas(double angleDeg, FilterMethod minify, FilterMethod
     const AffineMatrix turn = AffineMatrix::Rotation(angleDeg);
     // A hundredth of a pixel more or less is rounding, not picture.
     const auto grown = [](double side) { return std::max(1.0, std::ceil(side - 0.01)); };
-    const double width = grown(std::fabs(turn.a) * size_.nx + std::fabs(turn.c) * size_.ny);
-    const double height = grown(std::fabs(turn.b) * size_.nx + std::fabs(turn.d) * size_.ny);
-    const AffineMatrix aboutMiddle = AffineMatrix::Translation(width / 2, height / 2) * turn *
-                                     AffineMatrix::Translation(-size_.nx / 2.0, -size_.ny / 2.0);
+    const double width =
+        grown(std::fabs(turn.a) * parts_->canvas.GetSize().nx + std::fabs(turn.c) * parts_->canvas.GetSize().ny);
+    const double height =
+        grown(std::fabs(turn.b) * parts_->canvas.GetSize().nx + std::fabs(turn.d) * parts_->canvas.GetSize().ny);
+    const AffineMatrix aboutMiddle =
+        AffineMatrix::Translation(width / 2, height / 2) * turn *
+        AffineMatrix::Translation(-parts_->canvas.GetSize().nx / 2.0, -parts_->canvas.GetSize().ny / 2.0);
     return TransformDocument(aboutMiddle, static_cast<int64_t>(width), static_cast<int64_t>(height), {minify, magnify});
 }
 
 bool LayerStack::FlipDocument(bool horizontal, bool vertical)
 {
-    const qsLinear::AffineMatrix flip(horizontal ? -1 : 1, 0, 0, vertical ? -1 : 1, horizontal ? size_.nx : 0,
-                                      vertical ? size_.ny : 0);
-    return TransformDocument(flip, size_.nx, size_.ny, {});
+    const qsLinear::AffineMatrix flip(horizontal ? -1 : 1, 0, 0, vertical ? -1 : 1,
+                                      horizontal ? parts_->canvas.GetSize().nx : 0,
+                                      vertical ? parts_->canvas.GetSize().ny : 0);
+    return TransformDocument(flip, parts_->canvas.GetSize().nx, parts_->canvas.GetSize().ny, {});
 }

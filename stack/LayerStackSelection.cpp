@@ -1,46 +1,46 @@
 #include "stack/LayerStack.h"
-#include "stack/StackEdit.h"
-#include "stack/StackPort.h"
+#include "stack/StackParts.h"
+#include "stack/edits/StackEdit.h"
 
 #include <algorithm>
 #include <cmath>
 
 void LayerStack::PutBackSelectionMask(Layer& mask) noexcept
 {
-    if (selectionMask_ == &mask)
+    if (parts_->selection.Get() == &mask)
         return;
-    const bool wasCurrent = isSelectionMaskCurrent();
-    selectionMask_.reset(&mask);
-    currentPainter_ = nullptr;
-    maskIsStale_ = true;
+    const bool wasCurrent = parts_->selection.IsCurrent();
+    parts_->tree.SetSelectionMask(&mask);
+    parts_->current.ForgetPainter();
+    parts_->canvas.MarkMaskStale();
     if (wasCurrent) {
-        currentLayer_ = &mask;
-        treeIsStale_ = true;
+        parts_->tree.SetCurrent(&mask);
+        parts_->canvas.SetTreeStale(true);
     }
 }
 
 void LayerStack::SetSelectionMask(Layer* mask)
 {
     const StackEdit edit(*this);
-    const bool isUsable = mask == nullptr || (HoldingFolder(mask, nullptr) == nullptr && mask->GetImage() &&
-                                              mask->GetImage()->GetNumChannels() == 1);
-    if (mask == selectionMask_ || !isUsable)
+    const bool isUsable = mask == nullptr || (parts_->tree.HoldingFolder(mask, nullptr) == nullptr &&
+                                              mask->GetImage() && mask->GetImage()->GetNumChannels() == 1);
+    if (mask == parts_->selection.Get() || !isUsable)
         return;
-    const bool wasCurrent = isSelectionMaskCurrent();
-    const qs::Reference<Layer> old = selectionMask_;
-    if (isSelectionMaskActive())
-        DamageLayer(*old);
-    selectionMask_.reset(mask);
+    const bool wasCurrent = parts_->selection.IsCurrent();
+    const qs::Reference<Layer> old = parts_->selection.Get();
+    if (parts_->selection.IsActive())
+        parts_->canvas.DamageLayer(*old);
+    parts_->tree.SetSelectionMask(mask);
     if (mask != nullptr)
-        mask->VerifyAllLsHandle(instance_);
-    if (isSelectionMaskActive())
-        DamageLayer(*mask);
-    maskIsStale_ = true;
+        mask->VerifyAllLsHandle(parts_->tree.GetInstance());
+    if (parts_->selection.IsActive())
+        parts_->canvas.DamageLayer(*mask);
+    parts_->canvas.MarkMaskStale();
     if (wasCurrent) {
-        MarkTreeStale();
-        BecomeCurrent(mask != nullptr ? mask : GetBottomLayer(kLayerModeImage));
+        parts_->canvas.MarkTreeStale();
+        parts_->current.Become(mask != nullptr ? mask : parts_->tree.GetBottomLayer(kLayerModeImage));
     }
-    UpdatePainterClip();
+    parts_->current.UpdateClip();
 }
 
 /// A selection mask over the image in the default colours, shown as layers are, with the handle of the one before:
@@ -48,11 +48,11 @@ void LayerStack::SetSelectionMask(Layer* mask)
 qs::Reference<Layer> LayerStack::NewSelectionMask(const qs::Reference<ilSmartImage>& image) const
 {
     const qs::Reference<Layer> mask(new Layer(image, {}, kLayerModeMask, kLayerTypeRaster, 0, 0));
-    if (selectionMask_)
-        mask->SetLayerContainerHandle(selectionMask_->GetLayerContainerHandle());
+    if (parts_->selection.Get())
+        mask->SetLayerContainerHandle(parts_->selection.Get()->GetLayerContainerHandle());
     mask->SetLayerContainerName("Marquee");
-    mask->SetMaskColor(selectionDisplayColor_);
-    mask->SetMaskDisplayOpacity(selectionDisplayOpacity_);
+    mask->SetMaskColor(parts_->properties.selectionDisplayColor);
+    mask->SetMaskDisplayOpacity(parts_->properties.selectionDisplayOpacity);
     return mask;
 }
 
@@ -69,7 +69,7 @@ void LayerStack::ClearSelectionMask(bool rebuild)
     const StackEdit edit(*this);
     ReplaceSelection(new ilSmartImage(ilPixel::Coverage(0)));
     if (rebuild)
-        RebuildCompositeMask();
+        parts_->canvas.RebuildCompositeMask();
     ShowSelection(rebuild);
 }
 
@@ -78,9 +78,9 @@ void LayerStack::EditSelection(const ilTile& onCanvas, bool rebuild,
                                const std::function<void(ilMIOImage& mask)>& change)
 {
     const StackEdit edit(*this);
-    if (selectionMask_->InProxy())
-        EndProxy();
-    ilMIOImage& mask = *selectionMask_->GetImage();
+    if (parts_->selection.Get()->InProxy())
+        parts_->proxy.End();
+    ilMIOImage& mask = *parts_->selection.Get()->GetImage();
     const qs::Reference<ilMIOImage> before = mask.Snapshot();
     try {
         change(mask);
@@ -88,10 +88,10 @@ void LayerStack::EditSelection(const ilTile& onCanvas, bool rebuild,
         mask.ShareAllFrom(*before);
         throw;
     }
-    maskIsStale_ = true;
-    if (isSelectionMaskActive())
-        DamageTile(ilTileIntersection(onCanvas, size_));
-    UpdatePainterClip();  // a selection begins, or ends, to be used with its first pixel
+    parts_->canvas.MarkMaskStale();
+    if (parts_->selection.IsActive())
+        parts_->canvas.DamageTile(ilTileIntersection(onCanvas, parts_->canvas.GetSize()));
+    parts_->current.UpdateClip();  // a selection begins, or ends, to be used with its first pixel
     ShowSelection(rebuild);
 }
 
@@ -99,67 +99,35 @@ void LayerStack::ShowSelection(bool rebuild)
 {
     if (!rebuild)
         return;
-    if (isSelectionMaskUsed())
-        RebuildCompositeMask();
-    if (canvasDamage_.anyDamaged())
-        ForceUpdate();
-}
-
-ilTile LayerStack::OnSelection(const ilTile& onCanvas) const
-{
-    return ilTileMoved(onCanvas, -int64_t{selectionMask_->getXOffset()}, -int64_t{selectionMask_->getYOffset()});
+    if (parts_->selection.IsUsed())
+        parts_->canvas.RebuildCompositeMask();
+    if (parts_->canvas.GetDamage().anyDamaged())
+        parts_->update.ForceUpdate();
 }
 
 void LayerStack::SetSelectionMaskActive(bool active)
 {
     const StackEdit edit(*this);
-    if (!selectionMask_)
+    if (!parts_->selection.Get())
         return;
     if (active) {
-        selectionMask_->SetMaskColor(selectionDisplayColor_);
-        selectionMask_->SetMaskDisplayOpacity(selectionDisplayOpacity_);
+        parts_->selection.Get()->SetMaskColor(parts_->properties.selectionDisplayColor);
+        parts_->selection.Get()->SetMaskDisplayOpacity(parts_->properties.selectionDisplayOpacity);
     }
-    SetLayerVisible(GetSelectionMaskHandle(), active, false);
-}
-
-bool LayerStack::isSelectionMaskActive() const
-{
-    return selectionMask_ && selectionMask_->isVisible();
+    SetLayerVisible(parts_->tree.GetSelectionMaskHandle(), active, false);
 }
 
 void LayerStack::SetSelectionMaskCurrent()
 {
     const StackEdit edit(*this);
-    if (!selectionMask_ || isSelectionMaskCurrent())
+    if (!parts_->selection.Get() || parts_->selection.IsCurrent())
         return;
-    EndProxy();
-    BecomeCurrent(selectionMask_.get());
-    MarkTreeStale();
+    parts_->proxy.End();
+    parts_->current.Become(parts_->selection.Get());
+    parts_->canvas.MarkTreeStale();
     Notify(true);
-    UpdateBrushClippingRect();
-    ShowChange();
-}
-
-bool LayerStack::isSelectionMaskCurrent() const
-{
-    return currentLayer_ != nullptr && currentLayer_ == selectionMask_.get();
-}
-
-bool LayerStack::isSelectionMaskUsed() const
-{
-    return isSelectionMaskActive() && !isSelectionMaskCurrent() && selectionMask_->GetImage() &&
-           !GetSelMaskBounds().IsEmpty();
-}
-
-ilTile LayerStack::GetSelMaskBounds() const
-{
-    return selectionMask_ && selectionMask_->GetImage() ? ReachOf(*selectionMask_) : ilTile();
-}
-
-void LayerStack::GetSelMaskOffset(int& x, int& y) const
-{
-    if (selectionMask_)
-        selectionMask_->GetOffset(x, y);
+    parts_->current.UpdateBrushClippingRect();
+    parts_->update.ShowChange();
 }
 
 void LayerStack::SetSelectionDefaultDisplayOpacity(float opacity)
@@ -167,20 +135,65 @@ void LayerStack::SetSelectionDefaultDisplayOpacity(float opacity)
     const StackEdit edit(*this);
     if (std::isnan(opacity))
         return;
-    selectionDisplayOpacity_ = std::clamp(opacity, 0.0f, 1.0f);
-    if (!isSelectionMaskActive())
+    parts_->properties.selectionDisplayOpacity = std::clamp(opacity, 0.0f, 1.0f);
+    if (!parts_->selection.IsActive())
         return;
-    selectionMask_->SetMaskDisplayOpacity(selectionDisplayOpacity_);
-    RebuildMaskAndRedrawEntireCanvas();
+    parts_->selection.Get()->SetMaskDisplayOpacity(parts_->properties.selectionDisplayOpacity);
+    parts_->redraw.RebuildMask();
 }
 
 void LayerStack::SetSelectionDefaultDisplayColor(const PaintColor& color)
 {
     const StackEdit edit(*this);
-    selectionDisplayColor_ = color;
-    selectionDisplayColor_.Clamp();
-    if (!isSelectionMaskActive())
+    parts_->properties.selectionDisplayColor = color;
+    parts_->properties.selectionDisplayColor.Clamp();
+    if (!parts_->selection.IsActive())
         return;
-    selectionMask_->SetMaskColor(selectionDisplayColor_);
-    RebuildMaskAndRedrawEntireCanvas();
+    parts_->selection.Get()->SetMaskColor(parts_->properties.selectionDisplayColor);
+    parts_->redraw.RebuildMask();
+}
+
+Layer* LayerStack::GetSelectionMask() const
+{
+    return parts_->tree.GetSelectionMask();
+}
+
+bool LayerStack::isSelectionMaskActive() const
+{
+    return parts_->selection.IsActive();
+}
+
+bool LayerStack::isSelectionMaskCurrent() const
+{
+    return parts_->selection.IsCurrent();
+}
+
+bool LayerStack::isSelectionMaskUsed() const
+{
+    return parts_->selection.IsUsed();
+}
+
+ilTile LayerStack::GetSelMaskBounds() const
+{
+    return parts_->selection.GetBounds();
+}
+
+void LayerStack::GetSelMaskOffset(int& x, int& y) const
+{
+    parts_->selection.GetOffset(x, y);
+}
+
+float LayerStack::GetSelectionDefaultDisplayOpacity() const
+{
+    return parts_->properties.selectionDisplayOpacity;
+}
+
+PaintColor LayerStack::GetSelectionDefaultDisplayColor() const
+{
+    return parts_->properties.selectionDisplayColor;
+}
+
+ilTile LayerStack::GetSelectionMaskBnd() const
+{
+    return parts_->selection.GetCanvasBounds();
 }

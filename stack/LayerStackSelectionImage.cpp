@@ -1,7 +1,8 @@
 #include "platform/imaging/blend/ImageBlend.h"
 #include "platform/imaging/regions/CoverageFilters.h"
 #include "stack/LayerStack.h"
-#include "stack/StackEdit.h"
+#include "stack/StackParts.h"
+#include "stack/edits/StackEdit.h"
 
 #include <cstdio>
 
@@ -49,11 +50,11 @@ qs::Reference<ilSmartImage> BoundedCopy(const ilMIOImage& image, const ilTile& a
 
 void LayerStack::BlendIntoSelection(const ilMIOImage& image, int x, int y, int sourceFactor, bool rebuild)
 {
-    const ilTile onCanvas = CanvasReachOf(image, x, y, size_);
+    const ilTile onCanvas = CanvasReachOf(image, x, y, parts_->canvas.GetSize());
     EditSelection(onCanvas, rebuild, [&](ilMIOImage& mask) {
-        const int64_t onMaskX = int64_t{x} - selectionMask_->getXOffset();
-        const int64_t onMaskY = int64_t{y} - selectionMask_->getYOffset();
-        BlendCoverage(mask, OnSelection(onCanvas), image, onMaskX, onMaskY, sourceFactor);
+        const int64_t onMaskX = int64_t{x} - parts_->selection.Get()->getXOffset();
+        const int64_t onMaskY = int64_t{y} - parts_->selection.Get()->getYOffset();
+        BlendCoverage(mask, parts_->selection.OnMask(onCanvas), image, onMaskX, onMaskY, sourceFactor);
     });
 }
 
@@ -61,7 +62,7 @@ void LayerStack::AddToSelection(const qs::TempReference<ilMIOImage>& image, int 
 {
     if (!IsPlace(x, y))
         return;
-    if (!selectionMask_)
+    if (!parts_->selection.Get())
         ClearSelectionMask(false);
     if (image)
         BlendIntoSelection(*image, x, y, kFactorOne, rebuild);
@@ -71,7 +72,7 @@ void LayerStack::SubtractFromSelection(const qs::TempReference<ilMIOImage>& imag
 {
     if (!IsPlace(x, y))
         return;
-    if (!selectionMask_)
+    if (!parts_->selection.Get())
         ClearSelectionMask(false);
     if (image)
         BlendIntoSelection(*image, x, y, kFactorZero, rebuild);
@@ -81,13 +82,13 @@ void LayerStack::IntersectSelection(const qs::TempReference<ilMIOImage>& image, 
 {
     if (!IsPlace(x, y))
         return;
-    if (!selectionMask_)
+    if (!parts_->selection.Get())
         ClearSelectionMask(false);
     // Taking away all that the image leaves out: a(1 - (1 - b)).
     const qs::Reference<ilSmartImage> others(new ilSmartImage(ilPixel::Coverage(0)));
-    others->fillTile(size_, ilPixel::Coverage(255));
+    others->fillTile(parts_->canvas.GetSize(), ilPixel::Coverage(255));
     if (image)
-        BlendCoverage(*others, CanvasReachOf(*image, x, y, size_), *image, x, y, kFactorZero);
+        BlendCoverage(*others, CanvasReachOf(*image, x, y, parts_->canvas.GetSize()), *image, x, y, kFactorZero);
     BlendIntoSelection(*others, 0, 0, kFactorZero, rebuild);
 }
 
@@ -103,10 +104,10 @@ void LayerStack::CopyToSelection(const qs::TempReference<ilMIOImage>& image, int
         return;
     }
     const qs::Reference<Layer> mask =
-        NewSelectionMask(BoundedCopy(*image, ilTileMoved(size_, -int64_t{x}, -int64_t{y})));
-    if (selectionMask_) {
-        mask->SetMaskColor(selectionMask_->GetMaskColor());
-        mask->SetMaskDisplayOpacity(selectionMask_->GetMaskDisplayOpacity());
+        NewSelectionMask(BoundedCopy(*image, ilTileMoved(parts_->canvas.GetSize(), -int64_t{x}, -int64_t{y})));
+    if (parts_->selection.Get()) {
+        mask->SetMaskColor(parts_->selection.Get()->GetMaskColor());
+        mask->SetMaskDisplayOpacity(parts_->selection.Get()->GetMaskDisplayOpacity());
     }
     mask->SetOffset(x, y, LayerStackTransform(), false);
     SetSelectionMask(mask.get());
@@ -115,10 +116,10 @@ void LayerStack::CopyToSelection(const qs::TempReference<ilMIOImage>& image, int
 
 void LayerStack::CopyFromSelection(const qs::TempReference<ilMIOImage>& image) const
 {
-    const ilTile bounds = GetSelMaskBounds();
-    if (image && selectionMask_ && image != selectionMask_->GetImage())
-        image->copyTile3D(bounds.x, bounds.y, 0, bounds.nx, bounds.ny, 1, *selectionMask_->GetImage(), bounds.x,
-                          bounds.y, 0);
+    const ilTile bounds = parts_->selection.GetBounds();
+    if (image && parts_->selection.Get() && image != parts_->selection.Get()->GetImage())
+        image->copyTile3D(bounds.x, bounds.y, 0, bounds.nx, bounds.ny, 1, *parts_->selection.Get()->GetImage(),
+                          bounds.x, bounds.y, 0);
 }
 
 void LayerStack::FillSelectionMask(const qs::TempReference<ilMIOImage>& image, bool rebuild)
@@ -126,7 +127,7 @@ void LayerStack::FillSelectionMask(const qs::TempReference<ilMIOImage>& image, b
     const StackEdit edit(*this);
     const qs::Reference<ilSmartImage> selected(new ilSmartImage(ilPixel::Coverage(0)));
     if (image)
-        BlendCoverage(*selected, CanvasReachOf(*image, 0, 0, size_), *image, 0, 0, kFactorOne);
+        BlendCoverage(*selected, CanvasReachOf(*image, 0, 0, parts_->canvas.GetSize()), *image, 0, 0, kFactorOne);
     ReplaceSelection(selected);
     ShowSelection(rebuild);
 }
@@ -135,14 +136,12 @@ void LayerStack::ClearSelectionMask(const qs::TempReference<ilMIOImage>& image, 
 {
     const StackEdit edit(*this);
     const qs::Reference<ilSmartImage> selected(new ilSmartImage(ilPixel::Coverage(0)));
-    selected->fillTile(size_, ilPixel::Coverage(255));
+    selected->fillTile(parts_->canvas.GetSize(), ilPixel::Coverage(255));
     if (image)
-        BlendCoverage(*selected, CanvasReachOf(*image, 0, 0, size_), *image, 0, 0, kFactorZero);
+        BlendCoverage(*selected, CanvasReachOf(*image, 0, 0, parts_->canvas.GetSize()), *image, 0, 0, kFactorZero);
     ReplaceSelection(selected);
     ShowSelection(rebuild);
 }
-
-// --- of layers ---
 
 void LayerStack::AddToSelection(Layer* layer, bool rebuild)
 {
@@ -164,23 +163,23 @@ void LayerStack::CopyToSelection(Layer* layer, bool rebuild)
 
 void LayerStack::AddToSelection(const PntHandle& layer, bool rebuild)
 {
-    AddToSelection(GetLayerFromHandle(layer), rebuild);
+    AddToSelection(parts_->tree.GetLayerFromHandle(layer), rebuild);
 }
 
 void LayerStack::SubtractFromSelection(const PntHandle& layer, bool rebuild)
 {
-    SubtractFromSelection(GetLayerFromHandle(layer), rebuild);
+    SubtractFromSelection(parts_->tree.GetLayerFromHandle(layer), rebuild);
 }
 
 void LayerStack::CopyToSelection(const PntHandle& layer, bool rebuild)
 {
-    CopyToSelection(GetLayerFromHandle(layer), rebuild);
+    CopyToSelection(parts_->tree.GetLayerFromHandle(layer), rebuild);
 }
 
 qs::TempReference<ilSmartImage> LayerStack::CopyFromSelection(Layer* layer)
 {
     const qs::TempReference<ilMIOImage> image = layer != nullptr ? layer->GetImage() : nullptr;
-    const ilTile onCanvas = GetSelectionMaskBnd();
+    const ilTile onCanvas = parts_->selection.GetCanvasBounds();
     if (!image || onCanvas.IsEmpty())
         return {};
     const ilTile onLayer = ilTileMoved(onCanvas, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
@@ -196,5 +195,5 @@ qs::TempReference<ilSmartImage> LayerStack::CopyFromSelection(Layer* layer)
 
 qs::TempReference<ilSmartImage> LayerStack::CopyFromSelection(const PntHandle& layer)
 {
-    return CopyFromSelection(GetLayerFromHandle(layer));
+    return CopyFromSelection(parts_->tree.GetLayerFromHandle(layer));
 }

@@ -1,5 +1,6 @@
 #include "stack/LayerStack.h"
-#include "stack/StackEdit.h"
+#include "stack/StackParts.h"
+#include "stack/edits/StackEdit.h"
 
 namespace {
 
@@ -12,7 +13,7 @@ void LayerStack::FillSelectionMask(const ilTile& tile, bool rebuild)
 {
     const StackEdit edit(*this);
     const qs::Reference<ilSmartImage> image(new ilSmartImage(kNotSelected));
-    image->fillTile(ilTileIntersection(tile, size_), kSelected);
+    image->fillTile(ilTileIntersection(tile, parts_->canvas.GetSize()), kSelected);
     ReplaceSelection(image);
     ShowSelection(rebuild);
 }
@@ -20,29 +21,31 @@ void LayerStack::FillSelectionMask(const ilTile& tile, bool rebuild)
 void LayerStack::FillSelectionMask(bool rebuild)
 {
     const StackEdit edit(*this);
-    FillSelectionMask(size_, rebuild);
+    FillSelectionMask(parts_->canvas.GetSize(), rebuild);
 }
 
 void LayerStack::ClearSelectionMask(const ilTile& tile, bool rebuild)
 {
     const StackEdit edit(*this);
     const qs::Reference<ilSmartImage> image(new ilSmartImage(kNotSelected));
-    image->fillTile(size_, kSelected);
-    image->fillTile(ilTileIntersection(tile, size_), kNotSelected);
+    image->fillTile(parts_->canvas.GetSize(), kSelected);
+    image->fillTile(ilTileIntersection(tile, parts_->canvas.GetSize()), kNotSelected);
     ReplaceSelection(image);
     ShowSelection(rebuild);
 }
 
 void LayerStack::AddToSelection(const ilTile& tile, bool rebuild)
 {
-    const ilTile onCanvas = ilTileIntersection(tile, size_);
-    if (selectionMask_ && !onCanvas.IsEmpty())
-        EditSelection(onCanvas, rebuild, [&](ilMIOImage& mask) { mask.fillTile(OnSelection(onCanvas), kSelected); });
+    const ilTile onCanvas = ilTileIntersection(tile, parts_->canvas.GetSize());
+    if (parts_->selection.Get() && !onCanvas.IsEmpty())
+        EditSelection(onCanvas, rebuild,
+                      [&](ilMIOImage& mask) { mask.fillTile(parts_->selection.OnMask(onCanvas), kSelected); });
 }
 
 void LayerStack::SubtractFromSelection(const ilTile& tile, bool rebuild)
 {
-    const ilTile onCanvas = ilTileIntersection(tile, size_);
-    if (selectionMask_ && !onCanvas.IsEmpty())
-        EditSelection(onCanvas, rebuild, [&](ilMIOImage& mask) { mask.fillTile(OnSelection(onCanvas), kNotSelected); });
+    const ilTile onCanvas = ilTileIntersection(tile, parts_->canvas.GetSize());
+    if (parts_->selection.Get() && !onCanvas.IsEmpty())
+        EditSelection(onCanvas, rebuild,
+                      [&](ilMIOImage& mask) { mask.fillTile(parts_->selection.OnMask(onCanvas), kNotSelected); });
 }

@@ -1,38 +1,34 @@
 #include "platform/imaging/blend/ImageBlend.h"
 #include "platform/imaging/regions/CoverageFilters.h"
 #include "stack/LayerStack.h"
-#include "stack/StackEdit.h"
+#include "stack/StackParts.h"
+#include "stack/edits/StackEdit.h"
 
 #include <cmath>
 #include <cstdlib>
 
-ilTile LayerStack::GetSelectionMaskBnd() const
-{
-    return selectionMask_ ? ilTileIntersection(selectionMask_->getLayerBoundsInCanvasCoords(), size_) : ilTile();
-}
-
 void LayerStack::MoveSelection(int dx, int dy, bool rebuild)
 {
     const StackEdit edit(*this);
-    if (!selectionMask_)
+    if (!parts_->selection.Get())
         return;
-    const int64_t x = int64_t{selectionMask_->getXOffset()} + dx;
-    const int64_t y = int64_t{selectionMask_->getYOffset()} + dy;
+    const int64_t x = int64_t{parts_->selection.Get()->getXOffset()} + dx;
+    const int64_t y = int64_t{parts_->selection.Get()->getYOffset()} + dy;
     if (std::abs(x) > kMaxSelectionOffset || std::abs(y) > kMaxSelectionOffset)
         return;
-    if (selectionMask_->InProxy())
-        EndProxy();
-    SetLayerOffset(GetSelectionMaskHandle(), static_cast<int>(x), static_cast<int>(y), false);
+    if (parts_->selection.Get()->InProxy())
+        parts_->proxy.End();
+    SetLayerOffset(parts_->tree.GetSelectionMaskHandle(), static_cast<int>(x), static_cast<int>(y), false);
     ShowSelection(rebuild);
 }
 
 void LayerStack::InvertSelection(bool rebuild)
 {
-    if (!selectionMask_)
+    if (!parts_->selection.Get())
         return;
-    EditSelection(size_, rebuild, [&](ilMIOImage& mask) {
+    EditSelection(parts_->canvas.GetSize(), rebuild, [&](ilMIOImage& mask) {
         // All of the canvas but what was selected: pages of either kind cost nothing.
-        const ilTile canvas = OnSelection(size_);
+        const ilTile canvas = parts_->selection.OnMask(parts_->canvas.GetSize());
         ilSmartImage inverted(ilPixel::Coverage(0));
         inverted.fillTile(canvas, ilPixel::Coverage(255));
         ImageBlend subtract;
@@ -44,10 +40,10 @@ void LayerStack::InvertSelection(bool rebuild)
 
 void LayerStack::GrowSelection(int pixels, bool rebuild)
 {
-    if (!selectionMask_ || pixels == 0 || pixels < -kMaxGrowPx || pixels > kMaxGrowPx)
+    if (!parts_->selection.Get() || pixels == 0 || pixels < -kMaxGrowPx || pixels > kMaxGrowPx)
         return;
-    EditSelection(size_, rebuild, [&](ilMIOImage& mask) {
-        const ilTile canvas = OnSelection(size_);
+    EditSelection(parts_->canvas.GetSize(), rebuild, [&](ilMIOImage& mask) {
+        const ilTile canvas = parts_->selection.OnMask(parts_->canvas.GetSize());
         mask.ShareAllFrom(pixels > 0 ? *GrowCoverage(mask, canvas, pixels) : *ShrinkCoverage(mask, canvas, -pixels));
     });
 }
@@ -55,7 +51,8 @@ void LayerStack::GrowSelection(int pixels, bool rebuild)
 void LayerStack::FeatherSelection(float radius, bool rebuild)
 {
     const bool isRadius = radius > 0 && radius <= kMaxBlurPx;
-    if (selectionMask_ && isRadius)
-        EditSelection(size_, rebuild,
-                      [&](ilMIOImage& mask) { mask.ShareAllFrom(*BlurCoverage(mask, OnSelection(size_), radius)); });
+    if (parts_->selection.Get() && isRadius)
+        EditSelection(parts_->canvas.GetSize(), rebuild, [&](ilMIOImage& mask) {
+            mask.ShareAllFrom(*BlurCoverage(mask, parts_->selection.OnMask(parts_->canvas.GetSize()), radius));
+        });
 }

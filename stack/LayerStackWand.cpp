@@ -1,6 +1,7 @@
 #include "platform/imaging/regions/FloodFillOperation.h"
 #include "stack/LayerStack.h"
-#include "stack/StackEdit.h"
+#include "stack/StackParts.h"
+#include "stack/edits/StackEdit.h"
 
 #include <algorithm>
 
@@ -30,21 +31,21 @@ bool LayerStack::SelectByWand(int x, int y, float tolerance, const PaintColor& c
                               const PntHandle& handle)
 {
     const StackEdit edit(*this);
-    const Layer* layer = GetLayerFromHandle(handle);
+    const Layer* layer = parts_->tree.GetLayerFromHandle(handle);
     const qs::TempReference<ilMIOImage> image = layer != nullptr ? layer->GetImage() : nullptr;
-    const qs::TempReference<ilMIOImage> mask = selectionMask_ ? selectionMask_->GetImage() : nullptr;
+    const qs::TempReference<ilMIOImage> mask = parts_->selection.Get() ? parts_->selection.Get()->GetImage() : nullptr;
     if (!image || !mask || layer->GetLayerType() != kLayerTypeRaster)
         return false;
     Shrink(image);
     Shrink(mask);
     int maskX = 0, maskY = 0;
-    GetSelMaskOffset(maskX, maskY);
+    parts_->selection.GetOffset(maskX, maskY);
     const qs::Reference<ilMIOImage> before = mask->Snapshot();
-    const ilTile onMask = ilTileMoved(size_, -int64_t{maskX}, -int64_t{maskY});
-    const ilTile area = GetLayerStackBndInLayerCoord(handle);
-    x = std::clamp(x, size_.x, static_cast<int>(size_.Right() - 1));
-    y = std::clamp(y, size_.y, static_cast<int>(size_.Bottom() - 1));
-    LayerStackToLayerCoords(x, y, handle);
+    const ilTile onMask = ilTileMoved(parts_->canvas.GetSize(), -int64_t{maskX}, -int64_t{maskY});
+    const ilTile area = parts_->canvas.CanvasOn(handle);
+    x = std::clamp(x, parts_->canvas.GetSize().x, static_cast<int>(parts_->canvas.GetSize().Right() - 1));
+    y = std::clamp(y, parts_->canvas.GetSize().y, static_cast<int>(parts_->canvas.GetSize().Bottom() - 1));
+    parts_->tree.ToLayer(x, y, handle);
     try {
         if (fromAll)
             mask->fillTile(onMask, ilPixel::Coverage(255));
@@ -54,7 +55,7 @@ bool LayerStack::SelectByWand(int x, int y, float tolerance, const PaintColor& c
         wand.SetTargetOffset(FloodFillOperation::Distance(area.x, onMask.x),
                              FloodFillOperation::Distance(area.y, onMask.y));
         wand.SetSmooth(isSmooth);
-        wand.SetGrowth(isSmooth ? floodFillGrowthPx_ : 0);
+        wand.SetGrowth(isSmooth ? parts_->properties.floodFillGrowthPx : 0);
         if (!wand.DoFlood(x, y)) {
             mask->ShareAllFrom(*before);
             return false;
@@ -63,10 +64,10 @@ bool LayerStack::SelectByWand(int x, int y, float tolerance, const PaintColor& c
         mask->ShareAllFrom(*before);
         throw;
     }
-    LayerContentChanged(*selectionMask_, {size_}, false);
-    RebuildCompositeMask();
-    ForceUpdate();
+    parts_->update.LayerContentChanged(*parts_->selection.Get(), {parts_->canvas.GetSize()}, false);
+    parts_->canvas.RebuildCompositeMask();
+    parts_->update.ForceUpdate();
     // Once more for those who take the damage by themselves, so that every view redraws.
-    DamageCanvas();
+    parts_->canvas.DamageCanvas();
     return true;
 }

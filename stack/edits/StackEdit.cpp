@@ -1,4 +1,4 @@
-#include "stack/StackEdit.h"
+#include "stack/edits/StackEdit.h"
 
 #include "stack/StackPort.h"
 
