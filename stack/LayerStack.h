@@ -762,11 +762,6 @@ private:
     void TakeOut(Layer* layer);
     void EnsureImageLayer();
     void DeleteLayersOf(LayerFolder* folder, bool keepHardLinked);
-    qs::Reference<Layer> NewSelectionMask(const qs::Reference<ilSmartImage>& image) const;
-    void ReplaceSelection(const qs::Reference<ilSmartImage>& image);
-    void EditSelection(const ilTile& onCanvas, bool rebuild, const std::function<void(ilMIOImage& mask)>& edit);
-    void BlendIntoSelection(const ilMIOImage& image, int x, int y, int sourceFactor, bool rebuild);
-    void ShowSelection(bool rebuild);
     using MakePicture = std::function<LayerPicture(const Layer& layer, const EditLimit& limit)>;
     bool EditLayers(const qs::vector<PntHandle>& handles, const MakePicture& make);
     bool EditInProxy(const qs::vector<PntHandle>& handles, const MakePicture& make);
@@ -804,8 +799,6 @@ private:
     bool IsFillable(const Layer& layer) const;
     bool Flood(Layer& layer, int x, int y, float tolerance, const PaintColor& color, bool isSmooth, ilTile& onCanvas);
     void TellFilled(Layer& layer, const FloodRegion& region);
-    bool SelectByWand(int x, int y, float tolerance, const PaintColor& color, bool fromAll, bool isSmooth,
-                      const PntHandle& handle);
 
     std::unique_ptr<StackParts> parts_;
 };
