@@ -15,10 +15,8 @@
 #include "stack/SelectionMode.h"
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 
-class FloodRegion;
 class LayerStackView;
 class MIOLayerStack_sr;
 class MaskingPaintOps;
@@ -762,43 +760,6 @@ private:
     void TakeOut(Layer* layer);
     void EnsureImageLayer();
     void DeleteLayersOf(LayerFolder* folder, bool keepHardLinked);
-    using MakePicture = std::function<LayerPicture(const Layer& layer, const EditLimit& limit)>;
-    bool EditLayers(const qs::vector<PntHandle>& handles, const MakePicture& make);
-    bool EditInProxy(const qs::vector<PntHandle>& handles, const MakePicture& make);
-    bool PreviewLayers(const qs::vector<PntHandle>& handles, const MakePicture& make);
-    bool TransformDocument(const qsLinear::AffineMatrix& matrix, int64_t width, int64_t height,
-                           const TransformFilters& filters);
-    void ShowLayer(Layer& layer, bool visible);
-    void BeginEdit();  // ends a proxy and takes in what was painted
-    void EndStructuralEdit(bool redraw);
-    Layer* FindMergeLayer(const PntHandle& handle) const;
-    bool CanMerge(const Layer* upper, const Layer* lower) const;
-    struct MergedPicture {
-        qs::Reference<ilSmartImage> image;  // null: the lower layer's, as it is
-        LayerBlendMode blend = kBlendNormal;
-        bool isTrue = true;  // false: no layer can stand for both
-    };
-    MergedPicture FindMergedPicture(Layer& upper, Layer& lower);
-    bool AreNormalNeighbours(const Layer& upper, const Layer& lower) const;
-    qs::Reference<ilSmartImage> ComposeWith(const PntHandle& upper, const PntHandle& lower,
-                                            const MergedPicture* merged);
-    bool HasPixelsOnCanvas(Layer& layer) const;
-    qs::Reference<ilSmartImage> ComposeApart(const qs::vector<PntHandle>& containers);
-    void ReceiveMerge(Layer& receiver, const qs::Reference<ilSmartImage>& picture, const qs::vector<Layer*>& merged);
-    void RemoveMerged(Layer& receiver, const qs::vector<Layer*>& merged);
-    void ReleaseStencils(Layer& layer, Layer* heir, bool deleteUnowned);
-    PntHandle DuplicateLayer(Layer& source, const PntHandle& where, bool above, bool redraw, int target, bool connect);
-    PntHandle CopyLayerAs(const PntHandle& handle, int target, bool connect);
-    qs::vector<qs::Reference<Layer>> DuplicateFollowers(const Layer& source, Layer& duplicate);
-    qsString::CString MakeCopyName(const char* name) const;
-    bool BakeStencils(Layer& layer, bool deleteUnowned, bool newImage);
-    bool HasActiveStencil(Layer& layer) const;
-    qs::Reference<Layer> BeginPixelEdit(const PntHandle& handle);  // null when there is nothing to edit
-    void EndPixelEdit(Layer& layer, const ilTile& canvasTile);
-    bool InvertLayer(const PntHandle& handle, LayerMode mode);
-    bool IsFillable(const Layer& layer) const;
-    bool Flood(Layer& layer, int x, int y, float tolerance, const PaintColor& color, bool isSmooth, ilTile& onCanvas);
-    void TellFilled(Layer& layer, const FloodRegion& region);
 
     std::unique_ptr<StackParts> parts_;
 };

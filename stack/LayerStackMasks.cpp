@@ -5,58 +5,6 @@
 #include <algorithm>
 #include <cmath>
 
-namespace {
-
-constexpr float kDefaultDisplayOpacity = 0.5f;
-
-}  // namespace
-
-void LayerStack::SetMaskDefaultDisplayOpacity(float opacity)
-{
-    if (!std::isnan(opacity))
-        parts_->properties.maskDisplayOpacity = std::clamp(opacity, 0.0f, 1.0f);
-}
-
-void LayerStack::SetMaskDefaultDisplayColor(const PaintColor& color)
-{
-    parts_->properties.maskDisplayColor = color;
-    parts_->properties.maskDisplayColor.Clamp();
-}
-
-PaintColor LayerStack::GetMaskLayerDisplayColor(const PntHandle& handle) const
-{
-    const Layer* layer = parts_->tree.GetLayerFromHandle(handle);
-    return layer != nullptr ? layer->GetMaskColor() : PaintColor();
-}
-
-void LayerStack::SetMaskLayerDisplayColor(const PaintColor& color, const PntHandle& handle)
-{
-    Layer* layer = parts_->tree.GetLayerFromHandle(handle);
-    if (layer == nullptr)
-        return;
-    PaintColor clamped = color;
-    clamped.Clamp();
-    layer->SetMaskColor(clamped);
-    parts_->canvas.MarkMaskStale();
-    parts_->canvas.DamageLayer(*layer);
-}
-
-float LayerStack::GetMaskLayerDisplayOpacity(const PntHandle& handle) const
-{
-    const Layer* layer = parts_->tree.GetLayerFromHandle(handle);
-    return layer != nullptr ? layer->GetMaskDisplayOpacity() : kDefaultDisplayOpacity;
-}
-
-void LayerStack::SetMaskLayerDisplayOpacity(float opacity, const PntHandle& handle)
-{
-    Layer* layer = parts_->tree.GetLayerFromHandle(handle);
-    if (layer == nullptr || std::isnan(opacity))
-        return;
-    layer->SetMaskDisplayOpacity(std::clamp(opacity, 0.0f, 1.0f));
-    parts_->canvas.MarkMaskStale();
-    parts_->canvas.DamageLayer(*layer);
-}
-
 void LayerStack::DeleteLayersOf(LayerFolder* folder, bool keepHardLinked)
 {
     const StackEdit edit(*this);

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "layers/PntHandle.h"
+#include "platform/base/Reference.h"
+#include "platform/imaging/pages/ilTile.h"
+
 class Canvas;
 class CanvasUpdate;
 class CurrentLayer;
@@ -23,6 +27,14 @@ public:
 
 protected:
     ~DocumentEdit() = default;
+
+    /// Ends a proxy and takes in what was painted.
+    void BeginEdit();
+    void EndStructuralEdit(bool redraw);
+
+    /// The same around a change of one raster layer's pixels; null when there is nothing to edit.
+    qs::Reference<Layer> BeginPixelEdit(const PntHandle& handle);
+    void EndPixelEdit(Layer& layer, const ilTile& canvasTile);
 
     LayerStack& stack_;
     DocumentProperties& properties_;
