@@ -1,6 +1,8 @@
 #include "stack/LayerStack.h"
 #include "stack/StackParts.h"
 
+#include <utility>
+
 LayerFolder* LayerStack::GetLayerFolder(LayerMode mode) const
 {
     return parts_->tree.GetLayerFolder(mode);
@@ -121,6 +123,64 @@ void LayerStack::LayerToLayerStackCoords(int& x, int& y, const PntHandle& handle
     parts_->tree.ToCanvas(x, y, handle);
 }
 
+bool LayerStack::AddLayerToStack(Layer* layer, const PntHandle& where, bool above)
+{
+    return parts_->placement.Insert(layer, where, above);
+}
+
+bool LayerStack::AddLayerFolderToStack(LayerFolder* folder, LayerMode mode, const PntHandle& where)
+{
+    return parts_->placement.InsertFolder(folder, mode, where);
+}
+
+void LayerStack::RemoveLayerFromStack(Layer* layer)
+{
+    parts_->removal.TakeOut(layer);
+}
+
+PntHandle LayerStack::AddLayer(Layer* layer, const PntHandle& where, bool rebuild, bool above)
+{
+    return parts_->placement.Add(layer, where, rebuild, above);
+}
+
+PntHandle LayerStack::AddLayer(qs::TempReference<ilImage> image, qs::TempReference<ilImage> aux, LayerMode mode,
+                               LayerType type, bool above, int, const PntHandle& where, bool redraw, int x, int y,
+                               bool forceAlphaValid)
+{
+    return parts_->placement.Add(std::move(image), std::move(aux), mode, type, above, where, redraw, x, y,
+                                 forceAlphaValid);
+}
+
+PntHandle LayerStack::AddLayerFolder(LayerMode mode, const PntHandle& where)
+{
+    return parts_->placement.AddFolder(mode, where);
+}
+
+void LayerStack::DeleteCurrentLayer(const PntHandle& handle, bool redraw)
+{
+    parts_->removal.Delete(handle, redraw);
+}
+
+void LayerStack::DeleteLayerFolder(LayerFolder* folder)
+{
+    parts_->removal.DeleteFolder(folder);
+}
+
+void LayerStack::DeleteAllLayers()
+{
+    parts_->removal.DeleteAll();
+}
+
+void LayerStack::DeleteInvisibleLayers(bool notify)
+{
+    parts_->removal.DeleteInvisible(notify);
+}
+
+bool LayerStack::MoveLayer(const PntHandle& moved, const PntHandle& target, bool above)
+{
+    return parts_->placement.Move(moved, target, above);
+}
+
 Layer* LayerStack::GetCurrentLayerPtr() const
 {
     return parts_->tree.GetCurrent();
@@ -129,6 +189,16 @@ Layer* LayerStack::GetCurrentLayerPtr() const
 bool LayerStack::IsShown(const Layer& layer) const
 {
     return parts_->tree.IsShown(layer);
+}
+
+void LayerStack::DeleteAllMasks(bool notify)
+{
+    parts_->removal.DeleteAllMasks(notify);
+}
+
+void LayerStack::DeleteAllStencils(bool notify, bool all)
+{
+    parts_->removal.DeleteAllStencils(notify, all);
 }
 
 const qs::list<qs::vector<PntHandle>>& LayerStack::GetTransformGroups() const
@@ -144,6 +214,11 @@ qs::vector<PntHandle> LayerStack::getTransformGroup(const PntHandle& handle) con
 bool LayerStack::AddTransformGroup(const qs::vector<PntHandle>& layers)
 {
     return parts_->groups.Add(layers);
+}
+
+bool LayerStack::DeleteTransformGroup(const PntHandle& handle, bool redraw)
+{
+    return parts_->removal.DeleteGroup(handle, redraw);
 }
 
 bool LayerStack::addLayerToCurrTransformGroup(const PntHandle& handle)
@@ -168,5 +243,5 @@ bool LayerStack::removeLayerFromTransformGroup(const PntHandle& handle)
 
 void LayerStack::GetLCHForMergeBelow(const PntHandle& handle, PntHandle& below) const
 {
-    parts_->tree.FindBelow(handle, below);
+    below = parts_->tree.FindBelow(handle);
 }

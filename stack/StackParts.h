@@ -23,6 +23,8 @@
 #include "stack/selection/SelectionLife.h"
 #include "stack/selection/SelectionRects.h"
 #include "stack/selection/SelectionShape.h"
+#include "stack/tree/LayerPlacement.h"
+#include "stack/tree/LayerRemoval.h"
 
 /// All that a layer stack hands its work to: the rooms, and the edits that work on them.
 struct StackParts : StackRooms {
@@ -52,4 +54,7 @@ struct StackParts : StackRooms {
     MergeChoice mergeChoice{*this};
     Merge merge{*this, mergeChoice, bake, visibility};
     Duplicate duplicate{*this};
+
+    LayerPlacement placement{*this};
+    LayerRemoval removal{*this};
 };

@@ -12,8 +12,8 @@
 #include "stack/tree/LayerTree.h"
 #include "stack/tree/TransformGroups.h"
 
-/// The state of one document, a room by subject; each knows only rooms above itself in this list. A copy of a document
-/// has all of it but the views.
+/// The state of one document, a room by subject. Each knows rooms that stand above itself in this list, and the stack
+/// for what only a whole document can do; BecomeVersionOf says what a copy of a document takes along.
 struct StackRooms {
     explicit StackRooms(LayerStack& owner) : stack(owner) {}
     StackRooms(LayerStack& owner, const qsOS::Uuid& instance) : stack(owner), tree(instance) {}

@@ -20,8 +20,8 @@ public:
     /// Makes a layer of this document current, or none.
     void Become(Layer* layer);
 
-    PaintOps* GetPainter();
-    PaintOps* GetPainterAsLeft();
+    PaintOps* GetPainter();  // bound anew; null without a current layer
+    PaintOps* GetPainterAsLeft();  // by its last user, while it is bound to the image
     MaskingPaintOps* GetMaskingPainter() const;
     bool HasPainter() const { return painter_.get() != nullptr; }
     void ForgetPainter() { painter_ = nullptr; }

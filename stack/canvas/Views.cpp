@@ -30,7 +30,7 @@ bool Views::Has(const LayerStackView* view) const
 
 void Views::Call(const std::function<void(LayerStackView&)>& call) const
 {
-    // A view may end the last reference to &stack_ stack; one that is not shared yet has none to keep.
+    // A view may end the last reference to the document; one that is not shared yet has none to keep.
     const qs::Reference<LayerStack> kept(stack_.GetRefCount() > 0 ? &stack_ : nullptr);
     const qs::vector<LayerStackView*> present = views_;
     for (LayerStackView* view : present)

@@ -26,8 +26,6 @@ void Bake::BakeAll()
         EndStructuralEdit(true);
 }
 
-/// Ends what the active stencils do to the layer, as its pixels do it now. With an heir the layer's hard-linked ones go
-/// as well, which follow its visibility, and the others become the heir's.
 void Bake::ReleaseStencils(Layer& layer, Layer* heir, bool deleteUnowned)
 {
     const qs::Reference<Layer> kept(&layer);

@@ -150,7 +150,7 @@ PntHandle MergeChoice::GetReceiverOfAll(bool visibleOnly) const
 
 qs::Reference<ilSmartImage> MergeChoice::ComposeApart(const qs::vector<PntHandle>& containers)
 {
-    // Nothing is shown by &stack_, so it does not matter that composites are suspended.
+    // Nothing is shown by this, so it does not matter that composites are suspended.
     const Canvas::ResumedScope resumed(canvas_);
     const std::unique_ptr<CompositeBase> tree(canvas_.GetComposite().MakeCompositeTree(&stack_, containers));
     const qs::Reference<ilSmartImage> picture(new ilSmartImage(ilPixel(kUnsignedByte, 4)));

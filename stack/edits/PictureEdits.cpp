@@ -22,7 +22,6 @@ bool PictureEdits::Edit(const qs::vector<PntHandle>& handles, const MakePicture&
     return isDone;
 }
 
-/// The same as a preview, in the proxy in progress or one that it begins.
 bool PictureEdits::Preview(const qs::vector<PntHandle>& handles, const MakePicture& make)
 {
     const bool begins = !proxy_.IsRunning();

@@ -103,7 +103,6 @@ void ProxySession::Revert()
     current_.GetPainter();
 }
 
-/// Ends a proxy that memory did not suffice for; nobody hears of it.
 void ProxySession::Drop() noexcept
 {
     for (const PntHandle& handle : layers_)

@@ -61,7 +61,6 @@ void SelectionLife::Clear(bool rebuild)
     Show(rebuild);
 }
 
-/// Lets `change` edit the selection mask's image within `onCanvas`, or leaves it as it is when that fails.
 void SelectionLife::Edit(const ilTile& onCanvas, bool rebuild, const std::function<void(ilMIOImage& mask)>& change)
 {
     const StackEdit edit(stack_);
@@ -140,8 +139,6 @@ void SelectionLife::SetDisplayColor(const PaintColor& color)
     redraw_.RebuildMask();
 }
 
-/// A selection mask over the image in the default colours, shown as layers are, with the handle of the one before:
-/// whoever named the selection finds it again.
 qs::Reference<Layer> SelectionLife::MakeMask(const qs::Reference<ilSmartImage>& image) const
 {
     const qs::Reference<Layer> mask(new Layer(image, {}, kLayerModeMask, kLayerTypeRaster, 0, 0));

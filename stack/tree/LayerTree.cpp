@@ -250,7 +250,6 @@ qs::vector<Layer*> LayerTree::GetFlattenedImageLayers(bool shownOnly) const
     return layers;
 }
 
-/// The layer, and what is hard-linked to it or to one of those.
 qs::vector<qs::Reference<Layer>> LayerTree::GetWithHardLinked(Layer* layer) const
 {
     qs::vector<LayerContainer*> others;  // wherever they stand: a folder's list of stencils leaves some out
@@ -282,19 +281,15 @@ void LayerTree::LiftOutOfFolder(Layer& layer)
         top->RemoveLayerContainer(holding);
 }
 
-// A merge first makes its picture, which is all that can run out of memory, and then changes the document.
-// --- who merges with whom ---
-void LayerTree::FindBelow(const PntHandle& handle, PntHandle& below) const
+PntHandle LayerTree::FindBelow(const PntHandle& handle) const
 {
-    below = kNullHandle;
     const Layer* layer = GetLayerFromHandle(handle);
     const LayerFolder* holding = HoldingFolder(layer, nullptr);
     if (holding == nullptr)
-        return;
+        return kNullHandle;
     const qs::vector<LayerContainer*>& siblings = holding->GetLCArray();
     const auto at = std::find(siblings.begin(), siblings.end(), layer);
-    if (at != siblings.begin())
-        below = at[-1]->GetLayerContainerHandle();
+    return at != siblings.begin() ? at[-1]->GetLayerContainerHandle() : kNullHandle;
 }
 
 void LayerTree::ToLayer(float& x, float& y, const PntHandle& handle) const

@@ -61,7 +61,7 @@ public:
     LayerContainer* GetPreviousLayerContainer(LayerContainer* container) const;
     Layer* GetTopLayer(LayerMode mode) const;
     Layer* GetBottomLayer(LayerMode mode) const;
-    void FindBelow(const PntHandle& handle, PntHandle& below) const;
+    PntHandle FindBelow(const PntHandle& handle) const;  // in the folder that holds it
     PntHandle FindLayer(int x, int y, bool includeHidden, bool includeLocked, float tolerance) const;
 
     // --- by what they are ---
