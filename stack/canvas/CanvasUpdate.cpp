@@ -107,7 +107,7 @@ void CanvasUpdate::ComposeTile(const ilTile& tile, bool overlay, PaintOps& targe
         canvas_.GetComposite().MakeComposite(&stack_, &tile);
         const qs::TempReference<ilSmartImage> picture = canvas_.GetComposite().GetCurrentComposite();
         target.blend_func(kFactorOne, kFactorZero);
-        target.rect_fill(tile.x, tile.y, tile.nx, tile.ny, 0u);
+        target.rect_fill(tile.x, tile.y, tile.nx, tile.ny, 0U);
         target.blend_func(kFactorOne, kFactorOneMinusSourceAlpha);
         if (picture)
             target.draw_image(tile.x, tile.y, tile.nx, tile.ny, *picture, tile.x, tile.y);

@@ -113,7 +113,7 @@ qs::TempReference<ilMIOImage> CurrentLayer::ComposeTarget(Layer* layer, const il
     stroke->ComposeOperation(*composed, tile);
     CleanScratch();
     scratchPainter_->blend_func(kFactorOne, kFactorOneMinusSourceAlpha);
-    float weight = full ? 1.0f : layer->GetOpacity();
+    float weight = full ? 1.0F : layer->GetOpacity();
     if (isCoverage) {
         scratchPainter_->SetCoverageColor(layer->GetMaskColor().Premultiplied());
         weight = layer->GetMaskDisplayOpacity();

@@ -47,7 +47,7 @@ void DocumentSettings::Swap(DocumentProperties& properties) noexcept
 void DocumentSettings::SetMaskOpacity(float opacity)
 {
     if (!std::isnan(opacity))
-        properties_.maskDisplayOpacity = std::clamp(opacity, 0.0f, 1.0f);
+        properties_.maskDisplayOpacity = std::clamp(opacity, 0.0F, 1.0F);
 }
 
 void DocumentSettings::SetMaskColor(const PaintColor& color)

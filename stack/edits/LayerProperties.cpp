@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr float kDefaultDisplayOpacity = 0.5f;
+constexpr float kDefaultDisplayOpacity = 0.5F;
 
 }  // namespace
 
@@ -41,7 +41,7 @@ void LayerProperties::SetBlend(const PntHandle& handle, LayerBlendMode mode)
 float LayerProperties::GetOpacity(const PntHandle& handle) const
 {
     const Layer* layer = tree_.GetLayerFromHandle(handle);
-    return layer != nullptr ? layer->GetOpacity() : 1.0f;
+    return layer != nullptr ? layer->GetOpacity() : 1.0F;
 }
 
 void LayerProperties::SetOpacity(const PntHandle& handle, float opacity)
@@ -50,7 +50,7 @@ void LayerProperties::SetOpacity(const PntHandle& handle, float opacity)
     Layer* layer = tree_.GetLayerFromHandle(handle);
     if (layer == nullptr || std::isnan(opacity))
         return;
-    opacity = std::clamp(opacity, 0.0f, 1.0f);
+    opacity = std::clamp(opacity, 0.0F, 1.0F);
     if (opacity == layer->GetOpacity())
         return;
     layer->SetOpacity(opacity);
@@ -131,7 +131,7 @@ void LayerProperties::SetDisplayOpacity(float opacity, const PntHandle& handle)
     Layer* layer = tree_.GetLayerFromHandle(handle);
     if (layer == nullptr || std::isnan(opacity))
         return;
-    layer->SetMaskDisplayOpacity(std::clamp(opacity, 0.0f, 1.0f));
+    layer->SetMaskDisplayOpacity(std::clamp(opacity, 0.0F, 1.0F));
     canvas_.MarkMaskStale();
     canvas_.DamageLayer(*layer);
 }

@@ -99,7 +99,7 @@ void Merge::All(bool visibleOnly)
 void Merge::Receive(Layer& receiver, const qs::Reference<ilSmartImage>& picture, const qs::vector<Layer*>& merged)
 {
     RemoveMerged(receiver, merged);
-    receiver.SetOpacity(1.0f);
+    receiver.SetOpacity(1.0F);
     receiver.SetOffset(0, 0, LayerStackTransform(), true);
     receiver.SetImage(picture);
 }

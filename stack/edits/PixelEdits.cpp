@@ -32,7 +32,7 @@ void InvertColorsThrough(const qs::Reference<ilSmartImage>& image, const ilTile&
     painter->set_paint_mode(PaintOps::PaintMode::ColorInvert);
     painter->set_clip_image(coverage, x, y);
     for (const ilTile& part : parts)
-        painter->rect_fill(part.x, part.y, part.nx, part.ny, 0u);
+        painter->rect_fill(part.x, part.y, part.nx, part.ny, 0U);
 }
 
 }  // namespace

@@ -121,7 +121,7 @@ void SelectionLife::SetDisplayOpacity(float opacity)
     const StackEdit edit(stack_);
     if (std::isnan(opacity))
         return;
-    properties_.selectionDisplayOpacity = std::clamp(opacity, 0.0f, 1.0f);
+    properties_.selectionDisplayOpacity = std::clamp(opacity, 0.0F, 1.0F);
     if (!selection_.IsActive())
         return;
     selection_.Get()->SetMaskDisplayOpacity(properties_.selectionDisplayOpacity);
