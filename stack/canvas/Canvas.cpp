@@ -63,7 +63,7 @@ void Canvas::DamageLayer(Layer& layer)
 
 ilTile Canvas::CanvasOn(const Layer& layer) const
 {
-    return ilTileMoved(state_.size, -int64_t{layer.getXOffset()}, -int64_t{layer.getYOffset()});
+    return layer.ToLayer(state_.size);
 }
 
 ilTile Canvas::CanvasOn(const PntHandle& handle) const
@@ -71,7 +71,7 @@ ilTile Canvas::CanvasOn(const PntHandle& handle) const
     const Layer* layer = tree_.GetLayerFromHandle(handle);
     if (layer == nullptr)
         return {};
-    return ilTileMoved(state_.size, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
+    return layer->ToLayer(state_.size);
 }
 
 ilTile Canvas::ReachOf(Layer& layer) const
@@ -113,8 +113,7 @@ void Canvas::RefreshOwnersOfStencil(const Layer& stencil, const ilTile& onCanvas
         Layer* owner = tree_.GetLayerFromHandle(handle);
         if (owner == nullptr)
             continue;
-        owner->RefreshStencilComposite(
-            ilTileMoved(onCanvas, -int64_t{owner->getXOffset()}, -int64_t{owner->getYOffset()}));
+        owner->RefreshStencilComposite(owner->ToLayer(onCanvas));
         composite_.CompositeBaseDirty(handle, onCanvas);
     }
 }

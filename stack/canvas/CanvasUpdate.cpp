@@ -122,10 +122,10 @@ void CanvasUpdate::ComposeTile(const ilTile& tile, bool overlay, PaintOps& targe
 void CanvasUpdate::DrawOverlay(const ilTile& tile, PaintOps& target)
 {
     Layer& layer = *tree_.GetCurrent();
-    if ((layer.isMask() || layer.isStencil()) && !layer.IsHardLinkToOwnerLayer()) {
+    if (layer.IsCoverage() && !layer.IsHardLinkToOwnerLayer()) {
         if (!layer.isVisible())
             return;
-        const ilTile onLayer = ilTileMoved(tile, -int64_t{layer.getXOffset()}, -int64_t{layer.getYOffset()});
+        const ilTile onLayer = layer.ToLayer(tile);
         if (const qs::TempReference<ilMIOImage> image = current_.ComposeTarget(&layer, onLayer, false))
             target.draw_image(tile.x, tile.y, tile.nx, tile.ny, *image, onLayer.x, onLayer.y);
         return;

@@ -81,7 +81,7 @@ void CurrentLayer::DrainDamage()
         return;
     ilTile tile;
     while (painter_->getNextDamagedTile(tile)) {
-        const ilTile onCanvas = ilTileMoved(tile, tree_.GetCurrent()->getXOffset(), tree_.GetCurrent()->getYOffset());
+        const ilTile onCanvas = tree_.GetCurrent()->ToCanvas(tile);
         if (tree_.GetCurrent()->isStencil())
             canvas_.RefreshOwnersOfStencil(*tree_.GetCurrent(), onCanvas);
         canvas_.DamageTile(onCanvas);
@@ -108,7 +108,7 @@ qs::TempReference<ilMIOImage> CurrentLayer::ComposeTarget(Layer* layer, const il
     if (stroke == nullptr)
         return layer->GetStencilledImage(&tile, full);
 
-    const bool isCoverage = layer->isMask() || layer->isStencil();
+    const bool isCoverage = layer->IsCoverage();
     const qs::Reference<ilSmartImage> composed(new ilSmartImage(ilPixel(kUnsignedByte, isCoverage ? 1 : 4)));
     stroke->ComposeOperation(*composed, tile);
     CleanScratch();

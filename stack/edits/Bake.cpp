@@ -59,7 +59,7 @@ bool Bake::HasActiveStencil(Layer& layer) const
 
 bool Bake::BakeStencils(Layer& layer, bool deleteUnowned, bool newImage)
 {
-    if (layer.isMask() || layer.isStencil() || !layer.GetImage() || !HasActiveStencil(layer))
+    if (layer.IsCoverage() || !layer.GetImage() || !HasActiveStencil(layer))
         return false;
     const qs::Reference<ilSmartImage> baked = layer.MakeBakedImage(canvas_.CanvasOn(layer));
     if (newImage)

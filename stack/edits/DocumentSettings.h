@@ -2,7 +2,7 @@
 
 #include "stack/edits/DocumentEdit.h"
 
-class PaintColor;
+struct PaintColor;
 class Symmetry;
 
 /// Sets what is a property of the document as a whole.

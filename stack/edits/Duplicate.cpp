@@ -1,9 +1,9 @@
 #include "stack/edits/Duplicate.h"
 
+#include "layers/Layer.h"
 #include "stack/StackPort.h"
 #include "stack/StackRooms.h"
 #include "stack/edits/StackEdit.h"
-#include "stack/tree/LayerKinds.h"
 
 #include <string>
 #include <string_view>
@@ -56,7 +56,7 @@ PntHandle Duplicate::CopyToImage(const PntHandle& handle)
     if (!layer)
         return kNullHandle;
     PntHandle where = layer->GetLayerContainerHandle();
-    if (IsCoverage(*layer)) {
+    if (layer->IsCoverage()) {
         const qs::vector<PntHandle> owners = layer->GetOwnerLayerArray();
         where = owners.empty() ? kNullHandle : owners.front();
     }
@@ -82,9 +82,9 @@ PntHandle Duplicate::Make(Layer& source, const PntHandle& where, bool above, boo
         isSame ? source.Duplicate() : source.DuplicateAs(static_cast<LayerMode>(target - 1), canvas_.CanvasOn(source));
     const qs::vector<qs::Reference<Layer>> followers =
         isSame ? Followers(source, *made) : qs::vector<qs::Reference<Layer>>();
-    if (connect && IsCoverage(*made) && !IsCoverage(source))
+    if (connect && made->IsCoverage() && !source.IsCoverage())
         made->AddOwnerLayer(&source, false);
-    else if (connect && IsCoverage(*made))
+    else if (connect && made->IsCoverage())
         for (const PntHandle& owner : source.GetOwnerLayerArray())
             made->AddOwnerLayer(tree_.GetLayerFromHandle(owner), source.IsHardLinkToOwnerLayer());
 
@@ -94,7 +94,7 @@ PntHandle Duplicate::Make(Layer& source, const PntHandle& where, bool above, boo
     const float displayOpacity = source.GetMaskDisplayOpacity();
     made->SetLayerContainerName(MakeCopyName(source.GetLayerContainerName()).c_str());
     const PntHandle added = stack_.AddLayer(made.get(), where, redraw, above);
-    if (IsCoverage(source)) {  // a new mask looks like the default
+    if (source.IsCoverage()) {  // a new mask looks like the default
         made->SetMaskColor(color);
         made->SetMaskDisplayOpacity(displayOpacity);
         canvas_.MarkMaskStale();

@@ -15,7 +15,7 @@ bool Fills::FillTile(const PntHandle& handle, const ilTile& tile, const ilPixel&
     if (!image || pixel.GetNumChannels() != image->GetNumChannels() ||
         ilTileIntersection(tile, canvas_.GetSize()).IsEmpty())
         return false;
-    const ilTile onLayer = ilTileMoved(onCanvas, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
+    const ilTile onLayer = layer->ToLayer(onCanvas);
     const qs::Reference<ilMIOImage> before = image->Snapshot();
     try {
         if (isLimited) {
@@ -87,8 +87,7 @@ bool Fills::Flood(Layer& layer, int x, int y, float tolerance, const PaintColor&
         image->ShareAllFrom(*before);  // no part of a fill stays when memory runs out on the way
         throw;
     }
-    onCanvas = ilTileIntersection(ilTileMoved(fill.GetRegion().GetBounds(), layer.getXOffset(), layer.getYOffset()),
-                                  canvas_.GetSize());
+    onCanvas = ilTileIntersection(layer.ToCanvas(fill.GetRegion().GetBounds()), canvas_.GetSize());
     TellFilled(layer, fill.GetRegion());
     return true;
 }
@@ -96,9 +95,8 @@ bool Fills::Flood(Layer& layer, int x, int y, float tolerance, const PaintColor&
 void Fills::TellFilled(Layer& layer, const FloodRegion& region)
 {
     DamageControl damage;
-    region.ForEachPage([&](int px, int py, FloodRegion::Cover) {
-        damage.DamageTile(ilTileMoved(PageTile(px, py), layer.getXOffset(), layer.getYOffset()));
-    });
+    region.ForEachPage(
+        [&](int px, int py, FloodRegion::Cover) { damage.DamageTile(layer.ToCanvas(PageTile(px, py))); });
     qs::vector<ilTile> tiles;
     ilTile tile;
     while (damage.nextDamaged(tile))

@@ -6,7 +6,7 @@
 #include "stack/edits/DocumentEdit.h"
 
 class FloodRegion;
-class PaintColor;
+struct PaintColor;
 class ilPixel;
 
 /// Fills of one layer, within what is selected: a rectangle, or what is alike in colour.

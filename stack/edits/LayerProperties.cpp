@@ -150,7 +150,7 @@ bool LayerProperties::AddOwner(const PntHandle& owner, const PntHandle& layer, b
     const StackEdit edit(stack_);
     Layer* follower = tree_.GetLayerFromHandle(layer);
     Layer* leader = tree_.GetLayerFromHandle(owner);
-    const bool isFollower = follower != nullptr && (follower->isMask() || follower->isStencil());
+    const bool isFollower = follower != nullptr && follower->IsCoverage();
     if (!isFollower || (hardLink && !follower->GetOwnerLayerArray().empty()) || follower == leader ||
         follower == selection_.Get() || !follower->AddOwnerLayer(leader, hardLink))
         return false;

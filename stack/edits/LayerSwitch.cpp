@@ -14,7 +14,7 @@ void LayerSwitch::SetCurrent(const PntHandle& handle, bool redraw, bool splitFla
     if (layer == tree_.GetCurrent() || (layer == nullptr && !force))
         return;
 
-    const auto isCoverage = [](const Layer* one) { return one != nullptr && (one->isMask() || one->isStencil()); };
+    const auto isCoverage = [](const Layer* one) { return one != nullptr && one->IsCoverage(); };
     const bool hadCompositeMask = canvas_.HasCompositeMask();
     const bool wasCoverage = isCoverage(tree_.GetCurrent());
 

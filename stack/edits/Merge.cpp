@@ -1,13 +1,13 @@
 #include "stack/edits/Merge.h"
 
 #include "layers/CoverageUnion.h"
+#include "layers/Layer.h"
 #include "platform/imaging/blend/ImageConvert.h"
 #include "stack/StackRooms.h"
 #include "stack/edits/Bake.h"
 #include "stack/edits/LayerVisibility.h"
 #include "stack/edits/MergeChoice.h"
 #include "stack/edits/StackEdit.h"
-#include "stack/tree/LayerKinds.h"
 
 #include <algorithm>
 
@@ -36,7 +36,7 @@ void Merge::Layers(const PntHandle& upper, const PntHandle& lower, bool makeCurr
     const bool mergesPixels = IsRaster(*above) && IsRaster(*below);
     MergedPicture merged;
     merged.blend = below->GetLayerBlend();
-    if (mergesPixels && IsCoverage(*above))
+    if (mergesPixels && above->IsCoverage())
         merged.image = UnionOf(above->isStencil() || above->isVisible() ? qs::vector<Layer*>{below.get(), above.get()}
                                                                         : qs::vector<Layer*>{below.get()});
     else if (mergesPixels)

@@ -1,8 +1,8 @@
 #include "stack/edits/MergeChoice.h"
 
 #include "composite/CompositePicture.h"
+#include "layers/Layer.h"
 #include "stack/StackRooms.h"
-#include "stack/tree/LayerKinds.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -59,6 +59,11 @@ bool HaveSameOwners(const Layer& a, const Layer& b)
 
 }  // namespace
 
+bool IsRaster(const Layer& layer)
+{
+    return layer.GetLayerType() == kLayerTypeRaster;
+}
+
 qs::vector<Layer*> ShownMasksOf(const LayerFolder& folder)
 {
     qs::vector<Layer*> masks;
@@ -85,7 +90,7 @@ bool MergeChoice::CanMerge(const Layer* upper, const Layer* lower) const
         return false;
     // One coverage can stand for two only where both act on the same layers. Of a stencil in a folder nobody hears.
     const auto isInFolder = [&](const Layer* layer) { return !tree_.IsTopFolder(tree_.HoldingFolder(layer, nullptr)); };
-    return !IsCoverage(*upper) ||
+    return !upper->IsCoverage() ||
            (upper->GetImage() && lower->GetImage() && HaveSameOwners(*upper, *lower) &&
             (upper->isMask() || (upper->isActive() == lower->isActive() && isInFolder(upper) == isInFolder(lower))));
 }
@@ -95,7 +100,7 @@ PntHandle MergeChoice::GetReceiver(const PntHandle& upper, const PntHandle& lowe
     Layer* above = FindLayer(upper);
     Layer* below = FindLayer(lower);
     const bool merges = CanMerge(above, below) && IsRaster(*above) && IsRaster(*below) &&
-                        (IsCoverage(*above) || FindPicture(*above, *below).isTrue);
+                        (above->IsCoverage() || FindPicture(*above, *below).isTrue);
     return merges ? below->GetLayerContainerHandle() : kNullHandle;
 }
 

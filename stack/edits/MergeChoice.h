@@ -16,6 +16,8 @@ struct MergedPicture {
     bool isTrue = true;  // false: no layer can stand for both
 };
 
+bool IsRaster(const Layer& layer);
+
 /// The visible masks of a folder, bottom to top. Whether the folder is active is nothing to masks.
 qs::vector<Layer*> ShownMasksOf(const LayerFolder& folder);
 

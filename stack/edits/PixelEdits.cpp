@@ -55,7 +55,7 @@ bool PixelEdits::ClearRect(const PntHandle& handle, const ilTile& canvasTile)
     const qs::Reference<Layer> layer = canvasTile.IsEmpty() ? nullptr : BeginPixelEdit(handle);
     if (!layer)
         return false;
-    const ilTile onLayer = ilTileMoved(canvasTile, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
+    const ilTile onLayer = layer->ToLayer(canvasTile);
     const qs::Reference<ilSmartImage> cleared = SharedCopy(*layer);
     cleared->fillTile(ilTileIntersection(onLayer, canvas_.ReachOf(*layer)),
                       ilPixel(kUnsignedByte, cleared->GetNumChannels()));
@@ -94,7 +94,7 @@ bool PixelEdits::Invert(const PntHandle& handle, LayerMode mode)
     } else {
         const qs::Reference<ilSmartImage> inverted = SharedCopy(*layer);
         const ilTile origin(selection_.Get()->getXOffset(), selection_.Get()->getYOffset(), 1, 1);
-        const ilTile onLayer = ilTileMoved(origin, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
+        const ilTile onLayer = layer->ToLayer(origin);
         InvertColorsThrough(inverted, canvas_.ReachOf(*layer), selection_.Get()->GetImage(), onLayer.x, onLayer.y);
         layer->TakePixels(*inverted);
     }
@@ -109,7 +109,7 @@ bool PixelEdits::Crop(const PntHandle& handle, const ilTile& canvasTile)
     if (!layer)
         return false;
     const ilTile before = canvas_.DamageOf(*layer);
-    const ilTile kept = ilTileMoved(canvasTile, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
+    const ilTile kept = layer->ToLayer(canvasTile);
     layer->TakePixels(*CroppedImage(*layer->GetImage(), ilTileIntersection(kept, canvas_.ReachOf(*layer))));
     EndPixelEdit(*layer, before);
     return true;

@@ -118,7 +118,7 @@ void ProxySession::DamageEdits(Layer& layer)
 {
     DamageControl damage;
     layer.CollectProxyDamage(damage);
-    if (layer.isMask() || layer.isStencil())
+    if (layer.IsCoverage())
         canvas_.TellChanged(layer);
     ilTile tile;
     while (damage.nextDamaged(tile)) {

@@ -3,7 +3,7 @@
 #include "layers/PntHandle.h"
 #include "stack/edits/DocumentEdit.h"
 
-class PaintColor;
+struct PaintColor;
 
 /// Selects what is 4-connected to a canvas point and like it in colour.
 class MagicWand : public DocumentEdit {

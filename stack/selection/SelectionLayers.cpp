@@ -28,7 +28,7 @@ qs::TempReference<ilSmartImage> SelectionLayers::Copy(Layer* layer)
     const ilTile onCanvas = selection_.GetCanvasBounds();
     if (!image || onCanvas.IsEmpty())
         return {};
-    const ilTile onLayer = ilTileMoved(onCanvas, -int64_t{layer->getXOffset()}, -int64_t{layer->getYOffset()});
+    const ilTile onLayer = layer->ToLayer(onCanvas);
     const qs::Reference<ilSmartImage> copy(new ilSmartImage(ilPixel(image->GetDataType(), image->GetNumChannels())));
     const auto copyFrom = [&](const ilMIOImage& source) {
         copy->copyTile3D(onCanvas.x, onCanvas.y, 0, onCanvas.nx, onCanvas.ny, 1, source, onLayer.x, onLayer.y, 0);

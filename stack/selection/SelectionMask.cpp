@@ -42,7 +42,7 @@ ilTile SelectionMask::GetCanvasBounds() const
 
 ilTile SelectionMask::OnMask(const ilTile& onCanvas) const
 {
-    return ilTileMoved(onCanvas, -int64_t{Get()->getXOffset()}, -int64_t{Get()->getYOffset()});
+    return Get()->ToLayer(onCanvas);
 }
 
 EditLimit SelectionMask::GetEditLimit(const Layer& layer) const

@@ -64,7 +64,7 @@ PntHandle LayerPlacement::Add(Layer* layer, const PntHandle& where, bool rebuild
         return kNullHandle;
     current_.Become(layer);
     canvas_.DamageCanvas();
-    if (layer->isMask() || layer->isStencil())
+    if (layer->IsCoverage())
         canvas_.SetTreeStale(true);
     else if (!canvas_.IsTreeStale())
         canvas_.GetComposite().AddCompositeBase(&stack_, *layer);
@@ -73,7 +73,7 @@ PntHandle LayerPlacement::Add(Layer* layer, const PntHandle& where, bool rebuild
     current_.ResetPainter();
     if (layer->isMask())
         layer->SetMaskColor(properties_.maskDisplayColor);
-    if (layer->isMask() || layer->isStencil())
+    if (layer->IsCoverage())
         layer->SetMaskDisplayOpacity(properties_.maskDisplayOpacity);
 
     const PntHandle added = layer->GetLayerContainerHandle();
