@@ -1,13 +1,10 @@
 # paintlayer_add_folder(name SOURCES file... [LINKS folder...])
 #
 # Makes the object library paintlayer_<name> of the current directory and registers it for the shared library.
-# SOURCES: its files; a test finds a file that is in no list. (GLOB in their place: every .cpp directly in the directory.)
+# SOURCES: its files; a test finds a file that is in no list.
 # LINKS:   folders below, which this one may include; theirs are included with them. A test checks it.
 function(paintlayer_add_folder name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "GLOB" "" "SOURCES;LINKS")
-    if(arg_GLOB)
-        file(GLOB arg_SOURCES CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
-    endif()
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
 
     set(target paintlayer_${name})
     list(TRANSFORM arg_LINKS PREPEND paintlayer_ OUTPUT_VARIABLE linkTargets)
