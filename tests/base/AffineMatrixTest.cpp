@@ -1,10 +1,11 @@
 #include "platform/base/AffineMatrix.h"
 
+#include "tests/support/Seed.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
-#include <random>
 #include <utility>
 
 namespace {
@@ -24,15 +25,11 @@ void ExpectNear(const Point& left, const Point& right, double tolerance)
     EXPECT_NEAR(left.second, right.second, tolerance);
 }
 
-TEST(AffineMatrix, QuarterTurnsAreExactAtAnyCount)
+TEST(AffineMatrix, RotationTurnsFromXTowardsYByTheAngleAndByQuartersExactly)
 {
     const Point turned[4] = {{3, 5}, {-5, 3}, {-3, -5}, {5, -3}};
     for (int quarter = -400; quarter <= 400; ++quarter)
         EXPECT_EQ(Mapped(AffineMatrix::Rotation(90.0 * quarter), 3, 5), turned[quarter & 3]) << quarter;
-}
-
-TEST(AffineMatrix, RotationTurnsFromXTowardsYByTheAngle)
-{
     for (double angle = -720; angle <= 720; angle += 7.3) {
         const Point p = Mapped(AffineMatrix::Rotation(angle), 1, 0);
         const double radians = angle * std::acos(-1.0) / 180;
@@ -42,7 +39,7 @@ TEST(AffineMatrix, RotationTurnsFromXTowardsYByTheAngle)
 
 TEST(AffineMatrix, AReflectionKeepsItsLineAndUndoesItself)
 {
-    std::mt19937 random(7);
+    SeededNumbers random(7);
     std::uniform_real_distribution<double> any(-100, 100);
     for (int i = 0; i < 200; ++i) {
         const double x = any(random), y = any(random), angle = 10 * any(random), along = any(random);
@@ -60,7 +57,7 @@ TEST(AffineMatrix, AReflectionKeepsItsLineAndUndoesItself)
 
 TEST(AffineMatrix, AProductMapsByTheRightFactorFirstAndItsInverseMapsBack)
 {
-    std::mt19937 random(11);
+    SeededNumbers random(11);
     std::uniform_real_distribution<double> any(-10, 10);
     for (int i = 0; i < 200; ++i) {
         const AffineMatrix a(any(random), any(random), any(random), any(random), any(random), any(random));

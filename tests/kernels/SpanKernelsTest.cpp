@@ -13,43 +13,180 @@ using kernels::Weight;
 namespace {
 
 constexpr double kTolerance = 0.51;  // of a level: one rounding, and what the products lose
+const Weight kWeights[] = {0, 1, 256, 20000, 32768, 51234, 65534, 65535};
 
 /// What a formula sees of one component, in levels; factors 0 to 1.
 struct Sample {
     double s, sa, d, da, m, w;
     bool isAlpha;
 };
-using Formula = std::function<double(const Sample&)>;
-using Call = std::function<void(uint8_t* dst, const uint8_t* src, const uint8_t* coverage, Weight weight, int count)>;
 
-const Weight kWeights[] = {0, 1, 256, 20000, 32768, 51234, 65534, 65535};
+/// A kernel on spans of pixels of so many channels, and what it makes of a component; no formula: others test that.
+struct SpanCase {
+    std::string name;
+    int channels;
+    std::function<void(const KernelTable&, uint8_t* dst, const uint8_t* src, const uint8_t* coverage, Weight,
+                       int count)>
+        call;
+    std::function<double(const Sample&)> formula;
+};
 
-/// Holds `call` against `formula` over every alpha and value of the source, with random pixels below.
-void ExpectFormula(const char* name, int channels, const Call& call, const Formula& formula)
+/// A kernel on bytes and fractions, seen as one span: the fractions begin as `src` and end within dst.
+template <class Call>
+void WithFractions(uint8_t* dst, const uint8_t* src, int count, Call&& call)
 {
-    const auto c = static_cast<size_t>(channels);
-    const std::vector<uint8_t> src = channels == 4 ? AllPremultipliedGreys() : RandomBytes(65536, 1);
-    const size_t count = src.size() / c;
-    const std::vector<uint8_t> dst = channels == 4 ? RandomPixels(count, 2) : RandomBytes(count, 2);
-    const std::vector<uint8_t> coverage = RandomBytes(count, 3);
-    for (const Weight weight : kWeights) {
-        std::vector<uint8_t> result = dst;
-        call(result.data(), src.data(), coverage.data(), weight, static_cast<int>(count));
-        double worst = 0;
-        for (size_t i = 0; i < dst.size(); ++i) {
-            const size_t alpha = channels == 4 ? i | 3 : i;
-            const Sample sample{double(src[i]),          double(src[alpha]), double(dst[i]), double(dst[alpha]),
-                                coverage[i / c] / 255.0, weight / 65535.0,   i == alpha};
-            worst = std::max(worst, std::abs(std::clamp(formula(sample), 0.0, 255.0) - result[i]));
+    std::vector<uint8_t> fractions(src, src + 4 * count);
+    call(fractions.data());
+    for (size_t i = 0; i < fractions.size(); ++i)
+        dst[i] ^= fractions[i];
+}
+
+double FactorValue(int factor, const Sample& p)
+{
+    const double sa = p.w * p.sa / 255;
+    const double values[kBlendFactorCount] = {0, 1, p.d / 255, 1 - p.d / 255, p.da / 255, 1 - p.da / 255, sa, 1 - sa};
+    return values[factor];
+}
+
+std::vector<SpanCase> AllSpanCases()
+{
+    using B = uint8_t*;
+    using S = const uint8_t*;
+    using T = const KernelTable&;
+    using P = const Sample&;
+    const auto over = [](P p) { return p.w * p.s + p.d * (1 - p.w * p.sa / 255); };
+    const auto erased = [](P p) { return p.d * (1 - p.w * p.sa / 255); };
+    const auto copied = [](P p) { return p.d + p.m * p.w * (p.s - p.d); };
+    std::vector<SpanCase> cases = {
+        {"paintOver", 4, [](T k, B d, S s, S, Weight, int n) { k.paintOver(d, s, n); },
+         [](P p) { return p.s + p.d * (1 - p.sa / 255); }},
+        {"paintOverWeighted", 4, [](T k, B d, S s, S, Weight w, int n) { k.paintOverWeighted(d, s, w, n); }, over},
+        {"paintOverCoverage", 4, [](T k, B d, S s, S m, Weight w, int n) { k.paintOverCoverage(d, s, m, w, n); },
+         [](P p) { return p.m * p.w * p.s + p.d * (1 - p.m * p.w * p.sa / 255); }},
+        {"paintOverWeighted1", 1, [](T k, B d, S s, S, Weight w, int n) { k.paintOverWeighted1(d, s, w, n); }, over},
+        {"copyCoverage", 4, [](T k, B d, S s, S m, Weight w, int n) { k.copyCoverage(d, s, m, w, n); }, copied},
+        {"copyCoverage1", 1, [](T k, B d, S s, S m, Weight w, int n) { k.copyCoverage1(d, s, m, w, n); }, copied},
+        {"eraseWeighted", 4, [](T k, B d, S s, S, Weight w, int n) { k.eraseWeighted(d, s, w, n); }, erased},
+        {"eraseWeighted1", 1, [](T k, B d, S s, S, Weight w, int n) { k.eraseWeighted1(d, s, w, n); }, erased},
+        {"eraseCoverage", 4, [](T k, B d, S, S m, Weight w, int n) { k.eraseCoverage(d, m, w, n); },
+         [](P p) { return p.d * (1 - p.w * p.m); }},
+        {"keepCoverage", 4, [](T k, B d, S, S m, Weight w, int n) { k.keepCoverage(d, m, w, n); },
+         [](P p) { return p.d * p.w * p.m; }},
+        {"scalePixels", 4, [](T k, B d, S s, S, Weight w, int n) { k.scalePixels(d, s, 50000, w, n); },
+         [](P p) { return p.s * p.w * (p.isAlpha ? 1 : 50000 / 65535.0); }},
+        {"invert", 1, [](T k, B d, S, S, Weight, int n) { k.invert(d, n); }, [](P p) { return 255 - p.d; }},
+        {"invertColor", 4, [](T k, B d, S, S, Weight, int n) { k.invertColor(d, n); },
+         [](P p) { return p.isAlpha ? p.d : p.da - p.d; }},
+        {"maximum", 1, [](T k, B d, S s, S, Weight, int n) { k.maximum(d, s, n); },
+         [](P p) { return std::max(p.s, p.d); }},
+        {"paintFineWeighted",
+         4,
+         [](T k, B d, S s, S, Weight w, int n) {
+             WithFractions(d, s, n, [&](B fractions) { k.paintFineWeighted(d, fractions, s, w, n); });
+         },
+         {}},
+    };
+    for (int sources = 1; sources <= kernels::kMostSourcesComposedFine; ++sources)
+        for (const bool isTopFine : {false, true}) {
+            const auto call = [=](T k, B d, S s, S, Weight, int n) {
+                const uint8_t* all[kernels::kMostSourcesComposedFine] = {d, s, s, s, s, s, s, s};
+                const uint8_t* top = isTopFine && sources > 1 ? s : nullptr;
+                WithFractions(d, s, n, [&](B own) { k.composeFine(d, own, all, own, top, sources, n); });
+            };
+            cases.push_back({"composeFine " + std::to_string(sources) + (isTopFine ? " fine" : ""), 4, call, {}});
         }
-        EXPECT_LE(worst, kTolerance) << name << ", weight " << weight;
-        if (channels == 4) {
-            EXPECT_TRUE(ColorStaysWithinAlpha(result)) << name << ", weight " << weight;
+    for (int pair = 0; pair < kBlendFactorCount * kBlendFactorCount; ++pair)
+        for (const int channels : {1, 4}) {
+            const int fs = pair % kBlendFactorCount, fd = pair / kBlendFactorCount;
+            const auto call = [=](T k, B d, S s, S, Weight w, int n) { k.blendFactors(d, s, w, channels, fs, fd, n); };
+            const auto formula = [=](P p) { return FactorValue(fs, p) * p.w * p.s + FactorValue(fd, p) * p.d; };
+            cases.push_back({"blendFactors " + std::to_string(pair), channels, call, formula});
+        }
+    for (int mode = 0; mode < kLayerBlendModeCount; ++mode) {
+        const auto call = [=](T k, B d, S s, S, Weight w, int n) { k.blendMode[mode](d, s, w, n); };
+        cases.push_back({"blendMode " + std::to_string(mode), 4, call, {}});
+    }
+    return cases;
+}
+
+class SpanKernels : public EveryKernelTable {
+protected:
+    const KernelTable& baseline = *AllKernelTables().front();
+};
+
+TEST_P(SpanKernels, AgreeWithTheirFormulas)
+{
+    // Every alpha and value of the source, with random pixels below.
+    const std::vector<uint8_t> greys = AllPremultipliedGreys(), below = RandomPixels(greys.size() / 4, 2);
+    const std::vector<uint8_t> coverage = RandomBytes(greys.size(), 3);
+    for (const SpanCase& c : AllSpanCases())
+        for (const Weight weight : kWeights) {
+            const auto channels = static_cast<size_t>(c.channels);
+            const bool isOneOfMany = c.name.starts_with("blendFactors");
+            if (!c.formula || (isOneOfMany && weight % 5 != 0))
+                continue;
+            const size_t size = isOneOfMany ? 20000 : greys.size();
+            const std::vector<uint8_t> src = isOneOfMany ? RandomPixels(size / 4, 21) : greys;
+            const std::vector<uint8_t> dst(below.begin(), below.begin() + static_cast<ptrdiff_t>(size));
+            std::vector<uint8_t> result = dst;
+            c.call(k, result.data(), src.data(), coverage.data(), weight, static_cast<int>(size / channels));
+            double worst = 0;
+            for (size_t i = 0; i < size; ++i) {
+                const size_t alpha = channels == 4 ? i | 3 : i;
+                const Sample sample{double(src[i]),
+                                    double(src[alpha]),
+                                    double(dst[i]),
+                                    double(dst[alpha]),
+                                    coverage[i / channels] / 255.0,
+                                    weight / 65535.0,
+                                    i == alpha};
+                worst = std::max(worst, std::abs(std::clamp(c.formula(sample), 0.0, 255.0) - result[i]));
+            }
+            EXPECT_LE(worst, kTolerance) << c.name << ", weight " << weight;
+            EXPECT_TRUE(channels == 1 || isOneOfMany || ColorStaysWithinAlpha(result)) << c.name << weight;
+        }
+}
+
+TEST_P(SpanKernels, GiveTheBaselinesBytesForEveryAlphaAndValue)
+{
+    const std::vector<uint8_t> src = AllPremultipliedGreys();
+    const size_t count = src.size() / 4;
+    const std::vector<uint8_t> below = RandomPixels(count, 61);
+    const std::vector<uint8_t> coverage = RandomBytes(count, 62);
+    for (const SpanCase& c : AllSpanCases()) {
+        for (const Weight weight : {Weight{0}, Weight{1}, Weight{30000}, kFullWeight}) {
+            const int n = static_cast<int>(src.size()) / c.channels;
+            const std::vector<uint8_t> covered = c.channels == 4 ? coverage : RandomBytes(src.size(), 63);
+            std::vector<uint8_t> expected = below, result = below;
+            c.call(baseline, expected.data(), src.data(), covered.data(), weight, n);
+            c.call(k, result.data(), src.data(), covered.data(), weight, n);
+            ASSERT_EQ(expected, result) << c.name << ", weight " << weight;
         }
     }
 }
 
-class SpanKernels : public EveryKernelTable {};
+TEST_P(SpanKernels, SpansOfEveryLengthGiveTheBaselinesBytesAndNoMore)
+{
+    RandomBits random(71);
+    std::vector<int> counts = {2048, 2049, 2063, 8200};  // long enough to be prefetched
+    for (int count = 0; count <= 2 * 64 + 3; ++count)
+        counts.push_back(count);
+    for (const SpanCase& c : AllSpanCases()) {
+        for (const int count : counts) {
+            const auto bytes = static_cast<size_t>(count * c.channels);
+            const auto weight = static_cast<Weight>(random());
+            const std::vector<uint8_t> src = RandomPixels(bytes / 4 + 1, random());
+            const std::vector<uint8_t> coverage = RandomBytes(static_cast<size_t>(count), random());
+            std::vector<uint8_t> below = RandomPixels(bytes / 4 + 1, random());
+            below.resize(bytes);
+            GuardedBytes expected(below), result(below);
+            c.call(baseline, expected.data(), src.data(), coverage.data(), weight, count);
+            c.call(k, result.data(), src.data(), coverage.data(), weight, count);
+            ASSERT_EQ(expected.Bytes(), result.Bytes()) << c.name << ", count " << count << ", weight " << weight;
+            ASSERT_TRUE(result.GuardsAreWhole()) << c.name << ", count " << count;
+        }
+    }
+}
 
 TEST_P(SpanKernels, PaintOverRoundsExactly)
 {
@@ -78,43 +215,6 @@ TEST_P(SpanKernels, ComposingIsPaintingOneAfterTheOther)
             k.composeOver(result.data(), sources.data(), count, pixels);
             ASSERT_EQ(result, expected) << count << " sources, " << pixels << " pixels";
         }
-}
-
-TEST_P(SpanKernels, PaintingAndCopyingAgreeWithTheFormulas)
-{
-    ExpectFormula(
-        "paintOverWeighted", 4, [&](auto d, auto s, auto, Weight w, int n) { k.paintOverWeighted(d, s, w, n); },
-        [](const Sample& p) { return p.w * p.s + p.d * (1 - p.w * p.sa / 255); });
-    ExpectFormula(
-        "paintOverCoverage", 4, [&](auto d, auto s, auto m, Weight w, int n) { k.paintOverCoverage(d, s, m, w, n); },
-        [](const Sample& p) { return p.m * p.w * p.s + p.d * (1 - p.m * p.w * p.sa / 255); });
-    ExpectFormula(
-        "paintOverWeighted1", 1, [&](auto d, auto s, auto, Weight w, int n) { k.paintOverWeighted1(d, s, w, n); },
-        [](const Sample& p) { return p.w * p.s + p.d * (1 - p.w * p.s / 255); });
-    const Formula copied = [](const Sample& p) { return p.d + p.m * p.w * (p.s - p.d); };
-    ExpectFormula(
-        "copyCoverage", 4, [&](auto d, auto s, auto m, Weight w, int n) { k.copyCoverage(d, s, m, w, n); }, copied);
-    ExpectFormula(
-        "copyCoverage1", 1, [&](auto d, auto s, auto m, Weight w, int n) { k.copyCoverage1(d, s, m, w, n); }, copied);
-}
-
-TEST_P(SpanKernels, ErasingAndScalingAgreeWithTheFormulas)
-{
-    ExpectFormula(
-        "eraseWeighted", 4, [&](auto d, auto s, auto, Weight w, int n) { k.eraseWeighted(d, s, w, n); },
-        [](const Sample& p) { return p.d * (1 - p.w * p.sa / 255); });
-    ExpectFormula(
-        "eraseWeighted1", 1, [&](auto d, auto s, auto, Weight w, int n) { k.eraseWeighted1(d, s, w, n); },
-        [](const Sample& p) { return p.d * (1 - p.w * p.s / 255); });
-    ExpectFormula(
-        "eraseCoverage", 4, [&](auto d, auto, auto m, Weight w, int n) { k.eraseCoverage(d, m, w, n); },
-        [](const Sample& p) { return p.d * (1 - p.w * p.m); });
-    ExpectFormula(
-        "keepCoverage", 4, [&](auto d, auto, auto m, Weight w, int n) { k.keepCoverage(d, m, w, n); },
-        [](const Sample& p) { return p.d * p.w * p.m; });
-    ExpectFormula(
-        "scalePixels", 4, [&](auto d, auto s, auto, Weight w, int n) { k.scalePixels(d, s, 50000, w, n); },
-        [](const Sample& p) { return p.s * p.w * (p.isAlpha ? 1 : 50000 / 65535.0); });
 }
 
 TEST_P(SpanKernels, WeightZeroChangesNothingAndFullWeightIsExact)
@@ -164,51 +264,9 @@ TEST_P(SpanKernels, OverNeverLowersAlphaAndErasingNeverRaises)
     }
 }
 
-double FactorValue(int factor, const Sample& p)
+TEST_P(SpanKernels, FoldsJoinTheBitsOfAllWords)
 {
-    const double sa = p.w * p.sa / 255;
-    const double values[kBlendFactorCount] = {0, 1, p.d / 255, 1 - p.d / 255, p.da / 255, 1 - p.da / 255, sa, 1 - sa};
-    return values[factor];
-}
-
-TEST_P(SpanKernels, EveryPairOfFactorsAgreesWithTheFormula)
-{
-    const std::vector<uint8_t> src = RandomPixels(5000, 21);
-    const std::vector<uint8_t> dst = RandomPixels(5000, 22);
-    for (int pair = 0; pair < kBlendFactorCount * kBlendFactorCount * 2; ++pair) {
-        const int fs = pair / 2 % kBlendFactorCount, fd = pair / 2 / kBlendFactorCount;
-        const int channels = pair % 2 == 0 ? 4 : 1;
-        for (const Weight weight : {Weight{0}, Weight{30000}, kFullWeight}) {
-            std::vector<uint8_t> result = dst;
-            k.blendFactors(result.data(), src.data(), weight, channels, fs, fd,
-                           static_cast<int>(dst.size()) / channels);
-            double worst = 0;
-            for (size_t i = 0; i < dst.size(); ++i) {
-                const size_t a = channels == 4 ? i | 3 : i;
-                const Sample p{double(src[i]),   double(src[a]), double(dst[i]), double(dst[a]), 1,
-                               weight / 65535.0, i == a};
-                const double exact = FactorValue(fs, p) * p.w * p.s + FactorValue(fd, p) * p.d;
-                worst = std::max(worst, std::abs(std::clamp(exact, 0.0, 255.0) - result[i]));
-            }
-            EXPECT_LE(worst, kTolerance) << fs << ", " << fd << ", channels " << channels << ", weight " << weight;
-        }
-    }
-}
-
-TEST_P(SpanKernels, ByteOperationsDoAsTheySay)
-{
-    const std::vector<uint8_t> src = RandomBytes(4096, 31);
-    const std::vector<uint8_t> dst = RandomPixels(1024, 32);
-    std::vector<uint8_t> inverted = dst, inColor = dst, largest = dst;
-    k.invert(inverted.data(), 4096);
-    k.invertColor(inColor.data(), 1024);
-    k.maximum(largest.data(), src.data(), 4096);
-    uint32_t allBits = ~0U, anyBits = 0;
-    for (size_t i = 0; i < dst.size(); ++i) {
-        ASSERT_EQ(inverted[i], 255 - dst[i]);
-        ASSERT_EQ(inColor[i], i % 4 == 3 ? dst[i] : dst[i | 3] - dst[i]);
-        ASSERT_EQ(largest[i], std::max(dst[i], src[i]));
-    }
+    uint32_t allBits = 0, anyBits = 0;
     for (const int bytes : {0, 64, 128, 4096}) {
         // One word stands out, at either end or within.
         for (const int odd : {0, bytes / 2, bytes - 4}) {

@@ -1,40 +1,37 @@
 #include "layers/Layer.h"
 
 #include "tests/layers/FakeDocument.h"
+#include "tests/support/RandomImages.h"
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 namespace {
 
-/// Scattered rectangles of random valid pixels, some crossing pages and negative coordinates.
-void Scribble(Layer& layer, std::mt19937& random)
-{
-    const int channels = layer.GetImage()->GetNumChannels();
-    for (int i = 0; i < 12; ++i) {
-        const int x = static_cast<int>(random() % 300) - 150, y = static_cast<int>(random() % 300) - 150;
-        const int width = static_cast<int>(random() % 60) + 1, height = static_cast<int>(random() % 60) + 1;
-        const auto alpha = static_cast<uint8_t>(random() % 256);
-        const auto below = [&] { return static_cast<uint8_t>(random() % (alpha + 1U)); };
-        layer.GetImage()->fillTile({x, y, width, height}, channels == 1
-                                                              ? ilPixel::Coverage(alpha)
-                                                              : ilPixel::Rgba(below(), below(), below(), alpha));
-    }
-}
-
-constexpr ilTile kCanvas(-260, -260, 520, 520);
+constexpr ilTile kCanvas(-460, -460, 920, 920);
 
 class LayerPixels : public testing::TestWithParam<LayerMode> {
 protected:
-    Layer* Scribbled(unsigned seed, int x = 0, int y = 0)
+    Layer* Scribbled(int x = 0, int y = 0)
     {
-        std::mt19937 random(seed);
         Layer* layer = document.Add(GetParam(), x, y);
-        Scribble(*layer, random);
+        layer->GetImage()->ShareAllFrom(*MakeRandomImage(random, layer->GetImage()->GetNumChannels()));
         return layer;
     }
 
+    /// Holds each pixel within the painted bounds against the one that `place` maps its place in them to.
+    template <class Place>
+    void ExpectMoved(Layer& layer, const ilTile& bounds, const ilMIOImage& before, Place&& place)
+    {
+        for (int y = 0; y < bounds.ny; ++y)
+            for (int x = 0; x < bounds.nx; ++x) {
+                const auto [toX, toY] = place(x, y);
+                ASSERT_EQ(layer.GetImage()->GetPixel(bounds.x + toX, bounds.y + toY),
+                          before.GetPixel(bounds.x + x, bounds.y + y))
+                    << x << ", " << y;
+            }
+    }
+
+    Random random{3};
     FakeDocument document;
 };
 
@@ -42,67 +39,50 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Modes, LayerPixels, testing::Values(kLayerModeImage, kLayerModeMask, kLayerModeStencil));
 
-TEST_P(LayerPixels, NormalizingKeepsTheCanvasPicture)
+TEST_P(LayerPixels, NormalizingKeepsTheCanvasPictureAndTouchesNothingAtTheOrigin)
 {
-    std::mt19937 random(7);
-    for (unsigned seed = 0; seed < 8; ++seed) {
-        const int x = seed == 0 ? 5 : seed == 1 ? 64 : static_cast<int>(random() % 200) - 100;
-        const int y = seed == 0 ? -3 : seed == 1 ? -128 : static_cast<int>(random() % 200) - 100;
-        Layer* layer = Scribbled(seed, x, y);
-        if (seed % 2 == 1)
+    for (const auto& [x, y] : {std::pair{5, -3}, {64, -128}, {random.Int(-99, 99), random.Int(-99, 99)}, {-37, 0}}) {
+        Layer* layer = Scribbled(x, y);
+        if (random.OneIn(2))
             layer->InvertMask();  // the unstored area of a mask is covered then
         const auto before = CanvasPixels(*layer, kCanvas);
+        layer->SetStencilCompositeDirty(false);
         layer->NormalizeLayerOffset();
-        EXPECT_EQ(layer->getXOffset(), 0);
-        EXPECT_EQ(layer->getYOffset(), 0);
+        EXPECT_TRUE(layer->getXOffset() == 0 && layer->getYOffset() == 0);
+        EXPECT_TRUE(layer->isStencil() || layer->IsStencilCompositeDirty()) << "it lies relative to the offset";
         EXPECT_EQ(CanvasPixels(*layer, kCanvas), before) << "offset " << x << ", " << y;
+        const qs::Reference<ilMIOImage> normal = layer->GetImage()->Snapshot();
+        layer->NormalizeLayerOffset();
+        normal->VisitDifferentPages(*layer->GetImage(), [](int, int, const Page*, const Page*) { FAIL(); });
     }
-}
-
-TEST_P(LayerPixels, NormalizingALayerAtTheOriginTouchesNothing)
-{
-    Layer* layer = Scribbled(1);
-    const qs::Reference<ilMIOImage> before = layer->GetImage()->Snapshot();
-    layer->NormalizeLayerOffset();
-    EXPECT_TRUE(layer->GetImage()->SharesPageWith(*before, 0, 0));
-    EXPECT_TRUE(document.imageChanges.empty());
-    layer->ShrinkAndNormalizeLayerImages();
+    document.imageChanges.clear();
+    Scribbled()->ShrinkAndNormalizeLayerImages();
     EXPECT_EQ(document.imageChanges.size(), 1U);
 }
 
-TEST_P(LayerPixels, AFlipMirrorsWithinThePaintedBounds)
+TEST_P(LayerPixels, FlipsMirrorAndQuarterTurnsKeepTheTopLeftCorner)
 {
     for (int flags = 1; flags < 4; ++flags) {
-        Layer* layer = Scribbled(static_cast<unsigned>(flags));
+        Layer* layer = Scribbled();
         const ilTile bounds = layer->getLayerBounds(true);
         const qs::Reference<ilMIOImage> before = layer->GetImage()->Snapshot();
         const bool horizontal = (flags & 1) != 0, vertical = (flags & 2) != 0;
         layer->Flip(horizontal, vertical);
-        for (int y = 0; y < bounds.ny; ++y)
-            for (int x = 0; x < bounds.nx; ++x)
-                ASSERT_EQ(layer->GetImage()->GetPixel(bounds.x + x, bounds.y + y),
-                          before->GetPixel(bounds.x + (horizontal ? bounds.nx - 1 - x : x),
-                                           bounds.y + (vertical ? bounds.ny - 1 - y : y)))
-                    << x << ", " << y << " flags " << flags;
+        ExpectMoved(*layer, bounds, *before, [&](int x, int y) {
+            return std::pair(horizontal ? bounds.nx - 1 - x : x, vertical ? bounds.ny - 1 - y : y);
+        });
         EXPECT_EQ(layer->getLayerBounds(true), bounds);
         layer->Flip(false, false);  // changes nothing and tells nobody
     }
     EXPECT_EQ(document.imageChanges.size(), 3U);
-}
-
-TEST_P(LayerPixels, AQuarterTurnKeepsTheTopLeftCorner)
-{
     for (const bool right : {true, false}) {
-        Layer* layer = Scribbled(11);
+        Layer* layer = Scribbled();
         const ilTile bounds = layer->getLayerBounds(true);
         const qs::Reference<ilMIOImage> before = layer->GetImage()->Snapshot();
         layer->SimpleRotate(right);
-        for (int y = 0; y < bounds.ny; ++y)
-            for (int x = 0; x < bounds.nx; ++x)
-                ASSERT_EQ(layer->GetImage()->GetPixel(bounds.x + (right ? bounds.ny - 1 - y : y),
-                                                      bounds.y + (right ? x : bounds.nx - 1 - x)),
-                          before->GetPixel(bounds.x + x, bounds.y + y))
-                    << x << ", " << y << " right " << right;
+        ExpectMoved(*layer, bounds, *before, [&](int x, int y) {
+            return std::pair(right ? bounds.ny - 1 - y : y, right ? x : bounds.nx - 1 - x);
+        });
         EXPECT_EQ(layer->getLayerBounds(true), ilTile(bounds.x, bounds.y, bounds.ny, bounds.nx));
         layer->SimpleRotate(!right);
         EXPECT_EQ(layer->getLayerBounds(true), bounds);
@@ -111,7 +91,7 @@ TEST_P(LayerPixels, AQuarterTurnKeepsTheTopLeftCorner)
 
 TEST_P(LayerPixels, OnlyTheModesOwnInversionActsAndTwiceIsNothing)
 {
-    Layer* layer = Scribbled(3);
+    Layer* layer = Scribbled();
     const ilTile bounds = layer->getLayerBounds(true);
     const auto before = CanvasPixels(*layer, kCanvas);
     const auto invert = [&] {

@@ -10,18 +10,21 @@ namespace {
 
 const ilPixel kRed = ilPixel::Rgba(255, 0, 0, 255);
 
-}  // namespace
-
-TEST(Layer, StartsWithItsDefaults)
+/// None of the members is as in a new layer.
+ContainerProperties ChangedProperties()
 {
-    const qs::Reference<Layer> layer = MakeLayer();
-    EXPECT_EQ(layer->GetOpacity(), 1.0F);
-    EXPECT_EQ(layer->GetMaskDisplayOpacity(), 0.5F);
-    EXPECT_EQ(layer->GetMaskColor(), PaintColor::FromBytes(255, 0, 0, 255));
-    EXPECT_TRUE(layer->isVisible() && layer->isActive() && layer->IsStencilCompositeDirty());
-    EXPECT_FALSE(layer->InProxy() || layer->IsHardLinkToOwnerLayer() || layer->IsLocked());
-    EXPECT_EQ(layer->GetLayerBlend(), kBlendNormal);
+    ContainerProperties properties;
+    properties.name = {'s', 'k', 'y'};
+    properties.blend = kBlendScreen;
+    properties.opacity = 0.25F;
+    properties.displayOpacity = 0.75F;
+    properties.displayColor = PaintColor(0, 1, 0);
+    properties.isVisible = properties.isActive = false;
+    properties.isLocked = true;
+    return properties;
 }
+
+}  // namespace
 
 TEST(Layer, WarnsOfImagesThatAreNotSmartAndTakesThemAnyway)
 {
@@ -33,87 +36,134 @@ TEST(Layer, WarnsOfImagesThatAreNotSmartAndTakesThemAnyway)
               "Color Img must be a smart image!\nStencil must be a smart image!\n");
     EXPECT_EQ(layer->GetImage()->GetPixel(3, 4), kRed);
     EXPECT_EQ(layer->getLayerBounds(true), ilTile(3, 4, 1, 1));
+    EXPECT_TRUE(layer->isVisible() && layer->isActive() && layer->IsStencilCompositeDirty());
+    EXPECT_FALSE(layer->InProxy() || layer->IsHardLinkToOwnerLayer() || layer->IsLocked());
 }
 
-TEST(Layer, OnlyRasterLayersTakeAnOffset)
+TEST(Layer, OffsetsAndOpacitiesMarkTheStencilsOnlyWhenTheyDiffer)
 {
-    const qs::Reference<ilSmartImage> image(new ilSmartImage(ilPixel()));
-    const qs::Reference<Layer> shape(new Layer(image, nullptr, kLayerModeImage, kLayerTypeShape, 5, 6));
-    EXPECT_EQ(shape->getXOffset(), 0);
+    const qs::Reference<Layer> shape(
+        new Layer(new ilSmartImage(ilPixel()), nullptr, kLayerModeImage, kLayerTypeShape, 5, 6));
     shape->SetOffset(7, 8, LayerStackTransform(), true);
-    EXPECT_EQ(shape->getYOffset(), 0);
+    EXPECT_TRUE(shape->getXOffset() == 0 && shape->getYOffset() == 0) << "only raster layers have one";
 
     const qs::Reference<Layer> raster = MakeLayer(kLayerModeImage, 5, 6);
     raster->SetStencilCompositeDirty(false);
     raster->SetOffset(5, 6, LayerStackTransform(), true);
     raster->SetOffset(9, 9, LayerStackTransform(), false);
+    raster->SetOpacity(1.0F);
     EXPECT_FALSE(raster->IsStencilCompositeDirty());
     raster->SetOffset(5, 6, LayerStackTransform(), true);
     EXPECT_TRUE(raster->IsStencilCompositeDirty());
+    raster->SetStencilCompositeDirty(false);
+    raster->SetOpacity(0.5F);
+    EXPECT_TRUE(raster->IsStencilCompositeDirty());
 }
 
-TEST(Layer, ACloneSharesImagesAndPainterAndEndsTheProxyOfItsSource)
+TEST(Layer, CopiesHaveAllThatTheirSourceHasAndShareOrOwnItsPixels)
 {
-    const qs::Reference<Layer> source = MakeLayer(kLayerModeImage, 3, 4);
+    FakeDocument document;
+    Layer* owner = document.Add(kLayerModeImage);
+    Layer* source = document.Add(kLayerModeImage, 3, 4);
+    source->GetImage()->fillTile({0, 0, 200, 100}, kRed);
+    source->SetAuxImage(new ilSmartImage(kRed));
     source->SetAppData("key", "value");
-    source->SetOpacity(0.25F);
-    source->SetVisible(false);
-    source->SetLayerContainerName("sky");
+    source->SetProperties(ChangedProperties());
+    source->SetPivot({5, 6, true});
+    source->AddOwnerLayer(owner, false);
     source->SetStencilCompositeDirty(false);
     const qs::TempReference<ilMIOImage> image = source->GetImage();
     PaintOps* painter = source->GetPainter();
     source->BeginProxy(ProxyParameters::kScopeWholeLayer, ProxyParameters::kImagesContent);
-    const qs::Reference<LayerContainer> container(source->Clone());
-    Layer& clone = dynamic_cast<Layer&>(*container);
-    EXPECT_FALSE(source->InProxy() || clone.InProxy());
-    EXPECT_EQ(clone.GetLayerContainerHandle(), source->GetLayerContainerHandle());
-    EXPECT_STREQ(clone.GetLayerContainerName(), "sky");
-    EXPECT_EQ(clone.GetImage(), image);
-    EXPECT_EQ(clone.GetPainter(), painter);
-    EXPECT_EQ(clone.GetSourceLayer(), source.get());
-    EXPECT_EQ(clone.GetOpacity(), 0.25F);
-    EXPECT_EQ(clone.getYOffset(), 4);
-    EXPECT_FALSE(clone.isVisible());
-    EXPECT_STREQ(clone.GetAppData("key").c_str(), "value");
-    EXPECT_TRUE(clone.GetAppData("unknown").empty());
-    EXPECT_TRUE(clone.IsStencilCompositeDirty());
+    const qs::Reference<Layer> clone(dynamic_cast<Layer*>(source->Clone())), copy(new Layer(source));
+    const qs::Reference<Layer> duplicate = source->Duplicate();
+    EXPECT_FALSE(source->InProxy());
+    for (Layer* made : {clone.get(), copy.get(), duplicate.get()}) {
+        ContainerProperties expected = ChangedProperties();
+        expected.isLocked = made != copy.get();
+        EXPECT_EQ(made->GetProperties(), expected);
+        EXPECT_EQ(made->GetPivot(), (LayerPivot{5, 6, true}));
+        EXPECT_TRUE(made->getXOffset() == 3 && made->getYOffset() == 4 && !made->InProxy());
+        EXPECT_STREQ(made->GetAppData("key").c_str(), "value");
+        EXPECT_TRUE(made->GetAppData("unknown").empty() && made->IsStencilCompositeDirty());
+        EXPECT_EQ(made->GetSourceLayer(), source);
+        const bool isDuplicate = made == duplicate.get();
+        EXPECT_EQ(made->GetImage() == image, !isDuplicate);
+        EXPECT_EQ(made->GetAuxImage() == source->GetAuxImage(), !isDuplicate);
+        EXPECT_EQ(made->GetPainter() == painter, !isDuplicate);
+        EXPECT_EQ(made->HasOwner(owner->GetLayerContainerHandle()), !isDuplicate);
+        EXPECT_EQ(made->GetLayerContainerHandle().own == source->GetLayerContainerHandle().own, !isDuplicate);
+        EXPECT_EQ(made->GetRefCount(), 1);
+    }
+    EXPECT_TRUE(duplicate->GetImage()->SharesPageWith(*image, 1, 1));
+
+    const qs::Reference<Layer> mask = source->DuplicateAs(kLayerModeMask, {0, 0, 500, 500});
+    ContainerProperties shown = ChangedProperties();
+    shown.opacity = 1;
+    shown.blend = kBlendNormal;
+    shown.isVisible = shown.isActive = true;
+    shown.isLocked = false;
+    EXPECT_EQ(mask->GetProperties(), shown);
+    EXPECT_EQ(mask->GetImage()->GetPixel(100, 50), ilPixel::Coverage(255));
 }
 
-TEST(Layer, AnOpacityMarksTheStencilsOnlyWhenItDiffers)
+TEST(Layer, CapturedContentComesBackWithPlaceAndPivotAndTellsWhatDiffers)
 {
-    const qs::Reference<Layer> layer = MakeLayer();
-    layer->SetStencilCompositeDirty(false);
-    layer->SetOpacity(1.0F);
-    EXPECT_FALSE(layer->IsStencilCompositeDirty());
-    layer->SetOpacity(0.5F);
-    EXPECT_TRUE(layer->IsStencilCompositeDirty());
+    FakeDocument document;
+    Layer* layer = document.Add(kLayerModeImage, 3, 4);
+    layer->GetImage()->fillTile({0, 0, 200, 100}, kRed);
+    layer->SetPivot({5, 6, true});
+    const LayerContent before = layer->CaptureContent();
+    layer->BeginProxy(ProxyParameters::kScopeWholeLayer, ProxyParameters::kImagesContent);
+    layer->SetOffset(50, 60, LayerStackTransform(), true);
+    layer->GetImage()->SetPixel(1, 1, ilPixel());
+    EXPECT_TRUE(layer->CaptureContent().IsSameAs(before)) << "a preview is no content";
+    layer->EndProxy();
+
+    const auto changes = {+[](Layer& l) { l.GetImage()->SetPixel(70, 1, ilPixel()); },
+                          +[](Layer& l) {
+                              l.SetPivot({5, 7, true});
+                          },
+                          +[](Layer& l) {
+                              l.SetPivot({5, 6, false});
+                          },
+                          +[](Layer& l) { l.SetOffset(3, 5, LayerStackTransform(), true); },
+                          +[](Layer& l) { l.SetOffset(2, 4, LayerStackTransform(), true); },
+                          +[](Layer& l) { l.SetImage(new ilSmartImage(ilPixel())); }};
+    for (const auto change : changes) {
+        const auto* soft = dynamic_cast<MaskingPaintOps*>(layer->GetPainter());
+        layer->GetPainter()->GetLowOrderBitImage()->SetPixel(9, 9, kRed);
+        change(*layer);
+        const LayerContent after = layer->CaptureContent();
+        EXPECT_FALSE(after.IsSameAs(before));
+        layer->RestoreContent(before);
+        EXPECT_TRUE(layer->CaptureContent().IsSameAs(before));
+        EXPECT_TRUE(layer->GetPivot() == (LayerPivot{5, 6, true}) && layer->getYOffset() == 4);
+        EXPECT_TRUE(soft != nullptr && layer->GetPainter()->GetLowOrderBitImage()->IsEmpty());
+    }
+    layer->GetImage()->SetPixel(70, 1, ilPixel());
+    EXPECT_EQ(layer->CaptureContent().TilesOfDifference(before, {0, 0, 500, 500}),
+              (qs::vector<ilTile>{{67, 4, 64, 64}}));
 }
 
-TEST(Layer, ThePainterFollowsTheImage)
-{
-    const qs::Reference<Layer> layer = MakeLayer();
-    PaintOps* painter = layer->GetPainter();
-    EXPECT_NE(dynamic_cast<MaskingPaintOps*>(painter), nullptr);
-    const qs::Reference<ilSmartImage> other(new ilSmartImage(ilPixel()));
-    layer->SetImage(other);
-    EXPECT_EQ(layer->GetPainter(), painter);
-    EXPECT_EQ(painter->target_img(), other.get());
-    layer->SetImage(nullptr);
-    EXPECT_EQ(layer->GetPainter(), nullptr);
-}
-
-TEST(Layer, ANewImageTellsTheHostAndTheOwnersOfAStencil)
+TEST(Layer, ThePainterFollowsTheImageAndANewImageIsToldToHostAndOwners)
 {
     FakeDocument document;
     Layer* owner = document.Add(kLayerModeImage);
     Layer* stencil = document.AddStencil(owner);
+    PaintOps* painter = stencil->GetPainter();
+    EXPECT_NE(dynamic_cast<MaskingPaintOps*>(painter), nullptr);
     owner->SetStencilCompositeDirty(false);
     stencil->SetImage(stencil->GetImage());
-    EXPECT_TRUE(document.imageChanges.empty());
-    EXPECT_FALSE(owner->IsStencilCompositeDirty());
-    stencil->SetImage(new ilSmartImage(ilPixel::Coverage(0)));
+    EXPECT_TRUE(document.imageChanges.empty() && !owner->IsStencilCompositeDirty());
+    const qs::Reference<ilSmartImage> other(new ilSmartImage(ilPixel::Coverage(0)));
+    stencil->SetImage(other);
     EXPECT_EQ(document.imageChanges, qs::vector{stencil->GetLayerContainerHandle()});
     EXPECT_TRUE(owner->IsStencilCompositeDirty());
+    EXPECT_EQ(stencil->GetPainter(), painter);
+    EXPECT_EQ(painter->target_img(), other.get());
+    stencil->SetImage(nullptr);
+    EXPECT_EQ(stencil->GetPainter(), nullptr);
 }
 
 TEST(Layer, ApplyImageStoresPixelsWithinTheBoundsAndLeavesThePainterAsItWas)
@@ -128,8 +178,7 @@ TEST(Layer, ApplyImageStoresPixelsWithinTheBoundsAndLeavesThePainterAsItWas)
     layer->GetPainter()->blend_func(0, 7);
     EXPECT_FALSE(layer->ApplyImage(nullptr));
     EXPECT_TRUE(layer->ApplyImage(image));
-    EXPECT_EQ(layer->GetImage()->GetPixel(5, 5), faint);
-    EXPECT_EQ(layer->GetImage()->GetPixel(8, 8), faint);
+    EXPECT_TRUE(layer->GetImage()->GetPixel(5, 5) == faint && layer->GetImage()->GetPixel(8, 8) == faint);
     EXPECT_EQ(layer->GetImage()->GetPixel(9, 9), kRed);
     EXPECT_EQ(layer->GetPainter()->get_destination_factor(), 7);
     EXPECT_EQ(layer->GetPainter()->get_paint_mode(), PaintOps::PaintMode::Blend);
@@ -142,34 +191,32 @@ TEST(Layer, ThePivotIsTheCentreOfThePaintedBoundsUntilItIsSet)
     const qs::Reference<Layer> layer = MakeLayer(kLayerModeImage, 100, -100);
     layer->GetImage()->fillTile({10, 20, 5, 8}, kRed);
     EXPECT_EQ(layer->GetPivot(), (LayerPivot{112.5F, -76.0F, false}));
-    layer->SetPivot({1, 2, true});
-    EXPECT_EQ(layer->GetPivot(), (LayerPivot{1, 2, true}));
     EXPECT_EQ(layer->getLayerBoundsInCanvasCoords(), ilTile(110, -80, 5, 8));
 }
 
-TEST(LayerOwners, TheChecksOfAddingAndRemoving)
+TEST(LayerOwners, AreAddedOnceAndLeftUnlessTheLinkIsHard)
 {
     FakeDocument document;
-    Layer* owner = document.Add(kLayerModeImage);
-    Layer* other = document.Add(kLayerModeImage);
+    Layer *owner = document.Add(kLayerModeImage), *other = document.Add(kLayerModeImage);
     Layer* mask = document.Add(kLayerModeMask);
+    const PntHandle ownHandle = owner->GetLayerContainerHandle(), otherHandle = other->GetLayerContainerHandle();
     owner->SetStencilCompositeDirty(false);
     EXPECT_FALSE(mask->AddOwnerLayer(nullptr, true));
-    EXPECT_TRUE(mask->AddOwnerLayer(owner, false));
-    EXPECT_TRUE(owner->IsStencilCompositeDirty());
-    EXPECT_FALSE(mask->AddOwnerLayer(owner, true));
-    EXPECT_FALSE(mask->IsHardLinkToOwnerLayer());
-    EXPECT_FALSE(mask->RemoveLayerFromOwnerLayer(other));
-    EXPECT_FALSE(mask->RemoveLayerFromOwnerLayer(nullptr));
+    EXPECT_TRUE(mask->AddOwnerLayer(owner, false) && owner->IsStencilCompositeDirty());
+    EXPECT_FALSE(mask->AddOwnerLayer(owner, true) || mask->IsHardLinkToOwnerLayer());
+    EXPECT_FALSE(mask->RemoveLayerFromOwnerLayer(other) || mask->RemoveLayerFromOwnerLayer(nullptr));
+    EXPECT_FALSE(mask->ReplaceOwnerLayer(otherHandle, *owner));
+    EXPECT_TRUE(mask->ReplaceOwnerLayer(ownHandle, *other));
+    EXPECT_EQ(mask->GetOwnerLayerArray(), qs::vector{otherHandle});
+    EXPECT_TRUE(mask->AddOwnerLayer(owner, false) && mask->ReplaceOwnerLayer(otherHandle, *owner));
+    EXPECT_EQ(mask->GetOwnerLayerArray(), qs::vector{ownHandle}) << "no owner twice";
     owner->SetStencilCompositeDirty(false);
-    EXPECT_TRUE(mask->RemoveLayerFromOwnerLayer(owner));
-    EXPECT_TRUE(owner->IsStencilCompositeDirty());
+    EXPECT_TRUE(mask->RemoveLayerFromOwnerLayer(owner) && owner->IsStencilCompositeDirty());
     EXPECT_TRUE(mask->GetOwnerLayerArray().empty());
 
     EXPECT_TRUE(mask->AddOwnerLayer(owner, true));
-    EXPECT_FALSE(mask->AddOwnerLayer(other, false));
-    EXPECT_FALSE(mask->RemoveLayerFromOwnerLayer(owner));
-    EXPECT_EQ(mask->GetOwnerLayerArray(), qs::vector{owner->GetLayerContainerHandle()});
+    EXPECT_FALSE(mask->AddOwnerLayer(other, false) || mask->RemoveLayerFromOwnerLayer(owner));
+    EXPECT_EQ(mask->GetOwnerLayerArray(), qs::vector{ownHandle});
 }
 
 TEST(LayerOwners, AHardLinkedLayerShowsItsOwnersVisibilityAsBothFlags)
@@ -180,67 +227,65 @@ TEST(LayerOwners, AHardLinkedLayerShowsItsOwnersVisibilityAsBothFlags)
     stencil->SetVisible(false);
     stencil->SetActive(false);
     owner->SetActive(false);
-    EXPECT_TRUE(stencil->isVisible());
-    EXPECT_TRUE(stencil->isActive());
+    EXPECT_TRUE(stencil->isVisible() && stencil->isActive());
     owner->SetVisible(false);
-    EXPECT_FALSE(stencil->isVisible());
-    EXPECT_FALSE(stencil->isActive());
-}
-
-TEST(LayerOwners, LayersThatAreHardLinkedToEachOtherStillAnswer)
-{
-    FakeDocument document;
-    Layer* first = document.Add(kLayerModeMask);
-    Layer* second = document.Add(kLayerModeMask);
-    first->AddOwnerLayer(second, true);
-    second->AddOwnerLayer(first, true);
-    EXPECT_TRUE(first->isVisible() && second->isActive());
+    EXPECT_FALSE(stencil->isVisible() || stencil->isActive());
+    owner->AddOwnerLayer(stencil, true);
+    EXPECT_FALSE(owner->isVisible() && !stencil->isActive()) << "linked in a circle, they still answer";
 }
 
 TEST(LayerOwners, MarkingAStencilMarksItsOwnersAndNotItself)
 {
     FakeDocument document;
-    Layer* first = document.Add(kLayerModeImage);
-    Layer* second = document.Add(kLayerModeImage);
+    Layer *first = document.Add(kLayerModeImage), *second = document.Add(kLayerModeImage);
     Layer* stencil = document.AddStencil(first);
     stencil->AddOwnerLayer(second, false);
     const bool own = stencil->IsStencilCompositeDirty();
     for (const bool dirty : {false, true}) {
         stencil->SetStencilCompositeDirty(dirty);
-        EXPECT_EQ(first->IsStencilCompositeDirty(), dirty);
-        EXPECT_EQ(second->IsStencilCompositeDirty(), dirty);
+        EXPECT_TRUE(first->IsStencilCompositeDirty() == dirty && second->IsStencilCompositeDirty() == dirty);
         EXPECT_EQ(stencil->IsStencilCompositeDirty(), own);
     }
     document.layers.erase(document.layers.begin());  // an owner that is gone is passed over
     stencil->SetStencilCompositeDirty(false);
+    stencil->SetActive(true);
     EXPECT_FALSE(second->IsStencilCompositeDirty());
+    stencil->SetActive(false);
+    EXPECT_TRUE(second->IsStencilCompositeDirty());
 }
 
-TEST(LayerProxy, EditsDuringAProxyLeaveTheOriginalAlone)
+TEST(LayerProxy, EditsLeaveTheOriginalAloneUntilTheyAreKept)
 {
     FakeDocument document;
     Layer* layer = document.Add(kLayerModeImage, 3, 4);
     layer->GetImage()->fillTile({0, 0, 200, 200}, kRed);
     const qs::TempReference<ilMIOImage> original = layer->GetImage();
-    EXPECT_TRUE(layer->BeginProxy(ProxyParameters::kScopeWholeLayer, ProxyParameters::kImagesContent));
-    EXPECT_EQ(layer->GetOrigImage(), original);
-    EXPECT_NE(layer->GetImage(), original);
-    EXPECT_TRUE(layer->GetImage()->SharesPageWith(*original, 1, 1));
-    EXPECT_TRUE(layer->BeginProxy(ProxyParameters::kScopeSelection, ProxyParameters::kImagesContent));
-
-    for (const bool revert : {true, false}) {
+    const auto edit = [&] {
+        EXPECT_TRUE(layer->BeginProxy(ProxyParameters::kScopeWholeLayer, ProxyParameters::kImagesContent));
+        EXPECT_TRUE(layer->GetOrigImage() == original && layer->GetImage() != original);
+        EXPECT_TRUE(layer->GetImage()->SharesPageWith(*original, 1, 1));
         layer->GetPainter()->rect_fill(0, 0, 10, 10, ilPixel());
+        DamageControl atPlace, moved;
+        layer->CollectProxyDamage(atPlace);
+        EXPECT_EQ(atPlace.previewEntireDamaged(), ilTile(3, 4, 64, 64));
         layer->SetOffset(50, 60, LayerStackTransform(), true);
-        EXPECT_EQ(layer->GetImage()->GetPixel(0, 0), ilPixel());
+        layer->CollectProxyDamage(moved);
+        EXPECT_EQ(moved.previewEntireDamaged(), ilTile(3, 4, 256 + 47, 256 + 56));
         EXPECT_EQ(original->GetPixel(0, 0), kRed);
+    };
+    for (const bool revert : {true, false}) {
+        edit();
         if (revert)
             layer->RevertProxy();
         else
             layer->EndProxy();
         EXPECT_EQ(layer->InProxy(), revert);
         EXPECT_EQ(layer->GetImage()->GetPixel(0, 0), kRed);
-        EXPECT_EQ(layer->getXOffset(), 3);
+        EXPECT_TRUE(layer->getXOffset() == 3 && layer->getYOffset() == 4);
     }
-    EXPECT_EQ(layer->GetImage(), original);
-    EXPECT_EQ(layer->GetOrigImage(), nullptr);
+    EXPECT_TRUE(layer->GetImage() == original && !layer->GetOrigImage());
+    edit();
+    layer->KeepProxy();
+    EXPECT_TRUE(layer->GetImage() == original && !layer->InProxy() && layer->getXOffset() == 50);
+    EXPECT_EQ(layer->GetImage()->GetPixel(0, 0), ilPixel());
 }

@@ -1,8 +1,9 @@
 #include "platform/imaging/pages/DamageControl.h"
 
+#include "tests/support/Seed.h"
+
 #include <gtest/gtest.h>
 
-#include <random>
 #include <vector>
 
 namespace {
@@ -25,7 +26,7 @@ bool AnyContains(const std::vector<ilTile>& tiles, const ilTile& tile)
 
 TEST(DamageControl, EveryTileAddedIsCoveredByAShortList)
 {
-    std::mt19937 random(1);
+    SeededNumbers random(1);
     for (int round = 0; round < 300; ++round) {
         DamageControl damage;
         std::vector<ilTile> added;
@@ -82,7 +83,7 @@ TEST(DamageControl, TilesComeOldestFirstAndAnEmptyOneAddsNothing)
 
 TEST(DamageControl, NoTileHoweverFarMakesDamageForgotten)
 {
-    std::mt19937 random(2);
+    SeededNumbers random(2);
     const int edges[] = {INT32_MIN, INT32_MIN + 1, -(1 << 30), -1000, -1, 0, 1, 640, 1 << 30, INT32_MAX - 1, INT32_MAX};
     const auto any = [&] { return edges[random() % std::size(edges)]; };
     for (int round = 0; round < 2000; ++round) {

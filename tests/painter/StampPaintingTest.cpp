@@ -178,50 +178,33 @@ TEST(StampPainting, SixteenBitsBuildUpWhereEightStandStill)
     }
 }
 
-TEST(StampPainting, MarkerDoesNotDarkenWhereItCrossesItself)
+TEST(StampPainting, MarkerDoesNotDarkenWhereItCrossesItselfUnlessItIsWet)
 {
     Random random(6);
-    for (const bool erases : {false, true}) {
-        const qs::Reference<ilSmartImage> image = MakeRandomImage(random, 4);
+    const auto draw = [](MaskingPaintOps& painter, bool erases, int times) {
+        painter.blend_func(erases ? 0 : 1, 7);
+        painter.set_stamp(MakeStamp());
+        for (int i = 0; i < times; ++i)
+            painter.draw_stamp(At(5, 5, 40, 0.5F));
+    };
+    for (const auto& [erases, isWet] : {std::pair{false, false}, {true, false}, {false, true}}) {
+        const qs::Reference<ilSmartImage> image = isWet ? MakeImage() : MakeRandomImage(random, 4);
         const qs::Reference<ilMIOImage> once = image->Snapshot();
         const qs::Reference<ilMIOImage> before = image->Snapshot();
         MaskingPaintOps marker(image);
         MaskingPaintOps single(once);
-        single.blend_func(erases ? 0 : 1, 7);
-        single.set_stamp(MakeStamp());
-        single.draw_stamp(At(5, 5, 40, 0.5F));
-        marker.blend_func(erases ? 0 : 1, 7);
-        marker.set_stamp(MakeStamp());
+        draw(single, erases, isWet ? 10 : 1);
         marker.SetMarkerBlend(true);
+        marker.SetMarkerWetness(isWet ? 1 : 0);
         marker.BeginOperation();
-        for (int i = 0; i < 10; ++i)
-            marker.draw_stamp(At(5, 5, 40, 0.5F));
+        draw(marker, erases, 10);
         EXPECT_EQ(FirstDifference(*image, *before, kArea), "") << "the layer changes only at the end";
         ilSmartImage shown(ilPixel::Rgba(0, 0, 0, 0));
         marker.ComposeOperation(shown, kArea);
         marker.EndOperation();
         EXPECT_EQ(FirstDifference(shown, *image, kArea), "") << "what was shown is what is left";
-        EXPECT_EQ(FirstDifference(*image, *once, kArea, 1), "");
+        EXPECT_EQ(FirstDifference(*image, *once, kArea, isWet ? 3 : 1), "");
     }
-}
-
-TEST(StampPainting, AFullyWetMarkerBuildsUpLikeOrdinaryPaint)
-{
-    const qs::Reference<ilSmartImage> wet = MakeImage();
-    const qs::Reference<ilSmartImage> plain = MakeImage();
-    MaskingPaintOps marker(wet);
-    marker.SetMarkerBlend(true);
-    marker.SetMarkerWetness(1);
-    MaskingPaintOps ordinary(plain);
-    for (MaskingPaintOps* painter : {&marker, &ordinary}) {
-        painter->blend_func(1, 7);
-        painter->set_stamp(MakeStamp());
-        painter->BeginOperation();
-        for (int i = 0; i < 5; ++i)
-            painter->draw_stamp(At(4 * i, 0, 30, 0.3F));
-        painter->EndOperation();
-    }
-    EXPECT_EQ(FirstDifference(*wet, *plain, kArea, 2), "");
 }
 
 TEST(StampPainting, SourcesGiveTheirPixelsAtTheOffset)

@@ -149,12 +149,14 @@ TEST(FloodFill, RefusesWhatItCannotDoAndTouchesNothing)
     const qs::Reference<ilMIOImage> before = image->Snapshot();
     CachedSmartImage from(image), to(image);
     const PaintColor red(1, 0, 0), bad(nan, 0, 0);
-    EXPECT_FALSE(FloodFillOperation(from, to, kArea, nan, red).DoFlood(9, 9));
-    EXPECT_FALSE(FloodFillOperation(from, to, kArea, -1, red).DoFlood(9, 9));
-    EXPECT_FALSE(FloodFillOperation(from, to, kArea, 0, bad).DoFlood(9, 9));
-    EXPECT_FALSE(FloodFillOperation(from, to, {}, 0, red).DoFlood(0, 0));
-    for (const auto& [x, y] : {std::pair(-1, 5), {5, 100}, {INT32_MIN, INT32_MAX}})
-        EXPECT_FALSE(FloodFillOperation(from, to, kArea, 0, red).DoFlood(x, y));
+    for (const auto& [area, tolerance, color, x, y] : {std::tuple(kArea, nan, red, 9, 9),
+                                                       {kArea, -1.0F, red, 9, 9},
+                                                       {kArea, 0.0F, bad, 9, 9},
+                                                       {ilTile(), 0.0F, red, 0, 0},
+                                                       {kArea, 0.0F, red, -1, 5},
+                                                       {kArea, 0.0F, red, 5, 100},
+                                                       {kArea, 0.0F, red, INT32_MIN, INT32_MAX}})
+        EXPECT_FALSE(FloodFillOperation(from, to, area, tolerance, color).DoFlood(x, y)) << x << ", " << y;
     for (const int far : {INT32_MIN, -(1 << 30), INT32_MAX - 100}) {
         EXPECT_FALSE(FloodFillOperation(from, to, {far, 0, 100, 100}, 0, red).DoFlood(far + 9, 9));
         FloodFillOperation away(from, to, kArea, 0, red);

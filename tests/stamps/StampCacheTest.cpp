@@ -2,12 +2,12 @@
 
 #include "platform/imaging/stamps/Stamp.h"
 #include "platform/imaging/stamps/StampCacheImpl.h"
+#include "tests/support/Seed.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <list>
-#include <random>
 
 namespace {
 
@@ -28,7 +28,7 @@ TEST(StampCache, BehavesAsAListInOrderOfUseBoundedByBytes)
             bytes += coverage->GetByteCount();
         return bytes;
     };
-    std::mt19937 random(3);
+    SeededNumbers random(3);
     for (int step = 0; step < 60'000; ++step) {
         const StampKey key{random() % 3, (random() % 150) * (random() % 2 ? 1 : uint64_t{1} << 40)};
         const auto known = std::find_if(model.begin(), model.end(), [&](const auto& e) { return e.first == key; });
@@ -38,31 +38,23 @@ TEST(StampCache, BehavesAsAListInOrderOfUseBoundedByBytes)
             model.splice(model.begin(), model, known);
             continue;
         }
-        const auto made = CoverageOfSide(1 + static_cast<int>(random() % 60));
+        const bool isTooLarge = random() % 99 == 0;
+        const auto made = CoverageOfSide(isTooLarge ? 600 : 1 + static_cast<int>(random() % 60));
         cache.Insert(key, made);
-        model.emplace_front(key, made);
+        if (!isTooLarge)
+            model.emplace_front(key, made);
         while (bytesOfModel() > kLimit)
             model.pop_back();
         ASSERT_EQ(cache.GetBytes(), bytesOfModel());
-        if (random() % 20'000 == 0) {
-            cache.Clear();
+        if (random() % 10'000 == 0) {
+            if (random() % 2 == 0)
+                cache.Clear();
+            else
+                cache.SetByteLimit(0);
+            cache.SetByteLimit(kLimit);
             model.clear();
         }
     }
-}
-
-TEST(StampCache, EntryLargerThanTheBoundIsNotKept)
-{
-    StampCacheImpl cache(10'000);
-    cache.Insert({1, 1}, CoverageOfSide(20));
-    const size_t before = cache.GetBytes();
-    cache.Insert({1, 2}, CoverageOfSide(500));
-    EXPECT_EQ(cache.GetBytes(), before);
-    EXPECT_EQ(cache.Find({1, 2}), nullptr);
-    EXPECT_NE(cache.Find({1, 1}), nullptr);
-    cache.SetByteLimit(0);
-    EXPECT_EQ(cache.Find({1, 1}), nullptr);
-    EXPECT_EQ(cache.GetBytes(), 0U);
 }
 
 class SharedStampCache : public testing::Test {
@@ -118,7 +110,7 @@ TEST_F(SharedStampCache, LargeStampsOfOneSizeAreKeptAndThoseOfManySizesAreNot)
 TEST_F(SharedStampCache, AnyBrushStaysWithinTheBound)
 {
     ILStampImpl::max_cache_size(1);
-    std::mt19937 random(5);
+    SeededNumbers random(5);
     for (int i = 0; i < 1500; ++i) {
         const auto stamp = qs::MakeReference<Stamp>();
         stamp->set_profile(MakeProfile({static_cast<float>(random() % 4) / 4, BrushProfile::Falloff::Smooth}, 10));

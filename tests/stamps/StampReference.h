@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/imaging/stamps/BrushProfile.h"
+#include "platform/imaging/stamps/Stamp.h"
 #include "platform/imaging/stamps/StampCoverage.h"
 #include "platform/imaging/stamps/StampForm.h"
 
@@ -71,6 +72,12 @@ inline int CoverageAt(const StampCoverage& coverage, int x, int y)
     if (x < 0 || y < 0 || x >= coverage.GetWidth() || y >= coverage.GetHeight())
         return 0;
     return coverage.GetRow(y)[x];
+}
+
+/// Coverage at a pixel of the target image.
+inline int PlacedAt(const PlacedCoverage& placed, int x, int y)
+{
+    return CoverageAt(*placed.coverage, x - placed.x, y - placed.y);
 }
 
 /// In pixels.

@@ -1,6 +1,8 @@
 #include "platform/imaging/stamps/Stamp.h"
 
+#include "platform/imaging/pages/ilMemoryImg.h"
 #include "tests/stamps/StampReference.h"
+#include "tests/support/Seed.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +10,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
-#include <random>
 #include <vector>
 
 namespace {
@@ -21,12 +22,6 @@ qs::Reference<Stamp> MakeStamp(float hardness, float radius, Falloff falloff = F
     if (hardness < 1)
         stamp->set_profile(MakeProfile({hardness, falloff}, radius));
     return stamp;
-}
-
-/// Coverage at a pixel of the target image.
-int PlacedAt(const PlacedCoverage& placed, int x, int y)
-{
-    return CoverageAt(*placed.coverage, x - placed.x, y - placed.y);
 }
 
 int LargestDifference(const PlacedCoverage& a, const PlacedCoverage& b)
@@ -45,26 +40,22 @@ TEST(Stamp, NumbersThatAreNotFiniteOrTooLargeCoverNothing)
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double infinity = std::numeric_limits<double>::infinity();
     for (const double bad : {nan, infinity, -infinity}) {
-        const auto badFloat = static_cast<float>(bad);
-        for (int which = 0; which < 6; ++which) {
-            StampPlacement placement{10, 10, 4, 1, 0.5F, 30};
-            ASSERT_TRUE(stamp->GetCoverage(placement).coverage);
-            (which == 0 ? placement.x : placement.y) = which < 2 ? bad : 10.0;
-            float* const numbers[] = {&placement.size, &placement.opacity, &placement.aspect, &placement.rotation};
-            if (which >= 2)
-                *numbers[which - 2] = badFloat;
+        const auto f = static_cast<float>(bad);
+        for (const StampPlacement& placement : {StampPlacement{bad, 10, 4},
+                                                {10, bad, 4},
+                                                {10, 10, f},
+                                                {10, 10, 4, f},
+                                                {10, 10, 4, 1, f},
+                                                {10, 10, 4, 1, 0.5F, f}}) {
             const PlacedCoverage placed = stamp->GetCoverage(placement);
-            EXPECT_FALSE(placed.coverage) << bad << " as number " << which;
-            EXPECT_TRUE(placed.GetTile().IsEmpty());
+            EXPECT_TRUE(!placed.coverage && placed.GetTile().IsEmpty()) << bad;
         }
     }
-    EXPECT_FALSE(stamp->GetCoverage({1.1e9, 0, 4}).coverage);
-    EXPECT_FALSE(stamp->GetCoverage({0, -1.1e9, 4}).coverage);
-    EXPECT_FALSE(stamp->GetCoverage({0, 0, 0}).coverage);
-    EXPECT_FALSE(stamp->GetCoverage({0, 0, -3}).coverage);
-    EXPECT_FALSE(stamp->GetCoverage({0, 0, 4, 1, 0}).coverage);
-    EXPECT_TRUE(stamp->GetCoverage({-1e9, 1e9, 4}).coverage);
-    EXPECT_TRUE(stamp->GetCoverage({0, 0, 4, 1, 0.5F, -1e30F}).coverage);
+    for (const StampPlacement& placement :
+         {StampPlacement{1.1e9, 0, 4}, {0, -1.1e9, 4}, {0, 0, 0}, {0, 0, -3}, {0, 0, 4, 1, 0}})
+        EXPECT_FALSE(stamp->GetCoverage(placement).coverage);
+    for (const StampPlacement& placement : {StampPlacement{-1e9, 1e9, 4}, {0, 0, 4, 1, 0.5F, -1e30F}})
+        EXPECT_TRUE(stamp->GetCoverage(placement).coverage);
 }
 
 TEST(Stamp, SizesAreLimited)
@@ -84,9 +75,7 @@ TEST(Stamp, CoverageFollowsThePlaceToASixteenthOfAPixel)
     const auto stamp = MakeStamp(1, 1);
     for (double place = -2.03; place < 1.5; place += 0.0717) {
         const PlacedCoverage placed = stamp->GetCoverage({place, -place, 6});
-        double weight = 0;
-        double x = 0;
-        double y = 0;
+        double weight = 0, x = 0, y = 0;
         const ilTile tile = placed.GetTile();
         for (int row = tile.y; row < tile.Bottom(); ++row) {
             for (int column = tile.x; column < tile.Right(); ++column) {
@@ -105,7 +94,7 @@ TEST(Stamp, NeighbouringPlacesOfASoftStampDifferByFewLevels)
 {
     // Moving by 1/256 pixel changes the phase at most once along each axis. Below radius 16 a dome of hardness 0.5 is
     // steeper than what 16 phases resolve.
-    std::mt19937 random(7);
+    SeededNumbers random(7);
     for (const float radius : {16.0F, 30.0F, 64.0F, 200.0F}) {
         const auto stamp = MakeStamp(0.5F, radius);
         for (int i = 0; i < 12; ++i) {
@@ -170,17 +159,19 @@ TEST(Stamp, RoundStampsIgnoreRotationAndOpacityButEllipsesTurn)
 
 TEST(Stamp, ReachBoundsEveryTile)
 {
-    const auto stamp = MakeStamp(0.3F, 10);
-    for (const float size : {0.01F, 0.9F, 7.3F, 100.0F, 5000.0F}) {
-        for (const float aspect : {0.01F, 0.5F, 1.0F, 1.9F}) {
-            for (const float rotation : {0.0F, 33.0F, 90.0F}) {
-                const ilTile tile = stamp->GetCoverage({0.49, 0.51, size, 1, aspect, rotation}).GetTile();
-                const double reach = Stamp::GetReach(size, aspect);
-                EXPECT_LE(std::max(0.49 - tile.x, static_cast<double>(tile.Right()) - 0.49), reach);
-                EXPECT_LE(std::max(0.51 - tile.y, static_cast<double>(tile.Bottom()) - 0.51), reach);
-            }
-        }
-    }
+    const auto square = qs::MakeReference<Stamp>();
+    const auto mask = qs::MakeReference<ilMemoryImg>(3, 3, 1);
+    mask->fillTile(mask->GetBounds(), ilPixel::Coverage(255));
+    square->set_stamp_mask(mask);
+    for (const auto& stamp : {MakeStamp(0.3F, 10), square})
+        for (const float size : {0.01F, 0.9F, 7.3F, 100.0F, 5000.0F})
+            for (const float aspect : {0.01F, 0.5F, 1.0F, 1.9F})
+                for (const float rotation : {0.0F, 33.0F, 45.0F, 90.0F}) {
+                    const ilTile tile = stamp->GetCoverage({0.49, 0.51, size, 1, aspect, rotation}).GetTile();
+                    const double reach = Stamp::GetReach(size, aspect);
+                    EXPECT_LE(std::max(0.49 - tile.x, static_cast<double>(tile.Right()) - 0.49), reach);
+                    EXPECT_LE(std::max(0.51 - tile.y, static_cast<double>(tile.Bottom()) - 0.51), reach);
+                }
 }
 
 TEST(Stamp, AnotherProfileNeverShowsTheCoverageOfTheOldOne)

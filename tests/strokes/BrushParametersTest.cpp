@@ -1,6 +1,7 @@
 #include "platform/imaging/stamps/BrushParameters.h"
 
 #include "platform/imaging/strokes/StrokeParameters.h"
+#include "platform/imaging/strokes/TpressureFilter.h"
 
 #include <gtest/gtest.h>
 
@@ -12,53 +13,32 @@ namespace {
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-TEST(BrushParameters, AnyNumberOutOfRangeMakesThemInvalid)
+template <class Parameters>
+bool IsValidWith(float Parameters::*member, float number)
 {
-    EXPECT_TRUE(BrushParameters().IsValid());
-    float BrushParameters::*const numbers[] = {&BrushParameters::firstSize, &BrushParameters::secondSize,
-                                               &BrushParameters::threshold, &BrushParameters::markerWetness};
-    for (const auto number : numbers) {
-        for (const float bad : {kNaN, kInfinity, -kInfinity}) {
-            BrushParameters brush;
-            brush.*number = bad;
-            EXPECT_FALSE(brush.IsValid());
-        }
-    }
-    for (const auto size : {&BrushParameters::firstSize, &BrushParameters::secondSize}) {
-        BrushParameters brush;
-        brush.*size = 0;
-        EXPECT_TRUE(brush.IsValid());
-        brush.*size = 1e6F;
-        EXPECT_TRUE(brush.IsValid());
-        brush.*size = 1.001e6F;
-        EXPECT_FALSE(brush.IsValid());
-        brush.*size = -0.001F;
-        EXPECT_FALSE(brush.IsValid());
-    }
-    BrushParameters brush;
-    brush.color.g = kNaN;
-    EXPECT_FALSE(brush.IsValid());
-    brush = {};
-    brush.profile.hardness = kInfinity;
-    EXPECT_FALSE(brush.IsValid());
+    Parameters parameters;
+    parameters.*member = number;
+    return parameters.IsValid();
 }
 
-TEST(StrokeParameters, AnyNumberThatIsNotFiniteOrNoSpacingMakesThemInvalid)
+TEST(BrushParameters, AnyNumberOutOfRangeMakesThemInvalid)
 {
-    EXPECT_TRUE(StrokeParameters().IsValid());
-    float StrokeParameters::*const numbers[] = {&StrokeParameters::spacing, &StrokeParameters::spacingJitter,
-                                                &StrokeParameters::scatter, &StrokeParameters::timerScale,
-                                                &StrokeParameters::directionFollow};
-    for (const auto number : numbers) {
-        for (const float bad : {kNaN, kInfinity}) {
-            StrokeParameters stroke;
-            stroke.*number = bad;
-            EXPECT_FALSE(stroke.IsValid());
-        }
+    using B = BrushParameters;
+    using S = StrokeParameters;
+    EXPECT_TRUE(B().IsValid() && S().IsValid());
+    for (const float bad : {kNaN, kInfinity, -kInfinity}) {
+        for (const auto member : {&B::firstSize, &B::secondSize, &B::threshold, &B::markerWetness})
+            EXPECT_FALSE(IsValidWith(member, bad));
+        for (const auto member : {&S::spacing, &S::spacingJitter, &S::scatter, &S::timerScale, &S::directionFollow})
+            EXPECT_FALSE(IsValidWith(member, bad));
+        B colored, hard;
+        colored.color.g = hard.profile.hardness = bad;
+        EXPECT_FALSE(colored.IsValid() || hard.IsValid());
     }
-    StrokeParameters stroke;
-    stroke.spacing = 0;
-    EXPECT_FALSE(stroke.IsValid());
+    for (const auto size : {&B::firstSize, &B::secondSize})
+        for (const auto& [number, isValid] : {std::pair(0.0F, true), {1e6F, true}, {1.001e6F, false}, {-1e-3F, false}})
+            EXPECT_EQ(IsValidWith(size, number), isValid) << number;
+    EXPECT_FALSE(IsValidWith(&S::spacing, 0));
 }
 
 class NamedStamp : public BrushStampReferenceStamp {
@@ -71,15 +51,33 @@ public:
 
 TEST(BrushStampReferenceStamp, TypeNameIsComparedWholeAndCutTo127Characters)
 {
-    const NamedStamp stamp("Clone");
-    EXPECT_TRUE(stamp.IsBrushStampReferenceType("Clone"));
-    for (const char* other : {"Clon", "Cloned", "clone", ""})
-        EXPECT_FALSE(stamp.IsBrushStampReferenceType(other)) << other;
-    EXPECT_FALSE(stamp.IsBrushStampReferenceType(nullptr));
-    EXPECT_TRUE(NamedStamp(nullptr).IsBrushStampReferenceType(""));
-    const std::string longName(200, 'x');
-    EXPECT_TRUE(NamedStamp(longName.c_str()).IsBrushStampReferenceType(longName.substr(0, 127).c_str()));
-    EXPECT_FALSE(NamedStamp(longName.c_str()).IsBrushStampReferenceType(longName.substr(0, 126).c_str()));
+    const std::string x(200, 'x');
+    for (const auto& [name, asked, isIt] : {std::tuple("Clone", "Clone", true),
+                                            {"Clone", "Clon", false},
+                                            {"Clone", "Cloned", false},
+                                            {"Clone", "clone", false},
+                                            {"Clone", nullptr, false},
+                                            {nullptr, "", true},
+                                            {x.c_str(), x.c_str() + 73, true},
+                                            {x.c_str(), x.c_str() + 74, false}})
+        EXPECT_EQ(NamedStamp(name).IsBrushStampReferenceType(asked), isIt);
+}
+
+TEST(TpressureFilter, RisesWithoutStepsFromTheLowerLimitToTheUpper)
+{
+    const TpressureFilter filter(100, 1123);
+    EXPECT_EQ(filter.getFilteredValue(0) + filter.getFilteredValue(100), 0);
+    EXPECT_EQ(filter.getFilteredValue(1123) * filter.getFilteredValue(4000000000U), 1);
+    for (unsigned raw = 101; raw <= 1123; ++raw) {
+        const float rise = filter.getFilteredValue(raw) - filter.getFilteredValue(raw - 1);
+        EXPECT_GT(rise, 0) << raw;
+        EXPECT_LT(rise, 1.3F / 1023) << raw;
+    }
+    EXPECT_NEAR(filter.getFilteredValue(356) * 1023, (0.125 + 0.078125) * 1023, 1);  // a quarter of the way up
+    for (const TpressureFilter& none : {TpressureFilter(500, 500), TpressureFilter(500, 20)}) {
+        EXPECT_EQ(none.getFilteredValue(500), 0);
+        EXPECT_EQ(none.getFilteredValue(501), 1);
+    }
 }
 
 }  // namespace

@@ -2,12 +2,13 @@
 
 #include "platform/imaging/strokes/CurveInterpolate2D.h"
 #include "tests/strokes/StrokeRecorder.h"
+#include "tests/support/Seed.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <limits>
-#include <random>
 
 namespace {
 
@@ -24,12 +25,28 @@ qs::vector<Laid> TakeLaid()
     return std::exchange(StrokeRecorder::laid(), {});
 }
 
+struct Point {
+    float x, y;
+    float size = 4;
+};
+
+/// The stamps of a stroke of narrow stamps along the points.
+qs::vector<Laid> Paint(const StrokeRecorder& recorder, const Parms& parms, const qs::vector<Point>& points,
+                       bool isSmooth = false)
+{
+    const auto stroke = recorder.MakeStroke(parms, isSmooth ? StrokeRecorder::Smooth() : nullptr);
+    for (const Point& point : points)
+        stroke->add_point(point.x, point.y, point.size, 1, 0.2F, 0);
+    stroke->finish();
+    return TakeLaid();
+}
+
 /// The stamps of the spiral, fed at `rate` samples a second with `jitter` of their time, each followed by an update.
 qs::vector<Laid> PaintSpiral(const StrokeRecorder& recorder, const Parms& parms, double rate, double jitter,
                              bool smooth)
 {
     const auto stroke = recorder.MakeStroke(parms, smooth ? StrokeRecorder::Smooth() : nullptr);
-    std::mt19937 random(1);
+    SeededNumbers random(1);
     std::uniform_real_distribution<double> offset(-jitter / 2, jitter / 2);
     const int samples = static_cast<int>(rate);
     for (int i = 0; i <= samples; ++i) {
@@ -61,11 +78,9 @@ TEST(StampStroke, TheRateOfTheSamplesDoesNotShowInTheStamps)
         for (const double jitter : {0.0, 0.3}) {
             const auto sparse = PaintSpiral(recorder, parms, rate, jitter, true);
             EXPECT_NEAR(static_cast<double>(sparse.size()), static_cast<double>(dense.size()), 1);
-            // At 30 Hz chords span 36 degrees and up to 150 pixels.
-            EXPECT_LT(WorstDistance(sparse, dense), rate < 50    ? 0.6
-                                                    : rate < 100 ? 0.2
-                                                                 : 0.05)
-                << rate << " Hz, jitter " << jitter;
+            // At 30 Hz chords span 36 degrees and up to 150 pixels; jitter makes some longer by a third.
+            const double worst = (rate < 50 ? 0.6 : rate < 100 ? 0.2 : 0.05) * (jitter > 0 ? 1.5 : 1);
+            EXPECT_LT(WorstDistance(sparse, dense), worst) << rate << " Hz, jitter " << jitter;
         }
     }
     const auto flat = PaintSpiral(recorder, parms, 20000, 0, false);
@@ -76,13 +91,11 @@ TEST(StampStroke, StampsLieOneSpacingApartAlongThePathAsTheRadiusRunsThere)
 {
     const StrokeRecorder recorder;
     for (const bool cut : {false, true}) {
-        const auto stroke = recorder.MakeStroke({});
-        stroke->add_point(100, 500, 4, 1, 1, 0);
+        qs::vector<Point> points = {{100, 500, 4}};
         for (int i = 1; cut && i < 80; ++i)  // the same line in 80 parts
-            stroke->add_point(static_cast<float>(100 + 10 * i), 500, 4 + 0.5F * static_cast<float>(i), 1, 1, 0);
-        stroke->add_point(900, 500, 44, 1, 1, 0);
-        stroke->finish();
-        const auto laid = TakeLaid();
+            points.push_back({static_cast<float>(100 + 10 * i), 500, 4 + 0.5F * static_cast<float>(i)});
+        points.push_back({900, 500, 44});
+        const auto laid = Paint(recorder, {}, points);
         // Radius r = 4 + s / 20 and spacing r / 4 put stamp n where r = 4 · e^(n / 80).
         ASSERT_EQ(laid.size(), 1 + static_cast<size_t>(80 * std::log(11.0)));
         for (size_t n = 0; n < laid.size(); ++n) {
@@ -92,30 +105,17 @@ TEST(StampStroke, StampsLieOneSpacingApartAlongThePathAsTheRadiusRunsThere)
             ASSERT_EQ(laid[n].y, 500) << n;
         }
     }
-}
+    EXPECT_EQ(Paint(recorder, {}, {{10, 10, 0.1F}, {20, 10, 0.1F}}).size(), 41U) << "the least distance";
 
-TEST(StampStroke, SmallRadiiMeetTheLeastDistanceAndAFixedSpacingKeepsTheFirstSize)
-{
-    const StrokeRecorder recorder;
-    auto stroke = recorder.MakeStroke({});
-    stroke->add_point(10, 10, 0.1F, 1, 1, 0);
-    stroke->add_point(20, 10, 0.1F, 1, 1, 0);
-    stroke->finish();
-    EXPECT_EQ(TakeLaid().size(), 41U);
-
-    Parms parms;
-    parms.sizeSpacing = false;
-    stroke = recorder.MakeStroke(parms);
-    stroke->add_point(10, 10, 8, 1, 1, 0);
-    stroke->add_point(110, 10, 80, 1, 1, 0);
-    stroke->finish();
-    const auto laid = TakeLaid();
+    Parms fixed;
+    fixed.sizeSpacing = false;
+    const auto laid = Paint(recorder, fixed, {{10, 10, 8}, {110, 10, 80}});
     ASSERT_EQ(laid.size(), 51U);
     for (size_t i = 1; i < laid.size(); ++i)
         EXPECT_NEAR(Distance(laid[i - 1], laid[i]), 2, 1e-4);
 }
 
-TEST(StampStroke, ATapLeavesOneStampAndTheEndIsNotStampedTwice)
+TEST(StampStroke, ATapLeavesOneStampAndAStrokeEndsAtItsLastSampleWithoutStampingTwice)
 {
     const StrokeRecorder recorder;
     for (const double follow : {0.0, 1.0}) {
@@ -131,98 +131,57 @@ TEST(StampStroke, ATapLeavesOneStampAndTheEndIsNotStampedTwice)
             stroke->finish();
             EXPECT_EQ(TakeLaid(), (qs::vector<Laid>{{50, 60, 5, 0.5F}}));
         }
-        stroke->add_point(0, 0, 4, 1, 1, 0);
-        stroke->add_point(3, 0, 4, 1, 1, 0);
-        stroke->add_point(10, 0, 4, 1, 1, 0);
+        for (const float x : {0.0F, 3.0F, 10.0F}) {
+            stroke->add_point(x, 0, 4, 1, 1, 0);
+            stroke->update();
+        }
+        EXPECT_NEAR(StrokeRecorder::laid().back().x, 3, 1.01) << "a smooth curve lags by a sample";
         stroke->finish();
-        const auto laid = TakeLaid();
-        ASSERT_EQ(laid.size(), 11U);
-        EXPECT_NEAR(laid.back().x, 10, 1e-4);
+        EXPECT_EQ(StrokeRecorder::laid().size(), 11U);
+        EXPECT_NEAR(TakeLaid().back().x, 10, 1e-4);
     }
 }
 
-TEST(StampStroke, TheStrokeReachesTheLastSampleOnlyAtItsFinishAndPaintsThere)
-{
-    const StrokeRecorder recorder;
-    const auto stroke = recorder.MakeStroke({}, StrokeRecorder::Smooth());
-    for (const float x : {100.0F, 150.0F, 200.0F}) {
-        stroke->add_point(x, 100, 4, 1, 1, 0);
-        stroke->update();
-    }
-    EXPECT_NEAR(StrokeRecorder::laid().back().x, 150, 1.01);
-    stroke->finish();
-    EXPECT_NEAR(StrokeRecorder::laid().back().x, 200, 1.01);
-    EXPECT_EQ(recorder.AlphaAt(199, 100), 255);
-    EXPECT_EQ(recorder.AlphaAt(206, 100), 0);
-}
-
-TEST(StampStroke, RefusedSamplesLeaveNoTrace)
+TEST(StampStroke, SamplesThatAreNotFiniteLeaveNoTraceAndNumbersOutOfRangeAreLimited)
 {
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float infinity = std::numeric_limits<float>::infinity();
     const StrokeRecorder recorder;
     const auto stroke = recorder.MakeStroke({}, StrokeRecorder::Smooth());
-    for (int field = 0; field < 6; ++field) {
-        for (const float bad : {nan, infinity, -infinity}) {
-            float f[6] = {500, 700, 5, 1, 1, 0};
-            f[field] = bad;
-            stroke->add_point(f[0], f[1], f[2], f[3], f[4], f[5]);
-            stroke->update();
-        }
+    for (const float x : {100.0F, 200.0F}) {
+        stroke->add_point(x, 100, 5, 1, 1, 0);
+        for (int field = 0; field < 6; ++field)
+            for (const float bad : {nan, infinity, -infinity}) {
+                float f[6] = {500, 700, 5, 1, 1, 0};
+                f[field] = bad;
+                stroke->add_point(f[0], f[1], f[2], f[3], f[4], f[5]);
+            }
     }
-    EXPECT_TRUE(TakeLaid().empty());
-
-    stroke->add_point(100, 100, 5, 1, 1, 0);
-    stroke->add_point(nan, 300, 5, 1, 1, 0);
-    stroke->add_point(200, 100, 5, 1, 1, 0);
     stroke->finish();
-    const auto laid = TakeLaid();
-    EXPECT_EQ(laid.size(), 81U);
-    for (const Laid& stamp : laid)
+    const auto straight = TakeLaid();
+    EXPECT_EQ(straight.size(), 81U);
+    for (const Laid& stamp : straight)
         EXPECT_EQ(stamp.y, 100);
-}
 
-TEST(StampStroke, NumbersOutOfRangeAreLimited)
-{
-    const StrokeRecorder recorder;
-    const auto stroke = recorder.MakeStroke({});
     stroke->add_point(10, 10, -3, 7, 100, 1e30F);
     stroke->finish();
     stroke->add_point(10, 10, 1e9F, -1, -1, -1e30F);
     stroke->finish();
-    const auto laid = TakeLaid();
-    ASSERT_EQ(laid.size(), 2U);
-    EXPECT_GT(laid[0].size, 0);
-    EXPECT_LT(laid[0].size, 0.1F);
-    EXPECT_EQ(laid[0].opacity, 1);
-    EXPECT_EQ(laid[1].size, 1e6F);
-    EXPECT_EQ(laid[1].opacity, 0);
+    EXPECT_EQ(TakeLaid(), (qs::vector<Laid>{{10, 10, 1.0F / 64, 1}, {10, 10, 1e6F, 0}}));
 }
 
 TEST(StampStroke, WhatLiesFarFromTheCanvasCostsNothingAndKeepsTheSpacing)
 {
     const StrokeRecorder recorder;
-    for (const bool smooth : {false, true}) {
+    for (const bool smooth : {false, true})
         for (const float far : {1e5F, 1e7F, 1e9F, 3e38F}) {
-            const auto stroke = recorder.MakeStroke({}, smooth ? StrokeRecorder::Smooth() : nullptr);
-            stroke->add_point(500, 500, 4, 1, 1, 0);
-            stroke->add_point(far, 500, 4, 1, 1, 0);
-            stroke->add_point(-far, -far, 9, 1, 1, 0);
-            stroke->add_point(500, 500, 4, 1, 1, 0);
-            stroke->finish();
+            const size_t laid =
+                Paint(recorder, {}, {{500, 500}, {far, 500}, {-far, -far, 9}, {500, 500}}, smooth).size();
             // At most three times across the canvas, at no less than a pixel each.
-            EXPECT_GT(StrokeRecorder::laid().size(), 400U) << far;
-            EXPECT_LT(TakeLaid().size(), 4500U) << far;
+            EXPECT_TRUE(laid > 400 && laid < 4500) << far << ": " << laid;
         }
-    }
-
     // A detour of a whole number of spacings meets the stamps that would have been there without it.
-    const auto stroke = recorder.MakeStroke({});
-    stroke->add_point(100, 500, 4, 1, 1, 0);
-    stroke->add_point(8388608.5F, 500, 4, 1, 1, 0);
-    stroke->add_point(100, 500, 4, 1, 1, 0);
-    stroke->finish();
-    for (const Laid& stamp : TakeLaid())
+    for (const Laid& stamp : Paint(recorder, {}, {{100, 500}, {8388608.5F, 500}, {100, 500}}))
         ASSERT_EQ(stamp.x, std::round(stamp.x));
 }
 
@@ -230,7 +189,7 @@ TEST(StampStroke, NoNumberMakesMoreStampsThanTheCanvasTakes)
 {
     const StrokeRecorder recorder;
     recorder.painter->SetBrushClippingRect({0, 0, 200, 100});
-    std::mt19937 random(9);
+    SeededNumbers random(9);
     const double numbers[] = {0, 1e-30, 0.01, 0.5, 1, 30, 70, 150, 1e4, 1e7, 1e12, 1e30, 3e38};
     const auto any = [&] { return numbers[random() % std::size(numbers)] * (random() % 3 == 0 ? -1 : 1); };
     const auto place = [&] { return random() % 3 == 0 ? any() : static_cast<double>(random() % 200); };
@@ -260,59 +219,29 @@ TEST(StampStroke, NoNumberMakesMoreStampsThanTheCanvasTakes)
     }
 }
 
-TEST(StampStroke, OnlyStampsThatCanTouchTheClippingRectangleAreLaid)
-{
-    const StrokeRecorder recorder;
-    recorder.painter->SetBrushClippingRect({400, 400, 200, 100});
-    const double reach = Stamp::GetReach(15, 1);
-    const auto laid = PaintSpiral(recorder, {}, 300, 0, true);
-    EXPECT_GT(laid.size(), 20U);
-    for (const Laid& stamp : laid) {
-        EXPECT_GE(stamp.x, 400 - reach);
-        EXPECT_LE(stamp.x, 600 + reach);
-        EXPECT_GE(stamp.y, 400 - reach);
-        EXPECT_LE(stamp.y, 500 + reach);
-    }
-    recorder.painter->SetBrushClippingRect({});
-    EXPECT_TRUE(PaintSpiral(recorder, {}, 300, 0, true).empty());
-}
-
 TEST(StampStroke, ClippingTakesAwayTheStampsThatMissAndMovesNoOther)
 {
     const StrokeRecorder recorder;
     Parms parms;
     parms.spacingJitter = 1;
-    qs::vector<Laid> expected;
-    for (const Laid& stamp : PaintSpiral(recorder, parms, 300, 0, true)) {
-        const double reach = Stamp::GetReach(stamp.size, 1);
-        if (stamp.x >= 400 - reach && stamp.x <= 650 + reach && stamp.y >= 400 - reach && stamp.y <= 600 + reach)
-            expected.push_back(stamp);
+    const auto spiral = [&] { return PaintSpiral(recorder, parms, 300, 0, true); };
+    const auto growing = [&] { return Paint(recorder, parms, {{330, 100, 2}, {330, 900, 150}, {330, 100, 2}}); };
+    for (const std::function<qs::vector<Laid>()>& paint : {std::function(spiral), std::function(growing)}) {
+        recorder.painter->SetBrushClippingRect({0, 0, 1000, 1000});
+        qs::vector<Laid> expected;
+        for (const Laid& stamp : paint()) {
+            const double reach = Stamp::GetReach(stamp.size, 1);
+            if (stamp.x >= 400 - reach && stamp.x <= 650 + reach && stamp.y >= 400 - reach && stamp.y <= 600 + reach)
+                expected.push_back(stamp);
+        }
+        recorder.painter->SetBrushClippingRect({400, 400, 250, 200});
+        const auto laid = paint();
+        ASSERT_EQ(laid.size(), expected.size());
+        EXPECT_GT(laid.size(), 30U);
+        EXPECT_LT(WorstDistance(laid, expected), 1e-3);
+        recorder.painter->SetBrushClippingRect({});
+        EXPECT_TRUE(paint().empty());
     }
-    recorder.painter->SetBrushClippingRect({400, 400, 250, 200});
-    const auto laid = PaintSpiral(recorder, parms, 300, 0, true);
-    ASSERT_EQ(laid.size(), expected.size());
-    EXPECT_GT(laid.size(), 100U);
-    EXPECT_LT(WorstDistance(laid, expected), 1e-3);
-}
-
-TEST(StampStroke, BehindAGapTheDirectionIsThatOfThePathThere)
-{
-    const StrokeRecorder recorder;
-    Parms parms;
-    parms.spacing = 20;
-    parms.directionFollow = 1;
-    const auto stroke = recorder.MakeStroke(parms);
-    stroke->add_point(500, 500, 10, 1, 0.2F, 0);
-    stroke->add_point(100000, 500, 10, 1, 0.2F, 0);
-    stroke->add_point(300, -100000, 10, 1, 0.2F, 0);
-    stroke->add_point(300, 500, 10, 1, 0.2F, 0);
-    stroke->finish();
-    const auto laid = TakeLaid();
-    const auto first = std::find_if(laid.begin(), laid.end(), [](const Laid& stamp) { return stamp.x < 301; });
-    ASSERT_NE(first, laid.end());
-    const int y = static_cast<int>(first->y);
-    EXPECT_EQ(recorder.AlphaAt(300, y + 7), 255);
-    EXPECT_EQ(recorder.AlphaAt(307, y), 0);
 }
 
 TEST(StampStroke, JitterMovesStampsWithinTheirSpacingAndScatterThrowsThemToBothSides)
@@ -321,15 +250,8 @@ TEST(StampStroke, JitterMovesStampsWithinTheirSpacingAndScatterThrowsThemToBothS
     Parms parms;
     parms.spacingJitter = 1;
     parms.scatter = 2;
-    const auto paint = [&] {
-        const auto stroke = recorder.MakeStroke(parms);
-        stroke->add_point(100, 500, 8, 1, 1, 0);
-        stroke->add_point(900, 500, 8, 1, 1, 0);
-        stroke->finish();
-        return TakeLaid();
-    };
-    const auto laid = paint();
-    EXPECT_EQ(paint(), laid);
+    const auto laid = Paint(recorder, parms, {{100, 500, 8}, {900, 500, 8}});
+    EXPECT_EQ(Paint(recorder, parms, {{100, 500, 8}, {900, 500, 8}}), laid);
     EXPECT_NEAR(static_cast<double>(laid.size()), 401, 1);
     int above = 0;
     double farthest = 0;
@@ -348,21 +270,41 @@ TEST(StampStroke, JitterMovesStampsWithinTheirSpacingAndScatterThrowsThemToBothS
     EXPECT_NEAR(above, 200, 40);
 }
 
-TEST(StampStroke, StampsTurnWithTheDirectionOfThePath)
+TEST(StampStroke, StampsTurnWithTheDirectionOfThePathAlsoBehindAGap)
 {
     for (const bool follow : {false, true}) {
-        const StrokeRecorder recorder;
         Parms parms;
         parms.spacing = 20;
         parms.directionFollow = follow ? 1 : 0;
-        const auto stroke = recorder.MakeStroke(parms);
-        stroke->add_point(500, 200, 10, 1, 0.2F, 0);
-        stroke->add_point(500, 700, 10, 1, 0.2F, 0);
-        stroke->finish();
-        for (const int y : {200, 400, 600}) {  // narrow stamps, along the x axis before they turn
-            EXPECT_EQ(recorder.AlphaAt(500, y + 7), follow ? 255 : 0);
-            EXPECT_EQ(recorder.AlphaAt(507, y), follow ? 0 : 255);
+        const StrokeRecorder recorder;
+        for (const auto& points : {qs::vector<Point>{{500, 200, 10}, {500, 700, 10}},
+                                   {{600, 500, 10}, {100000, 500, 10}, {300, -100000, 10}, {300, 500, 10}}}) {
+            const float x = points.back().x;
+            int looked = 0;
+            for (const Laid& stamp : Paint(recorder, parms, points))
+                if (std::abs(stamp.x - x) < 1) {
+                    ++looked;  // narrow stamps, along the x axis before they turn
+                    EXPECT_EQ(recorder.AlphaAt(static_cast<int>(x), static_cast<int>(stamp.y) + 7), follow ? 255 : 0);
+                    EXPECT_EQ(recorder.AlphaAt(static_cast<int>(x) + 7, static_cast<int>(stamp.y)), follow ? 0 : 255);
+                }
+            EXPECT_GT(looked, 2);
         }
+    }
+}
+
+TEST(StampStroke, ADirectionThatIsFollowedInPartMakesNoJumpsAndTurnsBackWithThePen)
+{
+    Parms parms;
+    parms.spacing = 0.2;
+    parms.directionFollow = 0.25;
+    // Leftwards, first a little down and then a little up; and there and back.
+    for (const auto& points : {qs::vector<Point>{{800, 470, 10}, {600, 500, 10}, {300, 470, 10}},
+                               {{200, 500, 10}, {600, 500, 10}, {300, 530, 10}}}) {
+        const StrokeRecorder recorder;
+        const Laid last = Paint(recorder, parms, points).back();  // turned by a quarter of about 180 degrees
+        const int x = static_cast<int>(last.x), y = static_cast<int>(last.y);
+        EXPECT_EQ(recorder.AlphaAt(x - 5, y - 5), 255);
+        EXPECT_EQ(recorder.AlphaAt(x - 8, y), 0);
     }
 }
 

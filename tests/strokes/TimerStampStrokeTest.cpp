@@ -7,112 +7,96 @@
 
 namespace {
 
-/// Timers that run when the test says so.
-struct FakeTimers {
-    struct Timer {
-        int milliseconds;
-        ImageCoreCallbacks::TimerFunction function;
-    };
-
-    FakeTimers() : saved(*ImageCoreCB())
+/// Timers, by their milliseconds, that run when the test says so.
+class TimerStampStrokes : public testing::Test {
+protected:
+    TimerStampStrokes()
     {
-        running().clear();
-        ImageCoreCB()->StartTimerCB = [](int milliseconds, ImageCoreCallbacks::TimerFunction function, int) {
-            static int lastId = 0;
-            running()[++lastId] = {milliseconds, function};
+        running.clear();
+        ImageCoreCB()->StartTimerCB = [](int milliseconds, ImageCoreCallbacks::TimerFunction timer, int) {
+            function = timer;
+            running[++lastId] = milliseconds;
             return lastId;
         };
-        ImageCoreCB()->StopTimerCB = [](int id) { running().erase(id); };
+        ImageCoreCB()->StopTimerCB = [](int id) { running.erase(id); };
     }
-    ~FakeTimers() { *ImageCoreCB() = saved; }
+    ~TimerStampStrokes() override { *ImageCoreCB() = saved; }
 
-    static qs::map<int, Timer>& running()
+    std::unique_ptr<TimerStampStroke> MakeStroke(float x)
     {
-        static qs::map<int, Timer> timers;
-        return timers;
+        auto stroke = recorder.MakeStroke<TimerStampStroke>({}, StrokeRecorder::Smooth());
+        stroke->add_point(x, 100, 4, 0.5F, 1, 0);
+        return stroke;
     }
-
-    static void Tick()
+    /// Runs those that run now, and gives the number of stamps laid since.
+    static size_t Tick(const qs::map<int, int>& timers = running)
     {
-        const auto now = running();
-        for (const auto& [id, timer] : now)
-            timer.function(id);
+        const size_t before = StrokeRecorder::laid().size();
+        for (const auto& [id, milliseconds] : qs::map<int, int>(timers))
+            function(id);
+        return StrokeRecorder::laid().size() - before;
     }
 
-    ImageCoreCallbacks saved;
+    static inline qs::map<int, int> running;
+    static inline ImageCoreCallbacks::TimerFunction function = nullptr;
+    static inline int lastId = 0;
+    const ImageCoreCallbacks saved = *ImageCoreCB();
+    const StrokeRecorder recorder;
 };
 
-size_t NumLaid()
+TEST_F(TimerStampStrokes, StampAgainOnlyWhereThePenRests)
 {
-    return StrokeRecorder::laid().size();
-}
-
-TEST(TimerStampStroke, StampsAgainOnlyWhereThePenRests)
-{
-    const FakeTimers timers;
-    const StrokeRecorder recorder;
-    const auto stroke = recorder.MakeStroke<TimerStampStroke>({}, StrokeRecorder::Smooth());
-    stroke->setBleedInterval(70);
-    EXPECT_TRUE(FakeTimers::running().empty());
-    stroke->add_point(100, 100, 4, 0.5F, 1, 0);
+    const auto stroke = MakeStroke(100);
     stroke->update();
-    ASSERT_EQ(FakeTimers::running().size(), 1U);
-    EXPECT_EQ(FakeTimers::running().begin()->second.milliseconds, 70);
-    EXPECT_EQ(NumLaid(), 1U);
-    FakeTimers::Tick();  // the sample came within this interval
-    EXPECT_EQ(NumLaid(), 1U);
-    FakeTimers::Tick();
-    FakeTimers::Tick();
-    ASSERT_EQ(NumLaid(), 3U);
-    EXPECT_EQ(StrokeRecorder::laid()[2], (StrokeRecorder::Laid{100, 100, 4, 0.5F}));
-
-    stroke->add_point(110, 100, 4, 0.5F, 1, 0);
-    FakeTimers::Tick();
-    EXPECT_EQ(NumLaid(), 3U);
-    FakeTimers::Tick();
-    ASSERT_EQ(NumLaid(), 4U);
-    EXPECT_EQ(StrokeRecorder::laid().back().x, 110);
-
-    stroke->finish();
-    EXPECT_TRUE(FakeTimers::running().empty());
-    EXPECT_EQ(NumLaid(), 14U);
-}
-
-TEST(TimerStampStroke, ATimerThatOutlivesItsStrokeDoesNothing)
-{
-    const FakeTimers timers;
-    const StrokeRecorder recorder;
-    auto stroke = recorder.MakeStroke<TimerStampStroke>({});
-    auto other = recorder.MakeStroke<TimerStampStroke>({});
-    stroke->add_point(100, 100, 4, 1, 1, 0);
-    other->add_point(300, 100, 4, 1, 1, 0);
-    FakeTimers::Tick();
-    const auto before = FakeTimers::running();
-    ASSERT_EQ(before.size(), 2U);
-    stroke.reset();
-    EXPECT_EQ(FakeTimers::running().size(), 1U);
-    for (const auto& [id, timer] : before)
-        timer.function(id);
-    ASSERT_EQ(NumLaid(), 1U);
-    EXPECT_EQ(StrokeRecorder::laid()[0].x, 300);
-}
-
-TEST(TimerStampStroke, ANewIntervalRestartsTheTimerAndWithoutTimersTheStrokeStillPaints)
-{
-    const StrokeRecorder recorder;
-    {
-        const FakeTimers timers;
-        const auto stroke = recorder.MakeStroke<TimerStampStroke>({});
-        stroke->add_point(100, 100, 4, 1, 1, 0);
-        stroke->setBleedInterval(0);
-        ASSERT_EQ(FakeTimers::running().size(), 1U);
-        EXPECT_EQ(FakeTimers::running().begin()->second.milliseconds, 1);
+    ASSERT_EQ(running.size(), 1U);
+    for (const auto& [set, expected] : {std::pair(0U, 1), {70U, 70}}) {
+        stroke->setBleedInterval(set);  // restarts the timer
+        EXPECT_TRUE(running.size() == 1 && running.begin()->second == expected);
     }
-    const auto stroke = recorder.MakeStroke<TimerStampStroke>({});
-    stroke->add_point(100, 100, 4, 1, 1, 0);
-    stroke->add_point(110, 100, 4, 1, 1, 0);
+    EXPECT_EQ(Tick(), 0U);  // the sample came within this interval
+    EXPECT_EQ(Tick() + Tick(), 2U);
+    EXPECT_EQ(StrokeRecorder::laid().back(), (StrokeRecorder::Laid{100, 100, 4, 0.5F}));
+    stroke->add_point(110, 100, 4, 0.5F, 1, 0);
+    EXPECT_EQ(Tick(), 0U);
+    EXPECT_EQ(Tick(), 1U);
+    EXPECT_EQ(StrokeRecorder::laid().back().x, 110);
     stroke->finish();
-    EXPECT_EQ(NumLaid(), 11U);
+    EXPECT_TRUE(running.empty());
+    EXPECT_EQ(StrokeRecorder::laid().size(), 14U);
+}
+
+TEST_F(TimerStampStrokes, ThrowTheirRestingStampsAlikeEachTime)
+{
+    StampStroke::Parms parms;
+    parms.scatter = 3;
+    const auto stroke = recorder.MakeStroke<TimerStampStroke>(parms);
+    qs::vector<StrokeRecorder::Laid> runs[2];
+    for (auto& run : runs) {
+        stroke->add_point(100, 100, 4, 1, 1, 0);
+        stroke->add_point(110, 100, 4, 1, 1, 0);
+        stroke->update();
+        EXPECT_EQ(Tick() + Tick() + Tick(), 2U);
+        stroke->finish();
+        run = std::exchange(StrokeRecorder::laid(), {});
+    }
+    EXPECT_EQ(runs[0], runs[1]);
+}
+
+TEST_F(TimerStampStrokes, ThatAreGoneAreNotCalledAndWithoutTimersTheyStillPaint)
+{
+    auto stroke = MakeStroke(100), other = MakeStroke(300);
+    Tick();
+    const auto before = running;
+    stroke.reset();
+    EXPECT_EQ(running.size(), 1U);
+    EXPECT_EQ(Tick(before), 1U);
+    EXPECT_EQ(StrokeRecorder::laid().back().x, 300);
+    ImageCoreCB()->StartTimerCB = nullptr;
+    StrokeRecorder::laid().clear();
+    const auto untimed = MakeStroke(100);
+    untimed->add_point(110, 100, 4, 1, 1, 0);
+    untimed->finish();
+    EXPECT_EQ(StrokeRecorder::laid().size(), 11U);
 }
 
 }  // namespace

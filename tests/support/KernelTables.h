@@ -1,12 +1,12 @@
 #pragma once
 
 #include "platform/imaging/kernels/Kernels.h"
+#include "tests/support/Seed.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -44,7 +44,7 @@ private:
     std::vector<uint8_t> all_;
 };
 
-/// 32 random bits a call, the same for the same seed everywhere.
+/// 32 random bits a call.
 class RandomBits {
 public:
     explicit RandomBits(uint32_t seed) : engine_(seed) {}
@@ -52,7 +52,7 @@ public:
     int Below(int bound) { return static_cast<int>((*this)() % static_cast<uint32_t>(bound)); }
 
 private:
-    std::mt19937 engine_;
+    SeededNumbers engine_;
 };
 
 inline std::vector<uint8_t> RandomBytes(size_t size, uint32_t seed)

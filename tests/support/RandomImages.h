@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/imaging/pages/ilSmartImage.h"
+#include "tests/support/Seed.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -8,7 +9,7 @@
 #include <sstream>
 #include <string>
 
-/// Random numbers and pixels for tests; the seed is printed by the test that uses them.
+/// Random numbers and pixels for tests.
 class Random {
 public:
     explicit Random(unsigned seed) : engine_(seed) {}
@@ -32,7 +33,7 @@ public:
     }
 
 private:
-    std::mt19937 engine_;
+    SeededNumbers engine_;
 };
 
 /// An image with some rectangles, whole pages and single pixels around the origin.
