@@ -1,5 +1,6 @@
 #include "composite/LayerStackComposite.h"
 
+#include "platform/imaging/pages/ilMemoryImg.h"
 #include "platform/os/DebugOutput.h"
 #include "tests/composite/CompositeDocument.h"
 #include "tests/support/RandomImages.h"
@@ -45,6 +46,11 @@ TEST(LayerStackComposite, TileIsAllThatChanges)
     composite.MakeComposite(document.Stack(), &beyond);
     EXPECT_EQ(FirstDifference(*composite.GetCurrentComposite(), *ComposeFresh(document), beyond), "");
     EXPECT_EQ(composite.GetCurrentComposite()->GetPixel(200, 10), kClear);
+    ilMemoryImg plane(300, 300, 4);
+    plane.fillTile(plane.GetBounds(), kRed);
+    composite.MakeCompositeIn(plane, document.Stack(), {100, 100, 150, 150});
+    for (const auto& [x, pixel] : {std::pair{99, kRed}, {100, kGreen}, {199, kGreen}, {200, kClear}, {250, kRed}})
+        EXPECT_EQ(plane.GetPixel(x, 110), pixel) << x;
 }
 
 TEST(LayerStackComposite, SplitChoosesTheReference)
@@ -197,7 +203,11 @@ TEST(LayerStackComposite, CopySharesPagesAndFollowsItsOwnDocument)
     LayerStackComposite composite, copy;
     composite.MakeCompositeTree(document.Stack(), true);
     composite.MakeComposite(document.Stack(), nullptr);
+    document.Add("mask", kLayerModeMask)->AddOwnerLayer(document.current, false);
+    document.masks.GetTopLayer()->GetImage()->fillTile(kSquare, ilPixel::Coverage(255));
+    composite.MakeCompositeMask(document.Stack(), true);
     copy.CopyFrom(&composite);
+    EXPECT_EQ(copy.GetCompositeMask()->GetPixel(50, 50), composite.GetCompositeMask()->GetPixel(50, 50));
     const ilSmartImage& cache = *composite.GetRoot()->GetChildren().front()->GetCache();
     EXPECT_TRUE(copy.GetRoot()->GetChildren().front()->GetCache()->SharesPageWith(cache, 1, 1));
     EXPECT_EQ(copy.GetAdjustLCH(), composite.GetAdjustLCH());

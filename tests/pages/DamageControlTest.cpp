@@ -97,4 +97,18 @@ TEST(DamageControl, NoTileHoweverFarMakesDamageForgotten)
     }
 }
 
+TEST(DamageControl, TilesApartStayApartAndAFullListGrowsWhereItCostsLeast)
+{
+    DamageControl damage;
+    for (int i = 0; i < 24; ++i)
+        damage.DamageTile({30 * i * (i + 1), 0, 20, 20});
+    damage.DamageTile({180, 40, 20, 20});  // below the third
+    const std::vector<ilTile> tiles = TakeAll(damage);
+    ASSERT_EQ(tiles.size(), 24U);
+    int64_t area = 0;
+    for (const ilTile& tile : tiles)
+        area += tile.Area();
+    EXPECT_EQ(area, 23 * 400 + 20 * 60);
+}
+
 }  // namespace
