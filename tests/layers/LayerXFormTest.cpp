@@ -129,4 +129,26 @@ TEST_F(LayerTransforms, RefusalsLeaveTheLayerAsItIs)
     EXPECT_TRUE(document.Add(kLayerModeImage)->XForm(Turn(30), kFilterArea, kFilterArea)) << "an empty layer";
 }
 
+TEST_F(LayerTransforms, AnEditThroughCoverageMovesWhatIsCoveredAndAReplacedPictureTakesThePivotAlong)
+{
+    Layer* layer = document.Add(kLayerModeImage, 10, 0);
+    layer->GetImage()->fillTile({0, 0, 40, 40}, ilPixel::Rgba(9, 8, 7, 255));
+    const qs::Reference<ilSmartImage> coverage(new ilSmartImage(ilPixel::Coverage(0)));
+    coverage->fillTile({0, 0, 30, 100}, ilPixel::Coverage(255));  // the left half of it, on the canvas
+    const auto matrix = qsLinear::AffineMatrix::Translation(100, 0);
+    const LayerPicture moved = TransformPicture(layer->GetOriginalPicture(), matrix, {}, {}, {coverage, 0, 0});
+    layer->SetPivot({5, 6, true});
+    layer->ReplacePicture(moved, matrix);
+    EXPECT_EQ(layer->GetPivot(), (LayerPivot{105, 6, true}));
+    LayerFolder folder;
+    Layer* other = document.Add(kLayerModeImage);
+    other->SetPivot({5, 6, true});
+    folder.AddLayerContainer(other, nullptr, true);
+    EXPECT_TRUE(folder.Scale(2, 3, 1, 0));
+    EXPECT_EQ(other->GetPivot(), (LayerPivot{9, 18, true}));
+    for (const auto& [x, alpha] :
+         {std::pair{15, 0}, {29, 0}, {30, 255}, {49, 255}, {109, 0}, {110, 255}, {129, 255}, {130, 0}})
+        EXPECT_EQ(CanvasPixels(*layer, {x, 5, 1, 1})[0] >> 24, static_cast<uint32_t>(alpha)) << x;
+}
+
 }  // namespace
