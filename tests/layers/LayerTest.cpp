@@ -67,8 +67,9 @@ TEST(Layer, CopiesHaveAllThatTheirSourceHasAndShareOrOwnItsPixels)
     Layer* source = document.Add(kLayerModeImage, 3, 4);
     source->GetImage()->fillTile({0, 0, 200, 100}, kRed);
     source->SetAuxImage(new ilSmartImage(kRed));
-    source->SetAppData("key", "value");
     source->SetProperties(ChangedProperties());
+    source->SetAppData("key", "value");
+    const ContainerProperties properties = source->GetProperties();
     source->SetPivot({5, 6, true});
     source->AddOwnerLayer(owner, false);
     source->SetStencilCompositeDirty(false);
@@ -79,7 +80,7 @@ TEST(Layer, CopiesHaveAllThatTheirSourceHasAndShareOrOwnItsPixels)
     const qs::Reference<Layer> duplicate = source->Duplicate();
     EXPECT_FALSE(source->InProxy());
     for (Layer* made : {clone.get(), copy.get(), duplicate.get()}) {
-        ContainerProperties expected = ChangedProperties();
+        ContainerProperties expected = properties;
         expected.isLocked = made != copy.get();
         EXPECT_EQ(made->GetProperties(), expected);
         EXPECT_EQ(made->GetPivot(), (LayerPivot{5, 6, true}));
@@ -98,7 +99,7 @@ TEST(Layer, CopiesHaveAllThatTheirSourceHasAndShareOrOwnItsPixels)
     EXPECT_TRUE(duplicate->GetImage()->SharesPageWith(*image, 1, 1));
 
     const qs::Reference<Layer> mask = source->DuplicateAs(kLayerModeMask, {0, 0, 500, 500});
-    ContainerProperties shown = ChangedProperties();
+    ContainerProperties shown = properties;
     shown.opacity = 1;
     shown.blend = kBlendNormal;
     shown.isVisible = shown.isActive = true;
