@@ -1,5 +1,6 @@
 #include "platform/imaging/painter/PaintOps.h"
 #include "platform/imaging/pages/ilSmartImage.h"
+#include "platform/imaging/painter/SoftPaintOps.h"
 #include "tests/support/RandomImages.h"
 
 #include <gtest/gtest.h>
@@ -47,4 +48,35 @@ TEST(PaintOps, InvertingTwiceRestoresAndStaysWithinTheClip)
     EXPECT_EQ(image->GetPixel(-21, 0), before->GetPixel(-21, 0));
     painter.rect_fill(-100, -100, 200, 200, ilPixel());
     EXPECT_EQ(FirstDifference(*image, *before, {-180, -180, 360, 360}), "");
+}
+
+TEST(PaintOps, WhatIsDrawnIsToldAsDamageAndANewTargetKnowsNothingOfTheOldOne)
+{
+    const ilTile tile(5, 6, 70, 8);
+    const ilPixel veil = ilPixel::Rgba(40, 20, 0, 100);
+    qs::Reference<ilSmartImage> image(new ilSmartImage(ilPixel())), source(new ilSmartImage(ilPixel()));
+    image->fillTile(tile, ilPixel::Rgba(0, 0, 255, 255));
+    source->fillTile({0, 0, 100, 100}, veil);
+    SoftPaintOps painter(image);
+    painter.blend_func(1, 7);
+    painter.rect_fill(tile.x, tile.y, tile.nx, tile.ny, veil);
+    EXPECT_EQ(image->GetPixel(6, 7), ilPixel::Rgba(40, 20, 155, 255)) << "painted over, not stored";
+    for (const float scale : {0.0F, 1.0F, 2.0F}) {
+        if (scale > 0)
+            painter.draw_image(tile.x, tile.y, tile.nx, tile.ny, *source, 0, 0, scale, scale);
+        ilTile damaged;
+        EXPECT_TRUE(painter.getNextDamagedTile(damaged) && damaged == tile) << scale;
+        EXPECT_FALSE(painter.getNextDamagedTile(damaged));
+    }
+    painter.set_clip_image(qs::Reference<ilSmartImage>(new ilSmartImage(ilPixel::Coverage(0))));
+    painter.GetLowOrderBitImage()->SetPixel(1, 1, veil);
+    painter.DamageTile(tile);
+    qs::Reference<ilSmartImage> other(new ilSmartImage(ilPixel()));
+    painter.set_target_img(other);
+    EXPECT_TRUE(painter.previewDamage().IsEmpty() && painter.GetLowOrderBitImage()->IsEmpty());
+    painter.rect_fill(0, 0, 9, 9, veil);
+    EXPECT_EQ(other->GetPixel(3, 3), veil) << "not clipped any more";
+    painter.GetLowOrderBitImage()->SetPixel(1, 1, veil);
+    painter.EndOperation();
+    EXPECT_TRUE(painter.GetLowOrderBitImage()->IsEmpty());
 }
