@@ -223,6 +223,13 @@ TEST(StampPainting, SourcesGiveTheirPixelsAtTheOffset)
     for (int i = -30; i < 30; ++i)
         EXPECT_EQ(image->GetPixel(i, i / 2), source->GetPixel(i - 70, i / 2 + 33)) << i;
     EXPECT_EQ(image->GetPixel(60, 0), ilPixel());
+    // Erased by half of what the source has.
+    image->fillTile({-30, -30, 60, 60}, ilPixel::Rgba(0, 0, 255, 255));
+    painter.blend_func(0, 7);
+    painter.draw_stamp(At(0, 0, 50, 0.5F));
+    for (int i = -20; i < 20; ++i)
+        EXPECT_NEAR(image->GetPixel(i, i / 2).GetAlpha(), 255 - source->GetPixel(i - 70, i / 2 + 33).GetAlpha() / 2.0,
+                    1);
 }
 
 TEST(StampPainting, AStampOfNoEffectLeavesNoTrace)
