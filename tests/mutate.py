@@ -84,6 +84,8 @@ def read_table():
 
 
 def read(path):
+    if not os.path.isfile(path):
+        return ""  # in which no text is found
     with open(path, encoding="utf-8") as file:
         return file.read()
 
