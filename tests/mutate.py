@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Breaks the library in small ways, one at a time, and tells which of them the tests notice.
 
-    nice tests/mutate.py --build /tmp/mutants                      all of mutations.txt; hours
-    nice tests/mutate.py --build /tmp/mutants --folder stamps      one folder, or several
-    nice tests/mutate.py --build /tmp/mutants --upto composite     without the tests of the folders above composite
+    nice tests/mutate.py --build ../mutants                      all of mutations.txt; hours
+    nice tests/mutate.py --build ../mutants --folder stamps      one folder, or several
+    nice tests/mutate.py --build ../mutants --upto composite     without the tests of the folders above composite
     tests/mutate.py --check                                        only: does each text stand in its file once?
 
 Run by hand, when tests were folded or a folder rewritten. The sources are copied to DIRECTORY/tree and built in
